@@ -1,0 +1,22 @@
+#include "pattern/PlainLineReader.h"
+
+#include "engine/ZVKUtil.h"
+
+namespace STREAMENGINE_SPACE {
+
+bool PlainLineReader::next() {
+    size_t length = 0;
+    int c = EOF;
+    while (length < kLineRoom - 1 && (c = getc_unlocked(file)) != EOF) {
+        text[length++] = static_cast<char>(c);
+        if (c == '\n') break;
+    }
+    if (length == 0) return false;
+    text[length] = '\0';
+    EngUtil::rtrim(text.data());
+    if (atLineStart) ++number;
+    atLineStart = c == '\n';
+    return true;
+}
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,87 @@
+// PatternLoader: reads one pattern file into a container.
+//
+// A plain file is read line by line; a line that is refused is logged and skipped. A container
+// file is checked, its body restored into a temporary file and its sections walked; anything
+// broken fails the file.
+//
+// The position, currentFile and currentLine, stands in the line parsers' messages. It is one per
+// thread, so that other users of the parsers neither race with a load nor see a name that is gone.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "pattern/ContainerLayout.h"
+#include "pattern/PatternType.h"
+#include "support/FilePtr.h"
+
+namespace STREAMENGINE_SPACE {
+
+class PatternContainer;
+
+class PatternLoader {
+  public:
+    /// Reads a pattern file, whose kind its name tells, from its start.
+    /// @param name  the file's path
+    /// @param file  stays open and is the caller's
+    /// @return the lines that the container accepted or, of a container file, the records read;
+    ///         0 for a file of unknown kind and while the skip-patterns option is on
+    /// @throws QLT_SPACE::Exception if a container file is broken or a plain one cannot be read
+    static int loadVQPattern(const char* name, std::FILE* file, PatternContainer& container);
+
+    /// Reads a plain pattern file from its start.
+    /// @return the lines that the container accepted
+    /// @throws QLT_SPACE::Exception if the file cannot be read
+    static int loadPlainFile(const char* name, std::FILE* file, PatternContainer& container);
+
+    /// Finishes a container after its last file.
+    static void prepare(PatternContainer& container);
+
+    /// @return the PatternType that a file's name or a section's magic stands for
+    static int getPatternType(const char* name);
+    static int getPatternType(unsigned int magic);
+
+    /// Hands all records of the sections that the header names to container.
+    /// @return the number of records
+    /// @throws QLT_SPACE::Exception if the table or a section of a known kind is broken
+    static int loadSections(std::FILE* body, const ContainerHeader& header,
+                            PatternContainer& container);
+
+    /// Hands the records of one section to container; records that it refuses are logged.
+    /// @return false, with a log line, if the section is broken
+    static bool parseSection(std::FILE* body, const _SectionTable& section,
+                             PatternContainer& container);
+
+    /// The name field of a record: where it stands and the name offset that it holds.
+    struct NameField {
+        size_t position;
+        size_t length;
+        int32_t nameOffset;
+    };
+    /// @return nothing if the record has no such field or it is not 1 to 16 decimal digits
+    static std::optional<NameField> getPatternNameOffset(uint32_t magic, std::string_view text);
+
+    /// @return the name, or nothing if the table cannot be read or the name's length is not valid
+    static std::optional<std::string> getPatternName(std::FILE* body, uint32_t tableOffset,
+                                                     int32_t nameOffset);
+
+    static void printHeader(const char* name, const ContainerHeader& header);
+
+    /// Restores the body of a container file from the file's position on.
+    /// @return null, after a log line, if the body is not valid
+    static QLT_SPACE::FilePtr restoreBody(std::FILE* file, const ContainerHeader& header);
+
+    static int getLineNo() { return currentLine; }
+    static const char* getPatternFileName() { return currentFile.c_str(); }
+
+  private:
+    static int loadContainerFile(const char* name, std::FILE* file, PatternContainer& container);
+
+    static thread_local int32_t currentLine;  // accepted lines, or records of the section, so far
+    static thread_local std::string currentFile;
+};
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,51 @@
+// BmList: the plain byte strings of a container, in the tables of a multi-pattern shift search.
+//
+// The search is Wu and Manber's ("A fast algorithm for multi-pattern searching", TR-94-17,
+// University of Arizona, 1994) with windows of 10 bytes and blocks of 3. bm_shift tells how far a
+// window may jump by the hash of its last block; where that is 0, bm_suffix lists the patterns
+// whose first 10 bytes may end there. A hash with a list always has shift 0.
+//
+// Built by one thread, then read by any number of scanners.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "store/BlockHash.h"
+#include "store/VQPatternNode.h"
+
+namespace STREAMENGINE_SPACE {
+
+class BmList {
+  public:
+    static constexpr uint32_t kWindow = 10;  // bytes of each pattern that shape the tables
+    static constexpr uint32_t kBlock = 3;
+    static constexpr uint32_t kLastBlock =
+        kWindow - kBlock;  // where the window's last block begins
+    static constexpr uint32_t kLargestShift = kLastBlock + 1;
+
+    /// Adds one signature, see SimplePatternLoader::parse(), and counts it.
+    /// @throws QLT_SPACE::Exception for a malformed or too short signature
+    void addString(const char* name, const char* hexsig, const char* offset, uint16_t targetType);
+
+    /// Makes both tables unless they exist.
+    /// @throws QLT_SPACE::Exception if memory runs out
+    void init();
+
+    /// Adds one pattern; the list owns it from then on, also when it throws.
+    /// @throws QLT_SPACE::Exception for a pattern of fewer than kWindow bytes
+    void addPattern(std::unique_ptr<BmPattern> pattern);
+
+    /// Frees everything that was added; sigCount goes on from where it is.
+    void reset();
+
+    bool hasTables() const { return !bm_suffix.empty(); }
+
+    int32_t sigCount = 0;                  // signatures added
+    uint32_t maxPatternLength = 0;         // longest pattern in bytes; also of one that was refused
+    std::vector<uint32_t> bm_shift;        // kBlockHashes entries, or none
+    std::vector<VQPatternList> bm_suffix;  // likewise; ascending by first byte, newest first
+};
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,103 @@
+#include "store/MD5List.h"
+
+#include <cstring>
+
+#include "store/PatternParser.h"
+#include "support/Allocation.h"
+#include "support/DecimalNumber.h"
+#include "support/Utils.h"
+
+namespace STREAMENGINE_SPACE {
+namespace {
+
+using QLT_SPACE::Exception;
+using QLT_SPACE::Utils;
+
+constexpr size_t kDigestDigits = 32;  // the ":" stands right behind them, the size behind that
+constexpr size_t kShortestLine = kDigestDigits + 3;
+
+}  // namespace
+
+void MD5List::addString(const char* line) {
+    const auto malformed = [line] {
+        return Exception(Utils::formatString("Malformed md5 pattern [%s]", line));
+    };
+    if (std::strlen(line) < kShortestLine || line[kDigestDigits] != ':') throw malformed();
+    auto name = Utils::strToK(line, 2, ":");
+    if (!name) throw malformed();
+    MD5Pattern* record = newRecord();
+    try {
+        PatternParser::hex2str({line, kDigestDigits}, record->digest.data(), kDigestDigits);
+        record->virName = EngUtil::scrambled(std::move(*name));
+        record->size = QLT_SPACE::decimalInt32(line + kDigestDigits + 1);
+        addPattern(record);
+    } catch (...) {
+        if (usePool) {
+            *record = {};
+        } else {
+            ownRecords.pop_back();
+        }
+        throw;
+    }
+}
+
+void MD5List::init() {
+    if (hasTables()) return;
+    // The blanks at both ends of the text are part of it.
+    QLT_SPACE::allocateOr(" allocate bm_shift&bm_suffix fail ", [this] {
+        bm_shift.assign(kBlockHashes, 1);
+        bm_suffix.assign(kBlockHashes, nullptr);
+    });
+}
+
+bool MD5List::allocate(int n) {
+    if (!nodePool.allocate(n)) return false;
+    if (!patternPool.allocate(n)) {
+        nodePool.reset();
+        return false;
+    }
+    usePool = true;
+    return true;
+}
+
+void MD5List::addPattern(const MD5Pattern* record) {
+    init();
+    MD5PatternNode* node = newNode();
+    node->pat = record;
+    const uint16_t hash = blockHash(record->digest.data());
+    bm_shift[hash] = 0;
+    MD5PatternNode** link = &bm_suffix[hash];
+    while (*link != nullptr && (*link)->pat->digest[0] < record->digest[0]) link = &(*link)->next;
+    node->next = *link;
+    *link = node;
+}
+
+void MD5List::reset() {
+    bm_suffix = {};
+    bm_shift = {};
+    nodePool.reset();
+    patternPool.reset();
+    ownNodes.clear();
+    ownRecords.clear();
+    usePool = false;
+}
+
+MD5Pattern* MD5List::newRecord() {
+    constexpr const char* kFailure = "Alloacate bm pattern fail";
+    MD5Pattern* record =
+        usePool ? patternPool.get()
+                : QLT_SPACE::allocateOr(kFailure, [this] { return &ownRecords.emplace_back(); });
+    if (record == nullptr) throw Exception(kFailure);
+    return record;
+}
+
+MD5PatternNode* MD5List::newNode() {
+    constexpr const char* kFailure = "Alloacate patternNode fail";
+    MD5PatternNode* node =
+        usePool ? nodePool.get()
+                : QLT_SPACE::allocateOr(kFailure, [this] { return &ownNodes.emplace_back(); });
+    if (node == nullptr) throw Exception(kFailure);
+    return node;
+}
+
+}  // namespace STREAMENGINE_SPACE

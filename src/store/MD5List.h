@@ -1,0 +1,63 @@
+// MD5List: the whole-stream digests of a container, hashed by their first three bytes.
+//
+// Built by one thread, then read by any number of scanners.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+#include "store/BlockHash.h"
+#include "store/SimplePool.h"
+#include "store/VQPattern.h"
+
+namespace STREAMENGINE_SPACE {
+
+/// A record's place in its bucket.
+struct MD5PatternNode {
+    const MD5Pattern* pat = nullptr;  // borrowed from the list's records, as next is from its nodes
+    MD5PatternNode* next = nullptr;
+};
+
+class MD5List {
+  public:
+    /// Parses and adds one line: digest, ":", size, ":", name.
+    /// @throws QLT_SPACE::Exception for a malformed line, or if no record is to be had
+    void addString(const char* line);
+
+    /// Makes both tables unless they exist.
+    /// @throws QLT_SPACE::Exception if memory runs out
+    void init();
+
+    /// Prepares the pools for n more records; all records come from them from then on.
+    /// @return false, with nothing changed, for an n of 0 or less or where memory runs out
+    bool allocate(int n);
+
+    /// Enters a record of this list into its bucket.
+    /// @throws QLT_SPACE::Exception if no node is to be had
+    void addPattern(const MD5Pattern* record);
+
+    /// Frees everything that was added.
+    void reset();
+
+    bool hasTables() const { return !bm_suffix.empty(); }
+    bool isPooled() const { return usePool; }
+
+    std::vector<uint32_t> bm_shift;  // kBlockHashes entries, or none; 1: the bucket is empty
+    std::vector<MD5PatternNode*>
+        bm_suffix;  // likewise; ascending by first digest byte, newest first
+
+  private:
+    /// @return an empty record of this list
+    /// @throws QLT_SPACE::Exception if none is to be had
+    MD5Pattern* newRecord();
+    MD5PatternNode* newNode();
+
+    SimplePool<MD5PatternNode> nodePool;
+    SimplePool<MD5Pattern> patternPool;
+    bool usePool = false;  // records and nodes come from the pools, not from the lists below
+    std::deque<MD5PatternNode> ownNodes;
+    std::deque<MD5Pattern> ownRecords;
+};
+
+}  // namespace STREAMENGINE_SPACE

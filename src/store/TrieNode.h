@@ -1,0 +1,55 @@
+// TrieNode: one state of the automaton, with the patterns whose prefix ends there.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "store/FastMatcher.h"
+#include "store/VQPatternNode.h"
+
+namespace STREAMENGINE_SPACE {
+
+class TrieTree;
+
+class TrieNode {
+  public:
+    using Transitions = std::array<TrieNode*, 256>;
+
+    explicit TrieNode(TrieTree& owner) : tree(owner) {}
+    ~TrieNode() { freePattern(); }
+    TrieNode(const TrieNode&) = delete;
+    TrieNode& operator=(const TrieNode&) = delete;
+
+    /// Gives the node a transition table of null entries if it has none.
+    /// @throws QLT_SPACE::Exception "fail to allocate memory in setTrans"
+    void setTrans();
+    void setTrans(int byte, TrieNode* next);
+
+    /// Puts a pattern whose prefix ends here into the list that fits it and counts it in the tree.
+    /// @throws QLT_SPACE::Exception as VQPatternNode::compareTo()
+    void addPattern(std::unique_ptr<TriePattern> pattern);
+
+    /// Regroups simpleList and builds its sorted table.
+    /// @throws QLT_SPACE::Exception "TrieNode::setSortedList fail"
+    void setSortedList();
+
+    void freePattern();
+
+    bool isLeaf = false;       // no table: the last node of a prefix, extended by no other
+    bool hasPatterns = false;  // the prefix of at least one pattern ends here
+    uint8_t depth = 0;         // 0 for the root, at most 3
+    TrieNode* fail = nullptr;  // borrowed from the tree; null for the root
+    std::unique_ptr<Transitions> trans;  // goto function by byte, entries borrowed from the tree
+
+    VQPatternList shortList;  // plain, of this depth's length: to be here is to match; newest first
+    VQPatternList simpleList;     // plain and longer, sorted by compareTo()
+    VQPatternList wildcardList;   // newest first
+    std::vector<PatInfo> sorted;  // table of simpleList, once prepared
+
+  private:
+    TrieTree& tree;
+};
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,60 @@
+// TrieTree: the automaton that finds body signatures and, in a second tree, type signatures.
+//
+// An Aho-Corasick automaton (Aho and Corasick, CACM 18(6), 1975) over the first two or three bytes
+// of every pattern only: at most 3 levels deep, each node keeping the patterns whose prefix ends
+// there for the scanner to compare in full. Patterns end at depth 2 or 3 only, a node of depth 3 is
+// always a leaf, and the failure link of a node of depth 2 leads to depth 1 or the root, which
+// never hold patterns. So it is enough to follow failure links for output from leaves.
+//
+// Built by one thread; after prepare() any number of scanners read it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "store/TrieNode.h"
+
+namespace STREAMENGINE_SPACE {
+
+class TrieTree {
+  public:
+    static constexpr uint32_t kMaxDepth = 3;
+    static constexpr uint32_t kMinDepth = 2;  // literal bytes that have to lead every part
+
+    /// Adds one signature, see CompoundPatternLoader::parse(), and counts it.
+    /// @throws QLT_SPACE::Exception for a malformed signature
+    void addString(const char* name, const char* hexsig, uint16_t type, const char* offset,
+                   uint16_t targetType);
+
+    /// Adds one part; the tree owns it from then on, also when it throws.
+    /// @throws QLT_SPACE::Exception if the part is null or led by fewer than two literal bytes
+    void addPattern(std::unique_ptr<TriePattern> pattern);
+
+    /// Adds the built-in markup type signatures.
+    void addTypeSigs();
+
+    /// Builds failure links and sorted lists; has to follow the last addPattern().
+    /// @throws QLT_SPACE::Exception if a sorted list cannot be built
+    void prepare();
+
+    /// Frees everything that was added. The four counts go on from where they are.
+    void reset();
+
+    TrieNode* root = nullptr;       // borrowed from nodes; null while the tree is empty
+    uint32_t lastSigid = 0;         // the last number given to a multi-part signature
+    uint32_t maxPatternLength = 0;  // longest part in symbols; also of a part that was refused
+    int32_t ac_simple_patterns = 0;
+    int32_t ac_wildcard_patterns = 0;
+    int32_t shortPatternCount = 0;
+    int32_t sigCount = 0;  // signatures added
+
+  private:
+    TrieNode* newNode(const char* failure);
+    /// @return the node at which the path of the pattern's prefix ends, built where it is missing
+    TrieNode* makePath(const TriePattern& pattern);
+
+    std::vector<std::unique_ptr<TrieNode>> nodes;  // owns all; root first, then creation order
+};
+
+}  // namespace STREAMENGINE_SPACE

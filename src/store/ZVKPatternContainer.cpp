@@ -1,0 +1,61 @@
+#include "store/ZVKPatternContainer.h"
+
+#include <algorithm>
+
+#include "engine/ZVKUtil.h"
+#include "pattern/SignatureLine.h"
+
+namespace STREAMENGINE_SPACE {
+namespace {
+
+using QLT_SPACE::Monitor;
+
+constexpr const char* kUnit = "ZVKPatternContainer";
+
+}  // namespace
+
+void PatternContainer::addString(const char* line, int type, bool shortToTrie) {
+    addSignatureLine(*this, line, type, shortToTrie);
+}
+
+void PatternContainer::prepare() {
+    typeTrieTree.addTypeSigs();
+    typeTrieTree.prepare();
+    maxPatternLength = std::max(static_cast<int32_t>(trieTree.maxPatternLength),
+                                static_cast<int32_t>(bmList.maxPatternLength));
+    trieTree.prepare();
+    ZVK_DEBUG("bm sigs [%d]", bmList.sigCount);
+    ZVK_DEBUG("ac sigs [%d]", trieTree.sigCount);
+    ZVK_DEBUG("ac wildcard pattern [%d], ac short pattern [%d], ac simple pattern[%d]",
+              trieTree.ac_wildcard_patterns, trieTree.shortPatternCount,
+              trieTree.ac_simple_patterns);
+}
+
+void PatternContainer::reset() {
+    trieTree.reset();
+    typeTrieTree.reset();
+    bmList.reset();
+    md5List.reset();
+    maxPatternLength = 0;
+    patternCount = 0;
+    patternVersion = 0;
+    const Monitor monitor(mutex);
+    usingCount = 0;
+}
+
+void PatternContainer::increaseCount() {
+    const Monitor monitor(mutex);
+    ++usingCount;
+}
+
+void PatternContainer::decreaseCount() {
+    const Monitor monitor(mutex);
+    --usingCount;
+}
+
+int32_t PatternContainer::getUsingCount() {
+    const Monitor monitor(mutex);
+    return usingCount;
+}
+
+}  // namespace STREAMENGINE_SPACE
