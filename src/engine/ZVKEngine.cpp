@@ -1,0 +1,238 @@
+#include "engine/ZVKEngine.h"
+
+#include <array>
+#include <ctime>
+#include <exception>
+#include <new>
+#include <optional>
+#include <string>
+
+#include "engine/ZVKEngineInstance.h"
+#include "engine/ZVKUtil.h"
+#include "pattern/ZVKPatternLoader.h"
+#include "support/Exception.h"
+#include "support/FilePtr.h"
+#include "support/io/File.h"
+
+namespace STREAMENGINE_SPACE {
+namespace {
+
+using QLT_SPACE::Exception;
+using QLT_SPACE::File;
+using QLT_SPACE::FilePtr;
+using QLT_SPACE::Monitor;
+
+constexpr const char* kUnit = "ZVKEngine";
+constexpr const char* kDirectoryVariable = "ZVK_DIR";
+constexpr size_t kDirectoryRoom = 128;
+
+/// The files of one load.
+struct PatternPaths {
+    std::optional<std::string> base;  // a load without it fails
+    std::optional<std::string> update;
+};
+
+/// @return the files below the directory that the environment names; nothing if it is none
+std::optional<PatternPaths> defaultPaths() {
+    std::array<char, kDirectoryRoom> buffer{};
+    EngUtil::getPathVar(buffer.data(), static_cast<int>(buffer.size()), kDirectoryVariable);
+    const std::string directory = buffer.data();
+    if (!File(directory).exists() || !File(directory).isDirectory()) return std::nullopt;
+    const std::string base = directory + "pattern/base";
+    const std::string update = directory + "pattern/update";
+    if (File(base).exists() && File(base).isFile()) return PatternPaths{base, update};
+    return PatternPaths{update, std::nullopt};
+}
+
+std::optional<PatternPaths> choosePaths(const _ZVKPatternFile* pf) {
+    if (pf == nullptr) return defaultPaths();
+    PatternPaths paths;
+    if (pf->base != nullptr) paths.base = pf->base;
+    if (pf->update != nullptr) paths.update = pf->update;
+    return paths;
+}
+
+int loadFile(const std::string& path, PatternContainer& target) {
+    const FilePtr file(std::fopen(path.c_str(), "r"));
+    if (file == nullptr) throw Exception("Cannot open " + path);
+    return PatternLoader::loadVQPattern(path.c_str(), file.get(), target);
+}
+
+/// @return the number of signatures that the files reported
+int loadFiles(const PatternPaths& paths, PatternContainer& target) {
+    if (!paths.base) throw Exception("pattern base is NULL");
+    int count = loadFile(*paths.base, target);
+    if (paths.update) count += loadFile(*paths.update, target);
+    PatternLoader::prepare(target);
+    return count;
+}
+
+/// Hands the text of the exception being handled to report. Copies nothing, as memory may be what
+/// has run out.
+template <class Report>
+void withFailureText(Report report) {
+    try {
+        throw;
+    } catch (Exception& failure) {
+        report(failure.toString());
+    } catch (const std::bad_alloc&) {
+        report("Out of memory");
+    } catch (const std::exception& failure) {
+        report(failure.what());
+    } catch (...) {
+        report("unknown failure");
+    }
+}
+
+}  // namespace
+
+ZVKEngine::ZVKEngine() {
+    firstContainer.partner = &secondContainer;
+    secondContainer.partner = &firstContainer;
+    ops.logLevel = 0;
+    ops.logFunction = nullptr;
+    ops.dump = ops.skipPatterns = ops.detailLog = ops.detailEvent = 0;
+    ops.scrambleKey = static_cast<uint8_t>(std::time(nullptr));
+}
+
+ZVKEngine::~ZVKEngine() {
+    firstContainer.reset();
+    secondContainer.reset();
+    instances.clear();
+}
+
+int ZVKEngine::loadPattern(const _ZVKPatternFile* pf) {
+    const std::optional<PatternPaths> paths = choosePaths(pf);
+    if (!paths) {
+        ZVK_ERROR("ZVKEngine::loadPatten, pf is NULL");
+        return ZVK_ERR_NULL_ARG;
+    }
+    const Monitor loading(loadLock);
+    if (currentContainer != nullptr) return ZVK_ERR_BAD_STATE;
+    try {
+        const int count = loadFiles(*paths, firstContainer);
+        ZVK_DEBUG("# of patterns: %d", count);
+        firstContainer.patternCount = static_cast<uint32_t>(count);
+    } catch (...) {
+        withFailureText([](const char* text) {
+            ZVK_ERROR("ZVKEngine::loadPattern, load pattern fail : [%s]", text);
+        });
+        firstContainer.reset();
+        return ZVK_ERR_LOAD_FAILED;
+    }
+    {
+        // No instance is bound yet, but one may be looking for a set to bind to.
+        const Monitor swapping(swapLock);
+        currentContainer = &firstContainer;
+    }
+    ZVK_DEBUG("ZVKEngine::loadPattern, success return");
+    return 0;
+}
+
+PatternContainer* ZVKEngine::idlePartner() {
+    PatternContainer* target = currentContainer->partner;
+    const Monitor swapping(swapLock);
+    if (target == nullptr || target->getUsingCount() > 0) return nullptr;
+    return target;
+}
+
+int ZVKEngine::reloadPattern(const _ZVKPatternFile* pf) {
+    const std::optional<PatternPaths> paths = choosePaths(pf);
+    if (!paths) {
+        ZVK_ERROR("relaodPattrn, pf is NULL");
+        return ZVK_ERR_NULL_ARG;
+    }
+    const Monitor loading(loadLock);
+    if (currentContainer == nullptr) return ZVK_ERR_NO_CONTAINER;
+    PatternContainer* target = idlePartner();
+    if (target == nullptr) {
+        ZVK_DEBUG("no idle pattern container");
+        return ZVK_ERR_NO_IDLE_CONTAINER;
+    }
+    target->reset();
+    try {
+        const int count = loadFiles(*paths, *target);
+        ZVK_DEBUG("loading pattern finish");
+        target->patternCount = static_cast<uint32_t>(count);
+    } catch (...) {
+        withFailureText([](const char* text) {
+            std::fprintf(stderr, "reload pattern fail : [%s]\n", text);
+            ZVK_ERROR("load pattern fail : [%s]", text);
+        });
+        target->reset();
+        return ZVK_ERR_LOAD_FAILED;
+    }
+    const Monitor swapping(swapLock);
+    currentContainer = target;
+    ++generation;
+    return 0;
+}
+
+int ZVKEngine::getPatternInfo(_ZVKPatternInfo* info) {
+    const Monitor loading(loadLock);
+    if (currentContainer == nullptr) {
+        ZVK_ERROR("in ZVKEngine::getPatternInfo(), container is null");
+        return ZVK_ERR_NO_CONTAINER;
+    }
+    info->patternVersion = currentContainer->patternVersion;
+    info->patternCount = currentContainer->patternCount;
+    return 0;
+}
+
+int ZVKEngine::setOptions(int code, const void* value) {
+    if (code != ZVK_OPTION_LOG) return ZVK_ERR_BAD_OPTION;
+    if (value == nullptr) return ZVK_ERR_NULL_ARG;
+    const auto& options = *static_cast<const _ZVKLogOptions*>(value);
+    if (options.logFunction == nullptr) return ZVK_ERR_NULL_ARG;
+    constexpr int32_t kHighestLevel = 3;
+    if (options.level < 0 || options.level > kHighestLevel) return ZVK_ERR_BAD_LOG_LEVEL;
+    ops.logLevel = options.level;
+    ops.logFunction = options.logFunction;
+    return 0;
+}
+
+int ZVKEngine::resetEngine() {
+    currentContainer = nullptr;
+    {
+        const Monitor registering(registryLock);
+        for (const uintptr_t address : instances) {
+            reinterpret_cast<ZVKEngineInstance*>(address)->detach();
+        }
+    }
+    firstContainer.reset();
+    secondContainer.reset();
+    generation = 0;
+    return 0;
+}
+
+ZVKEngineInstance* ZVKEngine::getInstance() {
+    return new ZVKEngineInstance(*this);
+}
+
+bool ZVKEngine::checkInsValid(const ZVKEngineInstance* ins) {
+    if (ins == nullptr) return false;
+    const Monitor registering(registryLock);
+    return instances.contains(reinterpret_cast<uintptr_t>(ins));
+}
+
+ZVKEngine::Binding ZVKEngine::bindCurrent() {
+    const Monitor swapping(swapLock);
+    if (currentContainer != nullptr) currentContainer->increaseCount();
+    return {currentContainer, generation};
+}
+
+uint32_t ZVKEngine::enrol(const ZVKEngineInstance& instance) {
+    {
+        const Monitor registering(registryLock);
+        instances.insert(reinterpret_cast<uintptr_t>(&instance));
+    }
+    const Monitor swapping(swapLock);
+    return generation;
+}
+
+void ZVKEngine::strike(const ZVKEngineInstance& instance) {
+    const Monitor registering(registryLock);
+    instances.erase(reinterpret_cast<uintptr_t>(&instance));
+}
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,190 @@
+#include "engine/ZVKEngineInstance.h"
+
+#include <cstring>
+
+#include "engine/ZVKEngine.h"
+#include "engine/ZVKUtil.h"
+#include "scan/FileType.h"
+
+namespace STREAMENGINE_SPACE {
+namespace {
+
+constexpr const char* kUnit = "ZVKEngine";
+
+/// Runs an action when the scope is left, also by an exception.
+template <class Action>
+struct AtExit {
+    Action action;
+    explicit AtExit(Action run) : action(run) {}
+    ~AtExit() { action(); }
+    AtExit(const AtExit&) = delete;
+    AtExit& operator=(const AtExit&) = delete;
+};
+
+const void* asPointer(uint32_t position) {
+    return reinterpret_cast<const void*>(static_cast<uintptr_t>(position));
+}
+
+}  // namespace
+
+ZVKEngineInstance::ZVKEngineInstance(ZVKEngine& creator) : engine(creator) {
+    generation = engine.enrol(*this);
+}
+
+ZVKEngineInstance::~ZVKEngineInstance() {
+    try {
+        if (state == 1) end_scan();
+    } catch (...) {
+        // The stream is closed all the same, and its result would have been dropped.
+    }
+    engine.strike(*this);
+}
+
+std::unique_ptr<StreamScanner> ZVKEngineInstance::makeScanner(
+    const ZVKScanEngineCallbacks* callbacks, void* userData) {
+    if (container == nullptr) return nullptr;
+    return std::make_unique<StreamScanner>(*container, callbacks, userData,
+                                           reinterpret_cast<uintptr_t>(this));
+}
+
+std::optional<bool> ZVKEngineInstance::bind() {
+    const ZVKEngine::Binding current = engine.bindCurrent();
+    const bool isChanged = generation < current.generation || container != current.container;
+    generation = current.generation;
+    container = current.container;
+    if (container == nullptr) return std::nullopt;
+    return isChanged;
+}
+
+void ZVKEngineInstance::release() {
+    container->decreaseCount();
+    state = 0;
+}
+
+int ZVKEngineInstance::begin_scan(const ZVKScanEngineCallbacks* callbacks, void* userData) {
+    if (state != 0) return ZVK_ERR_BAD_STATE;
+    headerLength = 0;
+    typePosition = 0;
+    typeVerdict = kTypeUndecided;
+    const std::optional<bool> isChanged = bind();
+    if (!isChanged) {
+        ZVK_ERROR("ZVKEngineInstance::begin_scan, no pattern container.");
+        return ZVK_ERR_NO_CONTAINER;
+    }
+    if (*isChanged) scanner = nullptr;
+    try {
+        if (scanner == nullptr) scanner = makeScanner(callbacks, userData);
+    } catch (...) {
+        scanner = nullptr;
+    }
+    if (scanner == nullptr) {
+        release();
+        return ZVK_ERR_NO_SCANNER;
+    }
+    scanner->callbacks = callbacks;
+    scanner->userData = userData;
+    scanner->reset();
+    state = 1;
+    if (scanner->md5Scanner != nullptr) scanner->md5Scanner->MD5Init();
+    return 0;
+}
+
+int ZVKEngineInstance::scan(const char* data, unsigned int length) {
+    if (state != 1 || scanner == nullptr) return ZVK_ERR_BAD_STATE;
+    if (typeVerdict != kTypeUndecided) return ZVK_ERR_NOT_SCANNABLE;
+    if (headerLength == kHeaderLength) return scanner->scanBuffer(data, length, false);
+    if (length < kHeaderLength - headerLength) return collect(data, length);
+    return completeHeader(data, length);
+}
+
+int ZVKEngineInstance::collect(const char* data, unsigned int length) {
+    std::memcpy(header.data() + headerLength, data, length);
+    headerLength += length;
+    _st_filetype_info info;
+    typeVerdict = EngUtil::getFileType(header.data(), headerLength, typePosition, &info);
+    if (typeVerdict == kTypeUndecided) return 0;
+    if (typeVerdict == kTypeNotText) {
+        ZVK_DEBUG("ZVKEngineInstance::scan, not support data [%02x] @ %p.",
+                  static_cast<unsigned char>(header[info.position]), asPointer(info.position));
+    } else {
+        ZVK_DEBUG("ZVKEngineInstance::scan, not support type : %s.", info.description);
+    }
+    return ZVK_ERR_NOT_SCANNABLE;
+}
+
+int ZVKEngineInstance::completeHeader(const char* data, unsigned int length) {
+    const uint32_t missing = kHeaderLength - headerLength;
+    std::memcpy(header.data() + headerLength, data, missing);
+    headerLength = kHeaderLength;
+    _st_filetype_info info;
+    typeVerdict = EngUtil::getFileType(header.data(), headerLength, typePosition, &info);
+    if (typeVerdict == kTypeNotText) {
+        ZVK_DEBUG("ZVKEngineInstance::scan, NOT support data [%02x] @ %p.",
+                  static_cast<unsigned char>(header[info.position]), asPointer(info.position));
+        return ZVK_ERR_NOT_SCANNABLE;
+    }
+    if (typeVerdict != kTypeUndecided) {
+        ZVK_DEBUG("ZVKEngineInstance::scan, NOT support type : %s.", info.description);
+        return ZVK_ERR_NOT_SCANNABLE;
+    }
+    if (!passTypeGate()) {
+        ZVK_DEBUG("ZVKEngineInstance::scan, not scanable file type.");
+        typeVerdict = kTypeNotText;
+        return ZVK_ERR_NOT_SCANNABLE;
+    }
+    ZVK_DEBUG("ZVKEngineInstance::scan, find scannable file type.");
+    scanner->reset2();
+    const int inHeader = scanner->scanBuffer(header.data(), headerLength, false);
+    if (inHeader != 0) return inHeader;
+    const int inRest = scanner->scanBuffer(data + missing, length - missing, false);
+    if (inRest > 0) scanner->safeLength = 0;
+    return inRest;
+}
+
+bool ZVKEngineInstance::passTypeGate() {
+    return scanner->scanBuffer(header.data(), headerLength, true) >= 1;
+}
+
+int ZVKEngineInstance::end_scan() {
+    if (container == nullptr || state != 1) return ZVK_ERR_BAD_STATE;
+    const AtExit closing([this] { release(); });
+    return finish();
+}
+
+int ZVKEngineInstance::finish() {
+    if (headerLength == 0) {
+        ZVK_DEBUG("ZVKEngineInstance::end_scan, scanned nothing.");
+        return 0;
+    }
+    if (typeVerdict != kTypeUndecided) return ZVK_ERR_NOT_SCANNABLE;
+    if (headerLength < kHeaderLength) {
+        if (!passTypeGate()) {
+            ZVK_DEBUG("ZVKEngineInstance::end_scan, not scanable file type.");
+            return ZVK_ERR_NOT_SCANNABLE;
+        }
+        ZVK_DEBUG("ZVKEngineInstance::end_scan, find scannable file type.");
+        scanner->reset2();
+        scanner->scanBuffer(header.data(), headerLength, false);
+    }
+    const MD5Pattern* record =
+        scanner->md5Scanner != nullptr ? scanner->md5Scanner->virusFound() : nullptr;
+    if (record != nullptr) {
+        const std::string name =
+            record->virName.empty() ? EngUtil::scrambled("Generic.Virus") : record->virName;
+        scanner->sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name.c_str());
+        scanner->safeLength = 0;
+    }
+    return static_cast<int>(scanner->safeLength);
+}
+
+int ZVKEngineInstance::setOptions(int /*code*/, const void* /*value*/) {
+    return 0;
+}
+
+void ZVKEngineInstance::detach() {
+    scanner = nullptr;
+    container = nullptr;
+    state = 0;
+}
+
+}  // namespace STREAMENGINE_SPACE

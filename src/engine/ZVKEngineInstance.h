@@ -1,0 +1,75 @@
+// ZVKEngineInstance: what a host's handle points at; one stream at a time, any number of them.
+//
+// It binds each stream to the engine's current signature set, decides from the first 256 bytes
+// whether the stream is scanned at all, and keeps its stream scanner while the set stays the same.
+// While a stream is open, the container's use count includes it. Every path that closes a stream
+// lowers that count exactly once.
+//
+// Threads: one at a time; it has no lock of its own.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "interface/zvkengine.h"
+#include "scan/StreamScanner.h"
+
+namespace STREAMENGINE_SPACE {
+
+class PatternContainer;
+class ZVKEngine;
+
+class ZVKEngineInstance {
+  public:
+    static constexpr uint32_t kHeaderLength = 256;
+
+    /// Enters itself into the engine's registry.
+    explicit ZVKEngineInstance(ZVKEngine& engine);
+    /// Ends an open stream, dropping the result, and leaves the registry.
+    ~ZVKEngineInstance();
+    ZVKEngineInstance(const ZVKEngineInstance&) = delete;
+    ZVKEngineInstance& operator=(const ZVKEngineInstance&) = delete;
+
+    /// As the exported beginScan(), scan() and endScan() behind their checks.
+    int begin_scan(const ZVKScanEngineCallbacks* callbacks, void* userData);
+    int scan(const char* data, unsigned int length);
+    int end_scan();
+
+    /// Accepts anything, changes nothing.
+    int setOptions(int code, const void* value);
+
+    /// Forgets stream, scanner and container, whose content is about to be freed. The use count is
+    /// not lowered: the container's reset clears it.
+    void detach();
+
+    ZVKEngine& getEngine() { return engine; }
+    const StreamScanner* getScanner() const { return scanner.get(); }
+
+  private:
+    /// @return a new scanner for the container; null while there is none
+    std::unique_ptr<StreamScanner> makeScanner(const ZVKScanEngineCallbacks* callbacks,
+                                               void* userData);
+    /// Binds to the engine's current container and raises its use count.
+    /// @return whether the scanner at hand was built for another set; nothing if none is loaded
+    std::optional<bool> bind();
+    void release();
+
+    int collect(const char* data, unsigned int length);
+    int completeHeader(const char* data, unsigned int length);
+    /// Looks for a type signature in the header and gets ready for the detection pass.
+    bool passTypeGate();
+    int finish();
+
+    ZVKEngine& engine;
+    std::unique_ptr<StreamScanner> scanner;  // null before the first stream and after detach()
+    PatternContainer* container = nullptr;   // that the last stream was bound to
+    uint32_t generation = 0;                 // the engine's when scanner was built
+    int32_t state = 0;                       // 1 while a stream is open, else 0
+    std::array<char, kHeaderLength> header{};
+    uint32_t headerLength = 0;  // bytes of the stream held in header
+    uint32_t typePosition = 0;  // first of them not yet examined for the stream's type
+    uint32_t typeVerdict = 0;   // the type lookup's last answer
+};
+
+}  // namespace STREAMENGINE_SPACE

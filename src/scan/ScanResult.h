@@ -1,0 +1,49 @@
+// ScanResult: the detail of the detection at hand, and the text that tells it.
+//
+// Filled only while a detail option is on.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace STREAMENGINE_SPACE {
+
+/// One matched part of a signature.
+struct SigInfo {
+    static constexpr int32_t kDigestOffset = -1;  // a detection by digest, which has no place
+
+    int32_t length = 0;             // elements
+    int32_t offset = 0;             // of the first byte, in the normalised stream
+    uint32_t partId = 0;            // number of the multi-part signature, 0 for others
+    std::vector<int16_t> elements;  // byte values, or the negative wildcard symbols
+};
+
+class ScanResult {
+  public:
+    void reset();
+
+    /// Names the detection and, unless sig is null, records a part of it.
+    /// @param name  scrambled
+    bool addSigInfo(const std::string& name, std::unique_ptr<SigInfo> sig);
+
+    /// Builds the detail text, forgetting the parts that do not belong to it.
+    /// @param sigId  the multi-part signature whose parts are told; 0 for the last part alone
+    /// @return the text, valid until the result changes
+    const char* getInfo(uint32_t sigId);
+
+    /// Appends the dump of every recorded part.
+    void appendSigInfo(std::string& text) const;
+
+    bool hasName() const { return !sigName.empty(); }
+
+  private:
+    void keepOnlyLast();
+
+    std::string sigName;  // scrambled
+    std::vector<std::unique_ptr<SigInfo>> sigInfos;
+    std::string infoText;
+};
+
+}  // namespace STREAMENGINE_SPACE
