@@ -1,6 +1,7 @@
 #include "engine/ZVKEngine.h"
 
 #include <array>
+#include <cstdio>
 #include <ctime>
 #include <exception>
 #include <new>
@@ -67,12 +68,14 @@ int loadFiles(const PatternPaths& paths, PatternContainer& target) {
     return count;
 }
 
-/// Hands the text of the exception being handled to report. Copies nothing, as memory may be what
-/// has run out.
-template <class Report>
-void withFailureText(Report report) {
+/// Runs action and hands the text of what it throws to report. Copies nothing, as memory may be
+/// what has run out.
+/// @return whether nothing was thrown
+template <class Action, class Report>
+bool attempt(Action action, Report report) {
     try {
-        throw;
+        action();
+        return true;
     } catch (Exception& failure) {
         report(failure.toString());
     } catch (const std::bad_alloc&) {
@@ -82,6 +85,7 @@ void withFailureText(Report report) {
     } catch (...) {
         report("unknown failure");
     }
+    return false;
 }
 
 }  // namespace
@@ -102,24 +106,24 @@ ZVKEngine::~ZVKEngine() {
 }
 
 int ZVKEngine::loadPattern(const _ZVKPatternFile* pf) {
-    const std::optional<PatternPaths> paths = choosePaths(pf);
+    const auto report = [](const char* text) {
+        ZVK_ERROR("ZVKEngine::loadPattern, load pattern fail : [%s]", text);
+    };
+    std::optional<PatternPaths> paths;
+    if (!attempt([&] { paths = choosePaths(pf); }, report)) return ZVK_ERR_LOAD_FAILED;
     if (!paths) {
         ZVK_ERROR("ZVKEngine::loadPatten, pf is NULL");
         return ZVK_ERR_NULL_ARG;
     }
     const Monitor loading(loadLock);
     if (currentContainer != nullptr) return ZVK_ERR_BAD_STATE;
-    try {
-        const int count = loadFiles(*paths, firstContainer);
-        ZVK_DEBUG("# of patterns: %d", count);
-        firstContainer.patternCount = static_cast<uint32_t>(count);
-    } catch (...) {
-        withFailureText([](const char* text) {
-            ZVK_ERROR("ZVKEngine::loadPattern, load pattern fail : [%s]", text);
-        });
+    int count = 0;
+    if (!attempt([&] { count = loadFiles(*paths, firstContainer); }, report)) {
         firstContainer.reset();
         return ZVK_ERR_LOAD_FAILED;
     }
+    ZVK_DEBUG("# of patterns: %d", count);
+    firstContainer.patternCount = static_cast<uint32_t>(count);
     {
         // No instance is bound yet, but one may be looking for a set to bind to.
         const Monitor swapping(swapLock);
@@ -137,7 +141,12 @@ PatternContainer* ZVKEngine::idlePartner() {
 }
 
 int ZVKEngine::reloadPattern(const _ZVKPatternFile* pf) {
-    const std::optional<PatternPaths> paths = choosePaths(pf);
+    const auto report = [](const char* text) {
+        std::fprintf(stderr, "reload pattern fail : [%s]\n", text);
+        ZVK_ERROR("load pattern fail : [%s]", text);
+    };
+    std::optional<PatternPaths> paths;
+    if (!attempt([&] { paths = choosePaths(pf); }, report)) return ZVK_ERR_LOAD_FAILED;
     if (!paths) {
         ZVK_ERROR("relaodPattrn, pf is NULL");
         return ZVK_ERR_NULL_ARG;
@@ -150,18 +159,13 @@ int ZVKEngine::reloadPattern(const _ZVKPatternFile* pf) {
         return ZVK_ERR_NO_IDLE_CONTAINER;
     }
     target->reset();
-    try {
-        const int count = loadFiles(*paths, *target);
-        ZVK_DEBUG("loading pattern finish");
-        target->patternCount = static_cast<uint32_t>(count);
-    } catch (...) {
-        withFailureText([](const char* text) {
-            std::fprintf(stderr, "reload pattern fail : [%s]\n", text);
-            ZVK_ERROR("load pattern fail : [%s]", text);
-        });
+    int count = 0;
+    if (!attempt([&] { count = loadFiles(*paths, *target); }, report)) {
         target->reset();
         return ZVK_ERR_LOAD_FAILED;
     }
+    ZVK_DEBUG("loading pattern finish");
+    target->patternCount = static_cast<uint32_t>(count);
     const Monitor swapping(swapLock);
     currentContainer = target;
     ++generation;

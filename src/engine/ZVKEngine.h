@@ -35,8 +35,8 @@ class ZVKEngine {
     int getPatternInfo(_ZVKPatternInfo* info);
     int setOptions(int code, const void* value);
 
-    /// Empties both containers and takes every live instance off them. Takes no other lock than
-    /// registryLock: no stream may run and no load be in progress.
+    /// Empties both containers and takes every live instance off them. No other call may run: the
+    /// loads' locks are not taken.
     int resetEngine();
 
     /// @return a new instance, the caller's to delete

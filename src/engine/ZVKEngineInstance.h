@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "interface/zvkengine.h"
 #include "scan/StreamScanner.h"

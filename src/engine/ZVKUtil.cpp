@@ -29,7 +29,11 @@ void sendLine(std::string_view prefix, const char* format, va_list arguments) {
     prefix.copy(line.data(), prefix.size());
     line[prefix.size()] = '\0';
     std::vsnprintf(line.data() + prefix.size(), kMessageRoom, format, arguments);
-    ops.logFunction(line.data());
+    try {
+        ops.logFunction(line.data());
+    } catch (...) {
+        // Lines are also sent where a load is undone and where memory is freed: that has to go on.
+    }
 }
 
 }  // namespace
@@ -92,10 +96,10 @@ void* EngUtil::myAlloc(int size) {
 
 int32_t EngUtil::getFileLength(std::FILE* file) {
     if (file == nullptr) return 0;
-    const long position = std::ftell(file);
-    std::fseek(file, 0, SEEK_END);
-    const long length = std::ftell(file);
-    std::fseek(file, position, SEEK_SET);
+    const off_t position = ftello(file);
+    fseeko(file, 0, SEEK_END);
+    const off_t length = ftello(file);
+    fseeko(file, position, SEEK_SET);
     return static_cast<int32_t>(length);
 }
 

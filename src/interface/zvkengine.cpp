@@ -3,7 +3,7 @@
 
 #include "interface/zvkengine.h"
 
-#include <memory>
+#include <utility>
 
 #include "engine/ZVKEngine.h"
 #include "engine/ZVKEngineInstance.h"

@@ -27,11 +27,11 @@
  *
  * @par Threads
  * loadPattern(), reloadPattern(), getPatternInfo(), createInstance() and destroyInstance() may be
- * called from any thread at any time. Different instances run in parallel; the calls on one
- * instance must not overlap, and an instance must not be destroyed while another thread uses it.
- * The event function must not call back into the instance that raised the event, nor
+ * called from any thread, also while others scan. Different instances run in parallel; the calls on
+ * one instance must not overlap, and an instance must not be destroyed while another thread uses
+ * it. The event function must not call back into the instance that raised the event, nor
  * destroyEngine(). setOptions(), setInternalOptions() and destroyEngine() take no lock: call the
- * first two before scanning starts and the last when no stream runs and no load is in progress.
+ * first two before scanning starts and the last while no other call runs.
  *
  * @par Types and versions
  * Lengths and offsets count bytes and are 32 bits wide. The header is plain C99 and also compiles
@@ -116,11 +116,11 @@ struct _ZVKDumpEvent {
  * @param type      a ::ZVK_ENGINE_EVENT_TYPE, which decides the record at data
  * @param data      the event's record, valid only during the call
  * @param userData  the pointer given to beginScan() or matchKeywords()
- * @return for ::ZVK_EVENT_VIRUS_FOUND raised by scan() or scanfilter(): 0 to go on just behind the
- *         match, 1 or 3 to stop matching the current chunk, so that the call returns at once with
- *         the detections counted so far. Other values have no defined meaning: the scan goes on
- *         with the next input, the bytes at hand forgotten. For every other event the answer is
- *         ignored.
+ * @return for ::ZVK_EVENT_VIRUS_FOUND raised while bytes are scanned (by scan() or scanfilter(),
+ * and by an end call for a stream shorter than 256 bytes): 0 to go on just behind the match, 1 or 3
+ * to stop matching the current chunk, so that the call returns at once with the detections counted
+ * so far. Other values have no defined meaning: the scan goes on with the next input, the bytes at
+ * hand forgotten. For an MD5 detection and for every other event the answer is ignored.
  */
 typedef int32_t (*ZVKEventFunction)(void* reserved, ZVK_ENGINE_EVENT_TYPE type, const void* data,
                                     void* userData);
@@ -135,7 +135,9 @@ typedef struct ZVKScanEngineCallbacks ZVKScanEngineCallbacks;
 /**
  * The host's log function.
  *
- * Called from every thread that runs engine code, possibly from several at once.
+ * Called from every thread that runs engine code, possibly from several at once and with locks of
+ * the engine held: it must not call functions of the engine, and should not let a C++ exception
+ * out, which would be dropped with the line.
  *
  * @param line  one NUL-terminated line without a line end, valid only during the call. Its first
  *              character is its kind: '0' information, '1' error, '3' debug.
@@ -226,17 +228,19 @@ ZVK_API void setInternalOptions(const struct _ZVKInternalOptions* options);
  * Loads the first signature set.
  *
  * A signature line that cannot be used is logged at level 1, its reason is written to the standard
- * output stream as well, and the load goes on. While a load runs, scans are not held up.
+ * output stream as well, and the load goes on; so it does with a line that finds no memory for its
+ * record. While a load runs, scans are not held up.
  *
  * @param files  the pattern files, borrowed for the call. Null: the files pattern/base and
  *               pattern/update below the directory that the environment variable ZVK_DIR names
- *               (pattern/update alone serves as the base; pattern/base alone is a failure).
+ *               (pattern/update alone serves as the base; pattern/base alone is a failure). The
+ *               variable's value must be shorter than 128 bytes.
  * @return 0, or
  *         ZVK_ERR_NULL_ARG     files is null and ZVK_DIR does not name an existing directory
  *         ZVK_ERR_BAD_STATE    a set is loaded already: use reloadPattern()
  *         ZVK_ERR_LOAD_FAILED  base is null, a file cannot be opened, a container file is broken,
- *                              or memory ran out; the reason is logged at level 1 and no set is
- *                              loaded
+ *                              a file cannot be read, or memory ran out; the reason is logged at
+ *                              level 1 and no set is loaded
  * @par Threads
  *         any; loads and reloads wait for each other
  */
@@ -281,7 +285,7 @@ ZVK_API int32_t getPatternInfo(struct _ZVKPatternInfo* info);
  *
  * @return always 0
  * @par Threads
- *         call it when no stream runs and no load is in progress
+ *         call it while no other call runs
  */
 ZVK_API int32_t destroyEngine(void);
 
@@ -338,11 +342,12 @@ ZVK_API int32_t beginScan(void* instance, int32_t reserved,
 /**
  * Scans the next chunk of the stream that is open on an instance.
  *
- * Nothing is matched before the stream's first 256 bytes are known. The chunk that completes them
- * decides: the stream is refused if they hold a known binary or mail format, a byte that cannot be
- * text, or none of the markup tags that the engine looks for; otherwise they are scanned, and if
- * that gives a detection, the rest of that chunk is not. Detections are reported through onEvent
- * on the calling thread before this call returns. The engine keeps no pointer to data.
+ * The stream is refused as soon as its first 256 bytes show a known binary or mail format or a byte
+ * that cannot be text. Nothing is matched before they are complete. The chunk that completes them
+ * has the stream refused if they hold none of the markup tags that the engine looks for; otherwise
+ * they are scanned, and if that gives a detection, the rest of that chunk is not. Detections are
+ * reported through onEvent on the calling thread before this call returns. The engine keeps no
+ * pointer to data.
  *
  * @param instance  handle from createInstance()
  * @param data      the chunk, borrowed for the call; any bytes, no NUL needed; not null
@@ -363,7 +368,9 @@ ZVK_API int32_t scan(void* instance, const char* data, uint32_t length);
  *
  * Mode ::ZVK_FILTER_SCAN alone is scan(); the output stays empty. The other modes hand back the
  * chunk with the elements that the mode names blanked out, its length kept: up to 10 bytes that
- * may begin such an element are held back and written by the next call or by the end call.
+ * may begin such an element are held back and written by the next call or by the end call. The
+ * markup filter is not part of this version: a mode that filters is refused, and nothing is
+ * scanned.
  *
  * @param instance      handle from createInstance()
  * @param data          the chunk, borrowed for the call; not null
@@ -374,8 +381,8 @@ ZVK_API int32_t scan(void* instance, const char* data, uint32_t length);
  * @return with ::ZVK_FILTER_SCAN what scan() answers, otherwise 0, or
  *         ZVK_ERR_BAD_PARAM     mode has none of the three bits
  *         ZVK_ERR_BAD_INSTANCE  null, never created or already destroyed
- *         ZVK_ERR_BAD_PARAM     data is null, or output is null where the mode filters
- *         ZVK_ERR_BAD_STATE     the mode filters: the markup filter is not part of this version
+ *         ZVK_ERR_BAD_PARAM     data is null
+ *         ZVK_ERR_BAD_STATE     the mode filters
  * @par Threads
  *         different instances run in parallel; calls on one instance must not overlap
  */
@@ -386,11 +393,12 @@ ZVK_API int32_t scanfilter(void* instance, const char* data, uint32_t length, ch
  * Ends the stream that is open on an instance; the stream is closed whatever the result.
  *
  * A stream shorter than 256 bytes is typed and scanned here, and the MD5 check of the whole stream
- * is made; both may raise events, whose answers steer nothing any more.
+ * is made; both may raise events.
  *
  * @param instance  handle from createInstance()
  * @return the safe data length: bytes scanned while the stream had no detection, all of them for a
- *         clean stream and 0 for an empty one, or
+ *         clean stream and 0 for an empty one, or one of the codes below. The length is counted in
+ *         32 bits: for streams of 2 GiB and more it is no longer told apart from a code.
  *         ZVK_ERR_BAD_INSTANCE   null, never created or already destroyed
  *         ZVK_ERR_BAD_STATE      no stream is open
  *         ZVK_ERR_NOT_SCANNABLE  the stream was refused, or is short and of no type to be scanned
@@ -438,8 +446,8 @@ ZVK_API int32_t endScanFilter2(void* instance, char* output, uint32_t* outputLen
  * @param instance  handle from createInstance()
  * @return the length in bytes, or
  *         ZVK_ERR_BAD_INSTANCE  null, never created or already destroyed
- *         ZVK_ERR_BAD_STATE     no stream was begun on the instance since it was created or since
- *                               destroyEngine()
+ *         ZVK_ERR_BAD_STATE     no stream was begun on the instance since it was created, since
+ *                               destroyEngine() or since beginScan() answered ZVK_ERR_NO_SCANNER
  * @par Threads
  *         must not overlap another call on the instance
  */

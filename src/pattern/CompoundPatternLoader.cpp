@@ -24,6 +24,16 @@ Exception malformed() {
                                          PatternLoader::getLineNo()));
 }
 
+/// Refuses an "@" outside of groups: it would be the symbol of a group that does not exist.
+void refuseGroupMarks(std::string_view text) {
+    bool isInGroup = false;
+    for (const char c : text) {
+        if (c == '(') isInGroup = true;
+        if (c == ')') isInGroup = false;
+        if (c == '@' && !isInGroup) throw malformed();
+    }
+}
+
 uint32_t gapBound(std::string_view digits) {
     const int64_t value = QLT_SPACE::decimalInt64(std::string(digits).c_str());
     if (value < 0) throw malformed();
@@ -105,8 +115,6 @@ std::string extractGroups(std::string_view part, TriePattern& pattern) {
     std::string text;
     while (!part.empty()) {
         const size_t open = std::min(part.find('('), part.size());
-        // An "@" of the line's own would be the symbol of a group that does not exist.
-        if (part.substr(0, open).find('@') != std::string_view::npos) throw malformed();
         text += part.substr(0, open);
         if (open == part.size()) break;
         const size_t close = part.find(')', open);
@@ -132,6 +140,7 @@ void CompoundPatternLoader::parse(TrieTree& tree, const char* name, const char* 
                                   uint16_t type, const char* offset, uint16_t targetType) {
     const SignatureTraits traits = {name, type, offset, targetType};
     const std::string_view text = hexsig;
+    refuseGroupMarks(text);
     if (text.find('{') != std::string_view::npos) {
         addBoundedParts(tree, traits, text);
     } else if (text.find('*') != std::string_view::npos) {

@@ -83,7 +83,7 @@ _SectionTable readSectionEntry(std::FILE* body, const ContainerHeader& header, u
 
 int PatternLoader::loadSections(std::FILE* body, const ContainerHeader& header,
                                 PatternContainer& container) {
-    int total = 0;
+    uint32_t total = 0;
     for (uint32_t i = 0; i < header.sectionCount; ++i) {
         const _SectionTable section = readSectionEntry(body, header, i);
         if (getPatternType(section.sectionMagic) == PATTERN_UNKNOWN) {
@@ -94,9 +94,9 @@ int PatternLoader::loadSections(std::FILE* body, const ContainerHeader& header,
             ZVK_ERROR("fail to parse section table[%08x].", section.sectionMagic);
             throw Exception("fail to parse section table.");
         }
-        total += currentLine;
+        total += static_cast<uint32_t>(currentLine);
     }
-    return total;
+    return static_cast<int>(total);
 }
 
 bool PatternLoader::parseSection(std::FILE* body, const _SectionTable& section,

@@ -6,8 +6,8 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// @return name without the origin mark that lines of older pattern files carry at its end, and
-///         without what stands behind the mark; MD5 lines keep theirs
+/// @return name without an origin mark and what stands behind the mark. The names of MD5 lines keep
+///         theirs: hosts know them by it.
 inline std::string withoutOriginMark(std::string_view name) {
     return std::string(name.substr(0, name.find("(Clam)")));
 }

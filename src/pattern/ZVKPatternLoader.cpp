@@ -6,14 +6,15 @@
 #include "engine/ZVKUtil.h"
 #include "pattern/PlainLineReader.h"
 #include "store/ZVKPatternContainer.h"
-#include "support/DecimalNumber.h"
 #include "support/Exception.h"
 #include "support/StringHelper.h"
 
 namespace STREAMENGINE_SPACE {
 
-thread_local int32_t PatternLoader::currentLine = 0;
-thread_local std::string PatternLoader::currentFile;
+using QLT_SPACE::Utils;
+
+constinit thread_local int32_t PatternLoader::currentLine = 0;
+constinit thread_local std::array<char, Utils::kFormatRoom> PatternLoader::currentFile{};
 
 namespace {
 
@@ -94,7 +95,7 @@ int PatternLoader::loadContainerFile(const char* name, std::FILE* file,
         ZVK_ERROR("Fail to restore file body, [%s] is not a valid VQ pattern file", name);
         throw Exception("fail to restore file body.");
     }
-    currentFile = name;
+    setCurrentFile(name);
     int total = 0;
     try {
         total = loadSections(body.get(), header, container);
@@ -114,7 +115,7 @@ int PatternLoader::loadPlainFile(const char* name, std::FILE* file, PatternConta
         return 0;
     }
     currentLine = 0;
-    currentFile = name;
+    setCurrentFile(name);
     std::fseek(file, 0, SEEK_SET);
     PlainLineReader reader(file);
     while (reader.next()) {
@@ -129,6 +130,10 @@ int PatternLoader::loadPlainFile(const char* name, std::FILE* file, PatternConta
     if (std::ferror(file) != 0) throw Exception(std::string("Cannot read ") + name);
     ZVK_DEBUG("loaded pattern num : %d", currentLine);
     return currentLine;
+}
+
+void PatternLoader::setCurrentFile(const char* name) {
+    std::snprintf(currentFile.data(), currentFile.size(), "%s", name);
 }
 
 void PatternLoader::prepare(PatternContainer& container) {

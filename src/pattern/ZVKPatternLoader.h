@@ -6,8 +6,11 @@
 //
 // The position, currentFile and currentLine, stands in the line parsers' messages. It is one per
 // thread, so that other users of the parsers neither race with a load nor see a name that is gone.
+// It needs no destructor: one that a thread has to run at its end would keep the library from being
+// unloaded.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <optional>
@@ -17,6 +20,7 @@
 #include "pattern/ContainerLayout.h"
 #include "pattern/PatternType.h"
 #include "support/FilePtr.h"
+#include "support/Utils.h"
 
 namespace STREAMENGINE_SPACE {
 
@@ -51,7 +55,7 @@ class PatternLoader {
                             PatternContainer& container);
 
     /// Hands the records of one section to container; records that it refuses are logged.
-    /// @return false, with a log line, if the section is broken
+    /// @return false if the section is broken; with a log line, but for a reservation that failed
     static bool parseSection(std::FILE* body, const _SectionTable& section,
                              PatternContainer& container);
 
@@ -75,13 +79,17 @@ class PatternLoader {
     static QLT_SPACE::FilePtr restoreBody(std::FILE* file, const ContainerHeader& header);
 
     static int getLineNo() { return currentLine; }
-    static const char* getPatternFileName() { return currentFile.c_str(); }
+    static const char* getPatternFileName() { return currentFile.data(); }
 
   private:
     static int loadContainerFile(const char* name, std::FILE* file, PatternContainer& container);
 
-    static thread_local int32_t currentLine;  // accepted lines, or records of the section, so far
-    static thread_local std::string currentFile;
+    static void setCurrentFile(const char* name);
+
+    // accepted lines, or records of the section, so far
+    static constinit thread_local int32_t currentLine;
+    // as much of the file's name as fits, NUL-terminated
+    static constinit thread_local std::array<char, QLT_SPACE::Utils::kFormatRoom> currentFile;
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -3,8 +3,8 @@
 // Each chunk is normalised behind the tail of the one before, so that a signature cut by a chunk
 // boundary is still whole in `buffer`. buffer[0] is the byte at stream offset bufferBase.
 // Invariants: bufferUsed <= capacity; after a cycle without a detection bufferUsed <= overlap.
-// With the detail options off nothing is allocated after construction but room for multi-part
-// signatures under way, which is kept.
+// With the detail options off a chunk without a detection allocates nothing, but for room for
+// multi-part signatures under way, which is kept.
 //
 // It scans in two passes. The type pass, over the start of the stream, answers whether the stream
 // is to be scanned and chooses the normalisation; the detection pass, over all of it, finds
@@ -53,7 +53,7 @@ class StreamScanner {
     /// Scans a chunk.
     /// @return in the type pass whether a type signature was found (1 or 0), in the detection pass
     ///         the number of detections reported
-    /// @throws QLT_SPACE::Exception if memory for a detail record runs out
+    /// @throws QLT_SPACE::Exception or std::bad_alloc if memory runs out
     int scanBuffer(const char* data, unsigned int len, bool typePass);
 
     /// Runs one pass's matchers over buffer[0, end), whose first byte has stream offset base.

@@ -30,16 +30,17 @@ void TrieScanner::reset() {
 
 const TriePattern* TrieScanner::virusFound(const unsigned char* buf, unsigned int len,
                                            unsigned int base) {
+    if (!EngUtil::debugIsOn()) return search<false>(buf, len, base);
     ZVK_DEBUG("TrieScanner::virusFound, in_buf [%.*s], in_len[%x]",
               static_cast<int>(std::min<unsigned int>(len, INT_MAX)),
               reinterpret_cast<const char*>(buf), len);
-    if (tree.root == nullptr) return nullptr;
-    return EngUtil::debugIsOn() ? search<true>(buf, len, base) : search<false>(buf, len, base);
+    return search<true>(buf, len, base);
 }
 
 template <bool kTrace>
 const TriePattern* TrieScanner::search(const unsigned char* buf, unsigned int len,
                                        unsigned int base) {
+    if (tree.root == nullptr) return nullptr;
     const TrieNode* state = tree.root;
     for (unsigned int i = 0; i < len; ++i) {
         const unsigned char c = buf[i];

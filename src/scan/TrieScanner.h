@@ -26,7 +26,7 @@ class TrieScanner {
 
     /// Scans a buffer whose first byte has stream offset base.
     /// @return the first signature that is complete, or null
-    /// @throws QLT_SPACE::Exception if memory for a detail record runs out
+    /// @throws QLT_SPACE::Exception or std::bad_alloc if memory runs out
     const TriePattern* virusFound(const unsigned char* buf, unsigned int len, unsigned int base);
 
     /// @return the position in the last buffer just behind the pattern matched last

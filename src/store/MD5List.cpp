@@ -53,7 +53,7 @@ void MD5List::init() {
 bool MD5List::allocate(int n) {
     if (!nodePool.allocate(n)) return false;
     if (!patternPool.allocate(n)) {
-        nodePool.reset();
+        nodePool.dropNewest();  // nodes of the older blocks are in use
         return false;
     }
     usePool = true;
@@ -73,8 +73,8 @@ void MD5List::addPattern(const MD5Pattern* record) {
 }
 
 void MD5List::reset() {
-    bm_suffix = {};
-    bm_shift = {};
+    bm_suffix = std::vector<MD5PatternNode*>();
+    bm_shift = std::vector<uint32_t>();
     nodePool.reset();
     patternPool.reset();
     ownNodes.clear();

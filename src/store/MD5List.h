@@ -30,7 +30,7 @@ class MD5List {
     void init();
 
     /// Prepares the pools for n more records; all records come from them from then on.
-    /// @return false, with nothing changed, for an n of 0 or less or where memory runs out
+    /// @return false, with no more room than before, for an n of 0 or less or where memory runs out
     bool allocate(int n);
 
     /// Enters a record of this list into its bucket.

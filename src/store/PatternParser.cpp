@@ -1,5 +1,6 @@
 #include "store/PatternParser.h"
 
+#include <algorithm>
 #include <new>
 #include <string>
 
@@ -54,13 +55,14 @@ bool describe(const VQPatternNode& node, PatInfo& entry) {
 
 }  // namespace
 
-bool PatternParser::insertPatternNode(VQPatternList& list, std::unique_ptr<VQPatternNode> node) {
-    if (node == nullptr) return false;
-    std::unique_ptr<VQPatternNode>* link = &list.head;
-    while (*link != nullptr && node->compareTo(link->get()) > 0) link = &(*link)->next;
-    node->next = std::move(*link);
-    *link = std::move(node);
-    return true;
+void PatternParser::sortPatternList(VQPatternList& list) {
+    std::vector<std::unique_ptr<VQPatternNode>> nodes;
+    nodes.reserve(list.size());
+    while (!list.empty()) nodes.push_back(list.popFront());
+    std::stable_sort(nodes.begin(), nodes.end(), [](const auto& left, const auto& right) {
+        return left->compareTo(right.get()) < 0;
+    });
+    for (; !nodes.empty(); nodes.pop_back()) list.pushFront(std::move(nodes.back()));
 }
 
 void PatternParser::buildSamePrefixList(VQPatternList& list) {

@@ -14,10 +14,10 @@ namespace STREAMENGINE_SPACE {
 
 class PatternParser {
   public:
-    /// Inserts node before the first node that is not smaller: equal patterns are newest first.
-    /// @return false, and nothing done, if node is null
-    /// @throws QLT_SPACE::Exception as VQPatternNode::compareTo(); node is then freed
-    static bool insertPatternNode(VQPatternList& list, std::unique_ptr<VQPatternNode> node);
+    /// Sorts a list by VQPatternNode::compareTo(). Equal patterns keep their order, so that those
+    /// of a list that grew at its front are newest first.
+    /// @throws QLT_SPACE::Exception as VQPatternNode::compareTo(); the list is then empty
+    static void sortPatternList(VQPatternList& list);
 
     /// Regroups a list sorted by compareTo(): a node whose pattern begins with that of the node in
     /// front moves to the end of that node's samePrefix list. Afterwards no pattern of the list

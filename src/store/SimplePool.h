@@ -34,6 +34,14 @@ class SimplePool {
     /// @return the next entry of the newest block, owned by the pool; null if it is used up
     T* get() { return used < capacity ? &block[used++] : nullptr; }
 
+    /// Frees the newest block; nothing is handed out then until the next allocate().
+    void dropNewest() {
+        blocks.pop_back();
+        block = nullptr;
+        capacity = 0;
+        used = 0;
+    }
+
     /// Frees all blocks.
     void reset() {
         blocks.clear();

@@ -33,7 +33,7 @@ void TrieNode::addPattern(std::unique_ptr<TriePattern> pattern) {
         shortList.pushFront(std::move(node));
         ++tree.shortPatternCount;
     } else {
-        PatternParser::insertPatternNode(simpleList, std::move(node));
+        simpleList.pushFront(std::move(node));
         ++tree.ac_simple_patterns;
     }
 }
@@ -41,6 +41,8 @@ void TrieNode::addPattern(std::unique_ptr<TriePattern> pattern) {
 void TrieNode::setSortedList() {
     ZVK_DEBUG("in SetSortedList");
     if (simpleList.empty()) return;
+    // Sorted here, once: a thousand lines may share the head that leads to one node.
+    PatternParser::sortPatternList(simpleList);
     PatternParser::buildSamePrefixList(simpleList);
     sorted = PatternParser::setSortedList(simpleList);
     ZVK_DEBUG("in SetSortedList, simple_patterns[%d]", static_cast<int>(sorted.size()));

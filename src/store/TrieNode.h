@@ -28,7 +28,6 @@ class TrieNode {
     void setTrans(int byte, TrieNode* next);
 
     /// Puts a pattern whose prefix ends here into the list that fits it and counts it in the tree.
-    /// @throws QLT_SPACE::Exception as VQPatternNode::compareTo()
     void addPattern(std::unique_ptr<TriePattern> pattern);
 
     /// Regroups simpleList and builds its sorted table.
@@ -44,7 +43,8 @@ class TrieNode {
     std::unique_ptr<Transitions> trans;  // goto function by byte, entries borrowed from the tree
 
     VQPatternList shortList;  // plain, of this depth's length: to be here is to match; newest first
-    VQPatternList simpleList;     // plain and longer, sorted by compareTo()
+    VQPatternList
+        simpleList;  // plain and longer; newest first, sorted by compareTo() once prepared
     VQPatternList wildcardList;   // newest first
     std::vector<PatInfo> sorted;  // table of simpleList, once prepared
 

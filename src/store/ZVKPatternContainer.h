@@ -26,8 +26,9 @@ class PatternContainer {
     /// @param type         a PatternType
     /// @param shortToTrie  a basic line without wildcards that is too short for the shift table
     ///                     goes to the automaton instead of being refused
-    /// @throws QLT_SPACE::Exception for a malformed line; nothing of it is kept but the parts in
-    ///         front of a part that was refused, which can never complete
+    /// @throws QLT_SPACE::Exception for a malformed line. Of it are kept the parts in front of the
+    ///         one that was refused, which can never complete, their number, and the longest
+    ///         length.
     void addString(const char* line, int type, bool shortToTrie);
 
     /// Finishes the set after its last line. Everything that scanning reads is final afterwards.
