@@ -1,0 +1,197 @@
+// What the library allocates: nothing on the road of a chunk, and nothing it cannot do without.
+#include <gtest/gtest.h>
+
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "interface/TestHost.h"
+
+namespace {
+
+std::atomic<long> allocations = 0;
+std::atomic<long> failAt = -1;  // allocations still to succeed; below 0 all do
+std::atomic<long> failures = 0;
+
+void* allocate(size_t size) {
+    ++allocations;
+    if (failAt.load() >= 0 && failAt.fetch_sub(1) <= 0) {
+        failAt = 0;  // memory stays short
+        ++failures;
+        throw std::bad_alloc();
+    }
+    void* memory = std::malloc(size);
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+
+}  // namespace
+
+void* operator new(size_t size) {
+    return allocate(size);
+}
+void* operator new[](size_t size) {
+    return allocate(size);
+}
+void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    try {
+        return allocate(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, size_t /*size*/) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, size_t /*size*/) noexcept {
+    std::free(memory);
+}
+
+namespace {
+
+const std::string kEvil = "evilcode(1)";
+const std::string kLines = "Evil:0:*:" + hex(kEvil) + "\nTwo:0:*:" + hex("part1") + "*" +
+                           hex("part2") + "\nWild:0:*:" + hex("wil") +
+                           "?"
+                           "?(61|62)\n";
+const std::string kPage = "x<br>" + std::string(300, '.') + "part1 wilda " + kEvil + " part2 end";
+
+/// Runs one call with its n-th allocation, and all behind it, failing.
+/// @return whether one failed
+bool failing(long n, const auto& call) {
+    failures = 0;
+    failAt = n;
+    call();
+    failAt = -1;
+    return failures > 0;
+}
+
+class Allocation : public testing::Test {
+  protected:
+    void TearDown() override { destroyEngine(); }
+};
+
+int32_t quietEvent(void* /*reserved*/, ZVK_ENGINE_EVENT_TYPE /*type*/, const void* /*data*/,
+                   void* /*userData*/) {
+    return 0;
+}
+
+TEST_F(Allocation, NoneOnTheRoadOfAChunk) {
+    ASSERT_EQ(load(".ndb", kLines), 0);
+    void* instance = createInstance();
+    const ZVKScanEngineCallbacks callbacks = {quietEvent};
+    const std::string start = "x<br>" + std::string(251, '.');
+    for (const bool isWarm : {false, true}) {
+        ASSERT_EQ(beginScan(instance, 0, &callbacks, instance), 0);
+        scan(instance, start.data(), static_cast<uint32_t>(start.size()));
+        const long before = allocations;
+        for (size_t i = 0; i + 7 <= kPage.size(); i += 7) scan(instance, &kPage[i], 7);
+        for (int i = 0; i < 100; ++i) {
+            scan(instance, start.data(), static_cast<uint32_t>(start.size()));
+        }
+        if (isWarm) {
+            EXPECT_EQ(allocations, before);
+        }
+        endScan(instance);
+    }
+    destroyInstance(instance);
+}
+
+TEST_F(Allocation, IdleInstancesAreSmall) {
+    std::string lines;
+    for (int i = 0; i < 20000; ++i) {
+        const std::string text = std::to_string(1000000 + i);
+        lines += "M" + text + ":0:*:" + hex("head" + text) + "*" + hex("tail" + text) + "\n";
+    }
+    const size_t longest = 1000;
+    lines += "Long:0:*:" + hex(std::string(longest, 'x')) + "\n";
+    ASSERT_EQ(load(".ndb", lines), 0);
+    constexpr size_t kInstances = 64;
+    std::vector<std::unique_ptr<Host>> hosts(kInstances);
+    const auto used = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
+    const size_t before = used();
+    for (auto& host : hosts) {
+        host = std::make_unique<Host>();
+        host->stream(kPage);
+    }
+    if (before == 0) GTEST_SKIP() << "the allocator in use does not tell what is in use";
+    EXPECT_LT((used() - before) / kInstances, longest + 64 * 1024);
+}
+
+TEST_F(Allocation, LoadsFailWhole) {
+    const TempFolder folder;
+    const std::string path = folder.write("set.ndb", "Other:0:*:" + hex(kEvil) + "\n");
+    const _ZVKPatternFile files = {path.c_str(), nullptr};
+    long steps = 0;
+    int32_t result = 0;
+    while (failing(steps, [&] { result = loadPattern(&files); })) {
+        if (result == 0) {  // only the line was refused
+            _ZVKPatternInfo info{};
+            getPatternInfo(&info);
+            EXPECT_EQ(info.patternCount, 0U);
+            destroyEngine();
+        } else {
+            EXPECT_EQ(result, ZVK_ERR_LOAD_FAILED);
+        }
+        ++steps;
+    }
+    EXPECT_GT(steps, 10);
+    EXPECT_EQ(result, 0);
+    Host host;
+    for (long n = 0; failing(n, [&] { result = reloadPattern(&files); }); ++n) {
+        EXPECT_TRUE(result == 0 || result == ZVK_ERR_LOAD_FAILED);
+        if (result == 0) continue;
+        host.names.clear();
+        host.stream("x<br>" + kEvil);
+        EXPECT_LE(host.names.size(), 1U);
+    }
+}
+
+TEST_F(Allocation, StreamsCanBeEndedWhenMemoryIsShort) {
+    ASSERT_EQ(load(".ndb", kLines), 0);
+    Host host;
+    host.names.reserve(1000);
+    const Options options({"", 0, 0, 1, 1});
+    void* created = nullptr;
+    EXPECT_TRUE(failing(0, [&] { created = createInstance(); }));
+    EXPECT_EQ(created, nullptr);
+    int32_t result = 0;
+    for (long n = 0; failing(n, [&] { result = host.begin(); }); ++n) {
+        EXPECT_EQ(result, ZVK_ERR_NO_SCANNER);
+        EXPECT_EQ(host.end(), ZVK_ERR_BAD_STATE);
+    }
+    EXPECT_EQ(result, 0);
+    host.end();
+    long refused = 0;
+    for (long n = 0; n < 60; ++n) {
+        ASSERT_EQ(host.begin(), 0);
+        failing(n, [&] { result = host.feed(kPage); });
+        EXPECT_TRUE(result >= 0 || result == ZVK_ERR_NO_MEMORY) << result;
+        refused += result == ZVK_ERR_NO_MEMORY ? 1 : 0;
+        EXPECT_GE(host.end(), 0);
+        ASSERT_EQ(host.begin(), 0);
+        host.feed(kPage.substr(0, 5) + kEvil);
+        failing(n, [&] { result = host.end(); });
+        EXPECT_TRUE(result >= 0 || result == ZVK_ERR_NO_MEMORY) << result;
+        EXPECT_EQ(host.end(), ZVK_ERR_BAD_STATE);
+    }
+    EXPECT_GT(refused, 3);
+    // Every stream has let go of its set, so that both can be replaced.
+    const TempFolder folder;
+    const std::string path = folder.write("set.ndb", kLines);
+    const _ZVKPatternFile files = {path.c_str(), nullptr};
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(reloadPattern(&files), 0);
+    host.names.clear();
+    host.stream(kPage);
+    EXPECT_EQ(host.names.size(), 2U);
+}
+
+}  // namespace

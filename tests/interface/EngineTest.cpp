@@ -1,0 +1,284 @@
+// Loads, options and handles, seen through the public interface alone.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "interface/TestHost.h"
+
+namespace {
+
+const std::string kSignature = "Demo=" + hex("<script>evil()") + "\n";
+const std::string kPage = "<script> evil() </script>";
+
+class Engine : public testing::Test {
+  protected:
+    void TearDown() override { destroyEngine(); }
+};
+
+TEST_F(Engine, TellsItself) {
+    _ZVKEngineInfo info{};
+    EXPECT_EQ(getEngineInfo(&info), 0);
+    EXPECT_STREQ(info.buildTime, "Engine Build Time: 2009-06-05 05:25:34");
+    EXPECT_STREQ(info.engineVersion, "Engine Version   : 1.1.0.37");
+    EXPECT_EQ(getEngineInfo(nullptr), ZVK_ERR_NULL_ARG);
+}
+
+TEST_F(Engine, ChecksOptions) {
+    const Log log(1);
+    const ZVKLogFunction function = [](const char*) {};
+    struct Case {
+        int32_t code;
+        _ZVKLogOptions record;
+        int32_t result;
+    };
+    const Case cases[] = {
+        {1, {0, function}, ZVK_ERR_BAD_OPTION},     {-1, {9, nullptr}, ZVK_ERR_BAD_OPTION},
+        {0, {4, nullptr}, ZVK_ERR_NULL_ARG},        {0, {4, function}, ZVK_ERR_BAD_LOG_LEVEL},
+        {0, {-1, function}, ZVK_ERR_BAD_LOG_LEVEL},
+    };
+    for (const Case& row : cases) EXPECT_EQ(setOptions(row.code, &row.record), row.result);
+    EXPECT_EQ(setOptions(0, nullptr), ZVK_ERR_NULL_ARG);
+    _ZVKPatternInfo info{};
+    getPatternInfo(&info);  // logs: nothing above has replaced the function or the level
+    EXPECT_EQ(log.lines(),
+              std::vector<std::string>{"1in ZVKEngine::getPatternInfo(), container is null"});
+    setInternalOptions(nullptr);
+    const _ZVKInternalOptions noText = {nullptr, 0, 0, 0, 0};
+    setInternalOptions(&noText);
+}
+
+TEST_F(Engine, LoadsOnceAndAgainWhenEmptied) {
+    _ZVKPatternInfo info{};
+    EXPECT_EQ(getPatternInfo(nullptr), ZVK_ERR_NULL_ARG);
+    EXPECT_EQ(getPatternInfo(&info), ZVK_ERR_NO_CONTAINER);
+    EXPECT_EQ(load(".db", kSignature), 0);
+    EXPECT_EQ(load(".db", kSignature), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(getPatternInfo(&info), 0);
+    EXPECT_EQ(info.patternCount, 1U);
+    EXPECT_EQ(info.patternVersion, 0U);
+    EXPECT_EQ(destroyEngine(), 0);
+    EXPECT_EQ(getPatternInfo(&info), ZVK_ERR_NO_CONTAINER);
+    const Options options({"", 0, 1, 0, 0});  // skip patterns
+    EXPECT_EQ(load(".db", kSignature), 0);
+    EXPECT_EQ(getPatternInfo(&info), 0);
+    EXPECT_EQ(info.patternCount, 0U);
+}
+
+TEST_F(Engine, CountsLinesOfEachKind) {
+    const TempFolder folder;
+    const std::string base = folder.write("a.ndb", "N:0:*:616263*646566\nbad\nM:0:*:6162??");
+    const std::string update = folder.write("my.hwinfo", "any\nlines\n\n");
+    const _ZVKPatternFile files = {base.c_str(), update.c_str()};
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(loadPattern(&files), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Malformed extended pattern line 1\n");
+    _ZVKPatternInfo info{};
+    getPatternInfo(&info);
+    EXPECT_EQ(info.patternCount, 5U);
+}
+
+TEST_F(Engine, FailedLoadsLeaveItAsItWas) {
+    const TempFolder folder;
+    const std::string good = folder.write("good.db", kSignature);
+    const std::string container = folder.write("container", "VQPattern");
+    const std::string unknown = folder.write("set.txt", kSignature);
+    const std::string missing = folder.path("none.db");
+    const std::string directory = folder.path("");
+    struct Case {
+        const char *base, *update;
+        std::string reason;  // empty: the load succeeds
+    };
+    const Case cases[] = {
+        {nullptr, good.c_str(), "pattern base is NULL"},
+        {missing.c_str(), nullptr, "Cannot open " + missing},
+        {good.c_str(), missing.c_str(), "Cannot open " + missing},
+        {container.c_str(), nullptr, "invalid pattern file"},
+        {good.c_str(), container.c_str(), "invalid pattern file"},
+        {directory.c_str(), nullptr, "invalid pattern file"},
+        {unknown.c_str(), good.c_str(), ""},
+    };
+    Host host;
+    for (const bool reloading : {false, true}) {
+        for (const Case& row : cases) {
+            if (reloading && load(".db", kSignature) != 0) FAIL();
+            const Log log(1);
+            const _ZVKPatternFile files = {row.base, row.update};
+            testing::internal::CaptureStderr();
+            const int32_t result = reloading ? reloadPattern(&files) : loadPattern(&files);
+            const std::string onStderr = testing::internal::GetCapturedStderr();
+            const bool fails = !row.reason.empty();
+            EXPECT_EQ(result, fails ? ZVK_ERR_LOAD_FAILED : 0);
+            if (fails) {
+                EXPECT_EQ(log.lines().back(),
+                          (reloading ? "1load pattern fail : ["
+                                     : "1ZVKEngine::loadPattern, load pattern fail : [") +
+                              row.reason + "]");
+            }
+            EXPECT_EQ(onStderr,
+                      fails && reloading ? "reload pattern fail : [" + row.reason + "]\n" : "");
+            _ZVKPatternInfo info{};
+            EXPECT_EQ(getPatternInfo(&info), fails && !reloading ? ZVK_ERR_NO_CONTAINER : 0);
+            host.names.clear();
+            host.stream(kPage);
+            EXPECT_EQ(host.names.size(), fails && !reloading ? 0U : 1U) << row.reason;
+            destroyEngine();
+        }
+    }
+}
+
+TEST_F(Engine, DefaultFilesBelowTheDirectoryOfTheEnvironment) {
+    const TempFolder folder;
+    const Log log(1);
+    unsetenv("ZVK_DIR");
+    EXPECT_EQ(loadPattern(nullptr), ZVK_ERR_NULL_ARG);
+    setenv("ZVK_DIR", "/none/such", 1);
+    EXPECT_EQ(reloadPattern(nullptr), ZVK_ERR_NULL_ARG);
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{"1ZVKEngine::loadPatten, pf is NULL",
+                                                     "1relaodPattrn, pf is NULL"}));
+    setenv("ZVK_DIR", (" " + folder.path("") + " ").c_str(), 1);
+    const Options options({"", 0, 1, 0, 0});  // the default files are containers: open them only
+    const std::string base = folder.path("pattern/base");
+    const std::string update = folder.path("pattern/update");
+    const auto failure = [&log] { return log.lines().back(); };
+    const std::string prefix = "1ZVKEngine::loadPattern, load pattern fail : [Cannot open ";
+    EXPECT_EQ(loadPattern(nullptr), ZVK_ERR_LOAD_FAILED);
+    EXPECT_EQ(failure(), prefix + update + "]");
+    folder.write("pattern/base", "");
+    EXPECT_EQ(loadPattern(nullptr), ZVK_ERR_LOAD_FAILED);
+    EXPECT_EQ(failure(), prefix + update + "]");
+    folder.write("pattern/update", "");
+    EXPECT_EQ(loadPattern(nullptr), 0);
+    destroyEngine();
+    std::filesystem::remove(base);
+    EXPECT_EQ(loadPattern(nullptr), 0);
+    unsetenv("ZVK_DIR");
+}
+
+TEST_F(Engine, ReloadsInTurns) {
+    const TempFolder folder;
+    std::vector<std::string> sets;
+    for (const char* name : {"One", "Two", "Three", "Four"}) {
+        sets.push_back(folder.write(std::string(name) + ".db", name + kSignature.substr(4)));
+    }
+    const auto reload = [&sets](size_t i) {
+        const _ZVKPatternFile files = {sets[i].c_str(), nullptr};
+        return reloadPattern(&files);
+    };
+    EXPECT_EQ(reload(0), ZVK_ERR_NO_CONTAINER);
+    ASSERT_EQ(load(".db", "One" + kSignature.substr(4)), 0);
+    Host early, late, idle;
+    idle.stream(kPage);
+    early.begin();
+    EXPECT_EQ(reload(1), 0);
+    late.begin();
+    const Log log(3);
+    EXPECT_EQ(reload(2), ZVK_ERR_NO_IDLE_CONTAINER);
+    EXPECT_TRUE(log.has("3[ZVKEngine]no idle pattern container"));
+    early.feed(kPage);
+    early.end();
+    EXPECT_EQ(reload(2), 0);
+    late.feed(kPage);
+    late.end();
+    EXPECT_EQ(reload(3), 0);
+    EXPECT_EQ(early.names, std::vector<std::string>{"One"});
+    EXPECT_EQ(late.names, std::vector<std::string>{"Two"});
+    idle.stream(kPage);
+    EXPECT_EQ(idle.names, (std::vector<std::string>{"One", "Four"}));
+    // A refused stream holds its set until it is ended.
+    early.begin();
+    EXPECT_EQ(early.feed("MZ"), ZVK_ERR_NOT_SCANNABLE);
+    EXPECT_EQ(reload(0), 0);
+    EXPECT_EQ(reload(1), ZVK_ERR_NO_IDLE_CONTAINER);
+    EXPECT_EQ(early.end(), ZVK_ERR_NOT_SCANNABLE);
+    EXPECT_EQ(reload(1), 0);
+}
+
+TEST_F(Engine, InstancesOutliveTheSets) {
+    ASSERT_EQ(load(".db", kSignature), 0);
+    Host open, idle;
+    auto destroyed = std::make_unique<Host>();
+    idle.stream(kPage);
+    open.begin();
+    destroyed->begin();
+    open.feed(kPage);
+    destroyEngine();
+    destroyed.reset();
+    uint32_t length = 1;
+    char output[64];
+    EXPECT_EQ(open.feed(kPage), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(scanfilter(open.instance, "x", 1, output, &length, ZVK_FILTER_SCAN),
+              ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(scanfilter(open.instance, "x", 1, output, &length, 7), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(endScanFilter(open.instance, output, &length, 3), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(open.end(), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(getSafeDataLength(open.instance), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(open.begin(), ZVK_ERR_NO_CONTAINER);
+    EXPECT_EQ(idle.begin(), ZVK_ERR_NO_CONTAINER);
+    ASSERT_EQ(load(".db", "Fresh" + kSignature.substr(4)), 0);
+    for (Host* host : {&open, &idle}) {
+        host->names.clear();
+        host->stream(kPage);
+        EXPECT_EQ(host->names, std::vector<std::string>{"Fresh"});
+    }
+}
+
+TEST_F(Engine, ChecksArgumentsInTheirOrder) {
+    ASSERT_EQ(load(".db", kSignature), 0);
+    Host host;
+    void* gone = createInstance();
+    EXPECT_EQ(destroyInstance(gone), 0);
+    int local = 0;
+    char output[32];
+    uint32_t length = 0;
+    for (void* bad : {static_cast<void*>(nullptr), gone, static_cast<void*>(&local)}) {
+        EXPECT_EQ(destroyInstance(bad), ZVK_ERR_BAD_INSTANCE);
+        EXPECT_EQ(setInstanceOptions(bad, 0, nullptr), ZVK_ERR_BAD_INSTANCE);
+        EXPECT_EQ(beginScan(bad, 0, nullptr, nullptr), ZVK_ERR_BAD_INSTANCE);
+        EXPECT_EQ(scan(bad, nullptr, 0), ZVK_ERR_BAD_INSTANCE);
+        EXPECT_EQ(endScan(bad), ZVK_ERR_BAD_INSTANCE);
+        EXPECT_EQ(getSafeDataLength(bad), ZVK_ERR_BAD_INSTANCE);
+        EXPECT_EQ(scanfilter(bad, nullptr, 0, output, &length, 4), ZVK_ERR_BAD_INSTANCE);
+        EXPECT_EQ(scanfilter(bad, nullptr, 0, output, &length, 1), ZVK_ERR_BAD_INSTANCE);
+        EXPECT_EQ(scanfilter(bad, nullptr, 0, output, &length, 8), ZVK_ERR_BAD_PARAM);
+        EXPECT_EQ(endScanFilter2(bad, output, &length, 4, nullptr), ZVK_ERR_BAD_INSTANCE);
+        EXPECT_EQ(endScanFilter(bad, output, &length, 2), ZVK_ERR_BAD_INSTANCE);
+        EXPECT_EQ(endScanFilter(bad, output, &length, 0), ZVK_ERR_BAD_PARAM);
+    }
+    EXPECT_EQ(setInstanceOptions(host.instance, -5, nullptr), 0);
+    EXPECT_EQ(getSafeDataLength(host.instance), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(beginScan(host.instance, 0, nullptr, &host), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(beginScan(host.instance, 0, &host.callbacks, nullptr), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(host.feed("x"), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(host.end(), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(host.begin(), 0);
+    EXPECT_EQ(host.begin(), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(scan(host.instance, nullptr, 0), ZVK_ERR_BAD_PARAM);
+    for (const uint8_t mode : std::initializer_list<uint8_t>{0, 8, 4, 12, 1, 2, 3, 7}) {
+        length = 99;
+        const int32_t expected = (mode & 7) == 0   ? ZVK_ERR_BAD_PARAM
+                                 : (mode & 3) == 0 ? 0
+                                                   : ZVK_ERR_BAD_STATE;
+        EXPECT_EQ(scanfilter(host.instance, "<b>", 3, output, &length, mode), expected);
+        EXPECT_EQ(length, 0U);
+    }
+    length = 99;
+    EXPECT_EQ(endScanFilter2(host.instance, output, &length, 2, nullptr), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(length, 0U);
+    EXPECT_EQ(host.feed("x"), ZVK_ERR_BAD_STATE);  // ended all the same
+}
+
+TEST_F(Engine, KeywordsAreRefused) {
+    const Log log(1);
+    Host host;
+    const char* keywords[] = {"word", nullptr};
+    char text[] = "some words";
+    EXPECT_EQ(updateKeywords(nullptr), 0);
+    EXPECT_EQ(updateKeywords(keywords), 0);
+    EXPECT_EQ(matchKeywords(&host.callbacks, &host, nullptr, 4), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(matchKeywords(&host.callbacks, &host, text, 4), ZVK_ERR_NO_MEMORY);
+    EXPECT_EQ(log.lines().front(), "1Invalid pattern array");
+    EXPECT_EQ(log.lines().back(), "1fail to new match instance");
+}
+
+}  // namespace

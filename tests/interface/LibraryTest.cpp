@@ -1,0 +1,66 @@
+// The shared library as such: what it exports, and that it comes and goes.
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <fstream>
+#include <set>
+
+#include "interface/TestHost.h"
+
+extern "C" int describeHeaderInC(void);
+
+namespace {
+
+std::string outputOf(const std::string& command) {
+    std::string all;
+    std::FILE* pipe = popen(command.c_str(), "r");
+    for (int c = 0; (c = std::getc(pipe)) != EOF;) all += static_cast<char>(c);
+    EXPECT_EQ(pclose(pipe), 0) << command;
+    return all;
+}
+
+TEST(Library, ExportsTheInterfaceAndNothingElse) {
+    const std::set<std::string> expected = {"getEngineInfo",      "setOptions",
+                                            "setInternalOptions", "loadPattern",
+                                            "reloadPattern",      "getPatternInfo",
+                                            "destroyEngine",      "createInstance",
+                                            "destroyInstance",    "setInstanceOptions",
+                                            "beginScan",          "scan",
+                                            "scanfilter",         "endScan",
+                                            "endScanFilter",      "endScanFilter2",
+                                            "getSafeDataLength",  "updateKeywords",
+                                            "matchKeywords",      "zvkeng",
+                                            "keyword_matcher",    "STREAMENGINE_SPACE::ops"};
+    std::istringstream table(outputOf("nm -DC --defined-only " ZVK_LIBRARY));
+    std::set<std::string> exported;
+    std::string address, kind, name;
+    while (table >> address >> kind >> name) exported.insert(name);
+    EXPECT_EQ(exported, expected);
+    EXPECT_NE(outputOf("readelf -d " ZVK_LIBRARY).find("[libzvkengine.so.1]"), std::string::npos);
+}
+
+TEST(Library, HeaderIsTheSameInC) {
+    EXPECT_EQ(describeHeaderInC(), 0);
+}
+
+TEST(Library, LeavesNothingBehindWhenUnloaded) {
+    const TempFolder folder;  // a copy, as the library itself is linked
+    const std::string copy = folder.path("libcopy.so");
+    std::filesystem::copy_file(ZVK_LIBRARY, copy);
+    const std::string set = folder.write("set.db", "N=" + hex("0123456789") + "\n");
+    for (int round = 0; round < 2; ++round) {
+        void* library = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(library, nullptr) << dlerror();
+        const auto loadCopy =
+            reinterpret_cast<int32_t (*)(const _ZVKPatternFile*)>(dlsym(library, "loadPattern"));
+        ASSERT_NE(loadCopy, &loadPattern);
+        const _ZVKPatternFile files = {set.c_str(), nullptr};
+        EXPECT_EQ(loadCopy(&files), 0);
+        dlclose(library);
+        EXPECT_EQ(dlopen(copy.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
+    }
+}
+
+}  // namespace

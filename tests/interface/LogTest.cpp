@@ -1,0 +1,114 @@
+// The debug lines of a stream, in their order.
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "interface/TestHost.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+const std::string kText = std::string(300, '.');
+
+class StreamLog : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_EQ(load(".ndb", "Evil:0:*:" + hex("evilcode1") + "??\n"), 0); }
+    void TearDown() override { destroyEngine(); }
+
+    /// The lines of the instance, the gate and the events; those of the matchers left out.
+    static Lines gateLines(const Log& log) {
+        Lines kept;
+        for (const auto& line : log.lines()) {
+            const bool isMatchers = line.find("::virusFound, in_buf") != line.npos ||
+                                    line.find("]current->simple_patterns[") != line.npos;
+            if (!isMatchers) kept.push_back(line);
+        }
+        return kept;
+    }
+};
+
+TEST_F(StreamLog, OfTheTypeGate) {
+    const std::string scan = "3[ZVKEngine]ZVKEngineInstance::scan, ";
+    const std::string end = "3[ZVKEngine]ZVKEngineInstance::end_scan, ";
+    const std::string type =
+        "3[StreamScanner]StreamScanner::scanBuffer, find type name [HTML data].";
+    const std::pair<Lines, Lines> cases[] = {
+        {{"abc\x01"}, {scan + "not support data [01] @ 0x3."}},
+        {{"\x7f"}, {scan + "not support data [7f] @ (nil)."}},
+        {{"abc\x01" + kText}, {scan + "NOT support data [01] @ 0x3."}},
+        {{"MZ"}, {scan + "not support type : DOS/W32 executable/library/driver."}},
+        {{"MZ" + kText, "more"}, {scan + "NOT support type : DOS/W32 executable/library/driver."}},
+        {{kText, "more"}, {scan + "not scanable file type."}},
+        {{"x<br>" + kText}, {type, scan + "find scannable file type."}},
+        {{"text"}, {end + "not scanable file type."}},
+        {{"x<br>"}, {type, end + "find scannable file type."}},
+        {{}, {end + "scanned nothing."}},
+    };
+    Host host;
+    for (const auto& [chunks, lines] : cases) {
+        const Log log(3);
+        host.begin();
+        for (const auto& chunk : chunks) host.feed(chunk);
+        host.end();
+        EXPECT_EQ(gateLines(log), lines);
+    }
+}
+
+TEST_F(StreamLog, OfADetection) {
+    const Log log(3);
+    Host host;
+    host.answers = {3};
+    host.stream("x<br>evilcode1!");
+    EXPECT_EQ(
+        log.lines(),
+        (Lines{"3[StreamScanner]TrieScanner::virusFound, in_buf [x<br>evilcode1!], in_len[f]",
+               "3[StreamScanner]current->simple_patterns[1]",
+               "3[StreamScanner]StreamScanner::scanBuffer, find type name [HTML data].",
+               "3[ZVKEngine]ZVKEngineInstance::end_scan, find scannable file type.",
+               "3[StreamScanner]TrieScanner::virusFound, in_buf [x<br>evilcode1!], in_len[f]",
+               "3[StreamScanner]send virus_found event [Malform.HTML][Evil]",
+               "3[StreamScanner]ret of send event is [3]", "3[StreamScanner]ret of event = 3"}));
+}
+
+TEST_F(StreamLog, OfLoadsAndErrors) {
+    destroyEngine();
+    Host host;
+    Log log(3);
+    EXPECT_EQ(host.begin(), ZVK_ERR_NO_CONTAINER);
+    EXPECT_EQ(log.lines(), Lines{"1ZVKEngineInstance::begin_scan, no pattern container."});
+    log.clear();
+    testing::internal::CaptureStdout();
+    const TempFolder folder;
+    const std::string path = folder.write("a.ndb", "A:0:*:616263*646566\nbad\nB:0:*:6162??64\n" +
+                                                       ("C:0:*:" + hex("0123456789") + "\n"));
+    const std::string unknown = folder.write("a.txt", "");
+    const _ZVKPatternFile files = {path.c_str(), unknown.c_str()};
+    ASSERT_EQ(loadPattern(&files), 0);
+    testing::internal::GetCapturedStdout();
+    const auto lines = log.lines();
+    const std::string refusal = "Malformed extended pattern line 1";
+    const Lines first = {"3[ZVKPatternLoader]load pattern file : " + path,
+                         "1container.addString :" + refusal,
+                         "3[ZVKPatternLoader]loaded pattern num : 3",
+                         "1Unknown VQEngine pattern file:[" + unknown + "]"};
+    EXPECT_EQ(Lines(lines.begin(), lines.begin() + 4), first);
+    const std::string unit = "3[ZVKPatternContainer]";
+    EXPECT_EQ(lines[4], unit + "in SetSortedList");
+    EXPECT_TRUE(log.has(unit + "in SetSortedList, simple_patterns[1]"));
+    // The counts go on over all sets of the process: # stands for them.
+    const Lines last = {
+        unit + "ac_simple_patterns [#], ac_wildcard_patterns [#]",
+        unit + "bm sigs [#]",
+        unit + "ac sigs [#]",
+        unit + "ac wildcard pattern [#], ac short pattern [#], ac simple pattern[#]",
+        "3[ZVKEngine]# of patterns: 3",
+        "3[ZVKEngine]ZVKEngine::loadPattern, success return"};
+    Lines tail(lines.end() - 6, lines.end());
+    for (size_t i = 0; i < 4; ++i) {
+        tail[i] = std::regex_replace(tail[i], std::regex("\\[[0-9]+\\]"), "[#]");
+    }
+    EXPECT_EQ(tail, last);
+}
+
+}  // namespace

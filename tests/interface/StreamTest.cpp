@@ -1,0 +1,314 @@
+// Streams from begin to end: the type gate, chunks, answers, digests and safe lengths.
+#include <gtest/gtest.h>
+
+#include "interface/TestHost.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+const std::string kEvil = "<b>evilcode1</b>";  // normalised in plain mode as it stands
+const std::string kLines = "Evil:0:*:" + hex("evilcode1") + "(3c|3d)\n";
+constexpr size_t kHeader = 256;
+// md5sum of "x<br>helloworld" and of "x<br>" with 300 dots behind it.
+const std::string kHelloDigest = "4f0e13dabeff846651dd75f5f6fab974";
+const std::string kDotsDigest = "f595800d78cd155bad946cc0715a0fd7";
+
+std::string filler(size_t length) {
+    return std::string(length, '.');
+}
+
+class Stream : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_EQ(load(".ndb", kLines), 0); }
+    void TearDown() override { destroyEngine(); }
+    void reload(std::string_view ending, std::string_view lines) {
+        destroyEngine();
+        ASSERT_EQ(load(ending, lines), 0);
+    }
+    Host host;
+};
+
+TEST_F(Stream, GateByTheHeader) {
+    const std::string text300 = filler(300);
+    const std::string markup300 = "x<br>" + filler(295);
+    struct Case {
+        const char* name;
+        std::vector<std::string> chunks;
+        std::vector<int32_t> results;  // of the chunks and the end
+    };
+    const int32_t no = ZVK_ERR_NOT_SCANNABLE;
+    const Case cases[] = {
+        {"empty", {}, {0}},
+        {"empty_chunks", {"", ""}, {0, 0, 0}},
+        {"short_markup", {"x<br>"}, {0, 5}},
+        {"short_text", {"hello"}, {0, no}},
+        {"tag_in_upper_case_and_pieces", {"  <I", " FR AME "}, {0, 0, 12}},
+        {"no_such_tag", {"   <p>hello"}, {0, no}},
+        {"markup", {markup300}, {0, 300}},
+        {"header_in_pieces",
+         {markup300.substr(0, 100), markup300.substr(100, 100), markup300.substr(200)},
+         {0, 0, 0, 300}},
+        {"header_to_the_byte", {markup300.substr(0, 256), markup300.substr(256)}, {0, 0, 300}},
+        {"header_and_nothing", {markup300.substr(0, 255), "."}, {0, 0, 256}},
+        {"tag_across_its_end", {filler(253) + "<br>"}, {no, no}},
+        {"tag_up_to_its_end", {filler(252) + "<br>"}, {0, 256}},
+        {"text", {text300, "x<br>"}, {no, no, no}},
+        {"format_in_first_chunk", {"MZ" + filler(98), "x"}, {no, no, no}},
+        {"format_later", {"M", "Z", "x"}, {0, no, no, no}},
+        {"not_text", {"abc\x01" + text300}, {no, no}},
+        {"not_text_behind_header", {markup300, "\x01"}, {0, 0, 301}},
+    };
+    for (const Case& row : cases) {
+        EXPECT_EQ(host.begin(), 0);
+        std::vector<int32_t> results;
+        for (const auto& chunk : row.chunks) results.push_back(host.feed(chunk));
+        results.push_back(host.end());
+        EXPECT_EQ(results, row.results) << row.name;
+        EXPECT_EQ(host.end(), ZVK_ERR_BAD_STATE);
+    }
+    EXPECT_TRUE(host.names.empty());
+}
+
+TEST_F(Stream, DetectionsAtAnyCut) {
+    const std::string page = "x<br>" + filler(290) + kEvil + filler(40) + kEvil;
+    for (const size_t length : {1, 2, 3, 7, 11, 255, 256, 257, 300, 4096}) {
+        host.names.clear();
+        EXPECT_EQ(host.begin(), 0);
+        int32_t count = 0;
+        for (size_t i = 0; i < page.size(); i += length) count += host.feed(page.substr(i, length));
+        host.end();
+        EXPECT_EQ(count, 2) << length;
+        EXPECT_EQ(host.names, (Names{"Evil", "Evil"})) << length;
+    }
+}
+
+TEST_F(Stream, AnswersSteerTheChunk) {
+    const std::string start = "x<br>" + filler(kHeader - 5);
+    const std::string three = kEvil + kEvil + kEvil;
+    struct Case {
+        std::vector<int32_t> answers;
+        int32_t result;  // of the chunk with the three
+        int32_t next;    // of one more
+    };
+    // A stop forgets what its cycle added, not what the host had gone on into before it.
+    const Case cases[] = {
+        {{0, 0, 0}, 3, 1}, {{1}, 1, 1}, {{3}, 1, 1}, {{0, 1}, 2, 3}, {{0, 0, 3}, 3, 2}, {{2}, 1, 1},
+    };
+    for (const Case& row : cases) {
+        host.answers = row.answers;
+        host.names.clear();
+        host.begin();
+        EXPECT_EQ(host.feed(start), 0);
+        EXPECT_EQ(host.feed(three), row.result);
+        EXPECT_EQ(host.feed(kEvil), row.next);
+        EXPECT_EQ(host.end(), static_cast<int32_t>(kHeader));
+    }
+}
+
+TEST_F(Stream, SafeLength) {
+    const std::string head = "x<br>" + filler(kHeader - 5);
+    struct Case {
+        const char* name;
+        std::vector<std::string> chunks;
+        int32_t safe;
+    };
+    const Case cases[] = {
+        {"clean", {head, filler(744)}, 1000},
+        {"blank_chunk", {head, "    "}, 260},
+        {"later_chunk", {head, filler(10), filler(5) + kEvil, filler(10)}, 266},
+        {"header", {"x<br>" + kEvil + filler(300)}, 0},
+        {"rest_of_first_chunk", {head + kEvil}, 0},
+        {"short_stream", {"x<br>" + kEvil}, 0},
+    };
+    for (const Case& row : cases) {
+        host.begin();
+        EXPECT_EQ(getSafeDataLength(host.instance), 0);
+        for (const auto& chunk : row.chunks) host.feed(chunk);
+        EXPECT_EQ(host.end(), row.safe) << row.name;
+        EXPECT_EQ(getSafeDataLength(host.instance), row.safe);
+    }
+}
+
+TEST_F(Stream, DetectionInTheHeaderEndsItsChunk) {
+    host.begin();
+    EXPECT_EQ(host.feed("x<br>" + kEvil + filler(300) + kEvil), 1);
+    EXPECT_EQ(host.feed(kEvil), 1);
+    host.end();
+}
+
+TEST_F(Stream, ShortStreamsAreScannedAtTheirEnd) {
+    host.begin();
+    EXPECT_EQ(host.feed("x<br>" + kEvil), 0);
+    EXPECT_TRUE(host.names.empty());
+    host.end();
+    EXPECT_EQ(host.names, Names{"Evil"});
+    host.begin();
+    host.feed("x<br>" + kEvil);
+    destroyInstance(host.instance);  // ends it first
+    EXPECT_EQ(host.names, (Names{"Evil", "Evil"}));
+}
+
+TEST_F(Stream, MarkupIsReducedToTagsAndScripts) {
+    reload(".db", "Tag=" + hex("<b></b><i></i>") + "\nScript=" + hex("varx=1;evil()") + "\n");
+    const std::pair<std::string, Names> cases[] = {
+        {"<html> <B>text</B> more <I> x </I>", {"Tag"}},
+        {"x <html> <B>text</B> more <I> x </I>", {}},
+        {"x <html> <B> </B>\n<I> </I>", {"Tag"}},
+        {"<html><SCRIPT>var X = 1; evil()</script>", {"Script"}},
+        {"<html>var X = 1; evil()", {}},
+        {"<!-- one -->\n<html>var X = 1; evil()", {}},
+        {"<!-- one --><html>var X = 1; evil()", {"Script"}},  // opens with no tag: all is kept
+    };
+    for (const auto& [page, names] : cases) {
+        for (const size_t length : {1, 5, 4096}) {
+            host.names.clear();
+            host.stream(page, length);
+            EXPECT_EQ(host.names, names) << page << length;
+        }
+    }
+}
+
+TEST_F(Stream, DigestOfTheNormalisedStream) {
+    reload(".hdb", kHelloDigest + ":15:Hello\n" + kHelloDigest + ":16:WrongSize\n" + kDotsDigest +
+                       ":305:Dots\n");
+    struct Case {
+        std::string page;
+        Names names;
+        int32_t safe;
+    };
+    const Case cases[] = {
+        {"X <BR> Hello\n World", {"Hello"}, 0},
+        {"x<br>helloworl", {}, 14},
+        {"x<br>" + filler(300), {"Dots"}, 0},
+        {"x<br>" + filler(301), {}, 306},
+    };
+    for (const Case& row : cases) {
+        for (const size_t length : {1, 100, 4096}) {
+            host.names.clear();
+            host.answers = {5};  // steers nothing
+            EXPECT_EQ(host.stream(row.page, length), row.safe);
+            EXPECT_EQ(host.names, row.names) << row.page;
+        }
+    }
+}
+
+TEST_F(Stream, OffsetsCountInTheNormalisedStream) {
+    reload(".ndb", "At:0:10:" + hex("evilcode1") + "??\nAt300:0:300:" + hex("evilcode22") +
+                       "\nWord:0:EP+0:" + hex("evilcode3") + "??\nNegative:0:-1:" +
+                       hex("evilcode4") + "??\nHuge:0:4294967606:" + hex("evilcode5") + "??\n");
+    const std::pair<std::string, Names> cases[] = {
+        {"x<br>  ..\n ...evilcode1!", {"At"}},
+        {"x<br>......evilcode1!", {}},
+        {"x<br>" + filler(295) + "evilcode22", {"At300"}},
+        {"x<br>" + filler(296) + "evilcode22", {}},
+        {"evilcode3!<br>", {"Word"}},
+        {"xevilcode3!<br>", {}},
+        {"x<br>evilcode4!" + filler(295) + "evilcode5!", {}},
+    };
+    for (const auto& [page, names] : cases) {
+        host.names.clear();
+        host.stream(page, 40);
+        EXPECT_EQ(host.names, names) << page;
+    }
+}
+
+TEST_F(Stream, GapsAndParts) {
+    reload(".ndb", "Bound:0:*:" + hex("one1") + "{3-5}" + hex("two2") +
+                       "\nExact:0:*:" + hex("six6") + "{4}" + hex("ten0") +
+                       "\nZero:0:*:" + hex("aa11") + "{0}" + hex("bb22") +
+                       "\nAny:0:*:" + hex("cc33") + "*" + hex("dd4") + "??*" + hex("ee") + "\n");
+    const std::pair<std::string, Names> cases[] = {
+        {"one1..two2", {}},
+        {"one1...two2", {"Bound"}},
+        {"one1.....two2", {"Bound"}},
+        {"one1......two2", {}},
+        {"one1.two2two2", {"Bound"}},
+        {"six6...ten0.ten0", {}},
+        {"six6....ten0", {"Exact"}},
+        {"bb22aa11", {}},
+        {"aa11bb22", {"Zero"}},
+        {"aa11" + filler(400) + "bb22", {"Zero"}},
+        {"ee.dd4.cc33.dd4.ee", {"Any"}},
+        {"cc33.dd4ee", {}},
+        {"cc33.dd4.ee.cc33.dd4.ee", {"Any", "Any"}},
+        {"cc33.dd4.aa11bb22ee", {"Zero"}},  // a detection ends what is under way
+    };
+    for (const auto& [body, names] : cases) {
+        for (const size_t length : {1, 3, 4096}) {
+            host.names.clear();
+            host.stream("x<br>" + body + "!", length);
+            EXPECT_EQ(host.names, names) << body << length;
+        }
+    }
+}
+
+TEST_F(Stream, TieBreaks) {
+    reload(".ndb",
+           "Deep:0:*:616263??\nFlat:0:*:6162??64\nOld:0:*:787978??\nNew:0:*:787978??\n"
+           "Far:0:*:" +
+               hex("startshere1") + "\nWild:0:*:" + hex("re") + "??\n");
+    const std::pair<std::string, Names> cases[] = {
+        {"abcd", {"Flat"}},  // its prefix ends one byte earlier
+        {"abcx", {"Deep"}},        {"xyx.", {"New"}},
+        {"startshere1", {"Wild"}},  // the automaton is asked first
+        {"startshereX", {"Wild"}},
+    };
+    for (const auto& [body, names] : cases) {
+        host.names.clear();
+        host.answers = {1};
+        host.stream("x<br>" + body);
+        EXPECT_EQ(host.names, names) << body;
+    }
+}
+
+TEST_F(Stream, DumpsWhatIsMatched) {
+    const Options options({"", 1, 0, 0, 0});
+    host.begin();
+    host.feed("X <BR>");
+    EXPECT_TRUE(host.dumps.empty());
+    host.feed("\n" + filler(300));
+    host.feed("  \n");
+    host.feed(kEvil);
+    host.end();
+    EXPECT_EQ(host.dumps, (Names{"x<br>" + filler(249), filler(51), kEvil, ""}));
+}
+
+TEST_F(Stream, DetailTexts) {
+    reload(".ndb", "Demo.A:0:*:" + hex("0123456789") + "\nDemo.B:0:*:" + hex("ab") + "??" +
+                       hex("c") + "(64|65)*" + hex("xyz") + "\n");
+    const std::string bm =
+        "Pat_unknow_type\tDemo.A\t\n\tSignature part 1:\n\t\tlen      :10\n\t\toffset   :0x10\n"
+        "\t\tsig      :0030 0031 0032 0033 0034 0035 0036 0037 0038 0039 \n"
+        "\t\tsig      :0123456789\n\t\tasc      :1\n";
+    const std::string parts =
+        "Pat_unknow_type\tDemo.B\t\n\tSignature part 1:\n\t\tlen      :5\n\t\toffset   :0x5\n"
+        "\t\tsig      :0061 0062 ff38 0063 ff37 \n\t\tsig      :ab?c|\n\t\tasc      :1\n"
+        "\tSignature part 2:\n\t\tlen      :3\n\t\toffset   :0xb\n\t\tsig      :0078 0079 007a \n"
+        "\t\tsig      :xyz\n\t\tasc      :1\n";
+    const Options options({"", 0, 0, 1, 1});
+    for (const size_t length : {1, 4096}) {
+        const Log log(0);
+        host.names.clear();
+        host.stream("x<br>" + filler(11) + "0123456789", length);
+        host.stream("x<br>ab.ce.xyz", length);
+        EXPECT_EQ(host.names, (Names{bm, parts}));
+        EXPECT_EQ(log.lines(), (Names{"0" + bm, "0" + parts}));
+    }
+    reload(".hdb", kHelloDigest + ":15:Demo.C\n");
+    host.names.clear();
+    host.stream("x<br>helloworld");
+    EXPECT_EQ(host.names, Names{"MD5_Pattern\tDemo.C\t\n"});
+}
+
+TEST_F(Stream, LongStreamsRunInCycles) {
+    std::string page = "x<br>";
+    for (int i = 0; i < 40; ++i) page += filler(4000) + kEvil;
+    for (const size_t length : {size_t{16384}, size_t{65536}, page.size()}) {
+        host.names.clear();
+        host.stream(page, length);
+        EXPECT_EQ(host.names.size(), 40U) << length;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,119 @@
+#include "interface/TestHost.h"
+
+#include <stdlib.h>
+
+#include <algorithm>
+#include <fstream>
+#include <mutex>
+
+namespace {
+
+std::mutex logMutex;
+std::vector<std::string> logLines;
+
+void collectLine(const char* line) {
+    const std::lock_guard guard(logMutex);
+    logLines.emplace_back(line);
+}
+
+int32_t onEvent(void* /*reserved*/, ZVK_ENGINE_EVENT_TYPE type, const void* data, void* userData) {
+    auto& host = *static_cast<Host*>(userData);
+    if (type == ZVK_EVENT_DATA_DUMP) {
+        const auto& event = *static_cast<const _ZVKDumpEvent*>(data);
+        host.dumps.emplace_back(event.data, event.length);
+        return 7;
+    }
+    host.names.emplace_back(static_cast<const _ZVKVirusEvent*>(data)->name);
+    const size_t index = host.names.size() - 1;
+    return index < host.answers.size() ? host.answers[index] : 0;
+}
+
+std::string withoutLineNumber(std::string line) {
+    const size_t colon = line.find(':');
+    const size_t close = line.find(']');
+    if (line.starts_with("3[") && colon < close) line.erase(colon, close - colon);
+    return line;
+}
+
+}  // namespace
+
+TempFolder::TempFolder() {
+    std::string name = std::filesystem::temp_directory_path() / "zvk-test-XXXXXX";
+    folder = mkdtemp(name.data());
+}
+
+TempFolder::~TempFolder() {
+    std::filesystem::remove_all(folder);
+}
+
+std::string TempFolder::write(const std::string& name, std::string_view content) const {
+    std::filesystem::create_directories((folder / name).parent_path());
+    std::ofstream(folder / name, std::ios::binary) << content;
+    return folder / name;
+}
+
+Options::~Options() {
+    const _ZVKInternalOptions off = {"", 0, 0, 0, 0};
+    setInternalOptions(&off);
+}
+
+Log::Log(int level) {
+    clear();
+    const _ZVKLogOptions options = {level, collectLine};
+    setOptions(ZVK_OPTION_LOG, &options);
+}
+
+Log::~Log() {
+    const _ZVKLogOptions options = {0, [](const char*) {}};
+    setOptions(ZVK_OPTION_LOG, &options);
+}
+
+std::vector<std::string> Log::lines() const {
+    const std::lock_guard guard(logMutex);
+    std::vector<std::string> plain;
+    std::transform(logLines.begin(), logLines.end(), std::back_inserter(plain), withoutLineNumber);
+    return plain;
+}
+
+bool Log::has(const std::string& line) const {
+    const auto all = lines();
+    return std::find(all.begin(), all.end(), line) != all.end();
+}
+
+void Log::clear() {
+    const std::lock_guard guard(logMutex);
+    logLines.clear();
+}
+
+int32_t load(std::string_view ending, std::string_view lines) {
+    const TempFolder folder;
+    const std::string path = folder.write("set" + std::string(ending), lines);
+    const _ZVKPatternFile files = {path.c_str(), nullptr};
+    return loadPattern(&files);
+}
+
+std::string hex(std::string_view bytes) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string text;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        text += {kDigits[byte >> 4], kDigits[byte & 15]};
+    }
+    return text;
+}
+
+Host::Host() : instance(createInstance()), callbacks{onEvent} {}
+
+Host::~Host() {
+    destroyInstance(instance);
+}
+
+int32_t Host::feed(std::string_view chunk) {
+    return scan(instance, chunk.data(), static_cast<uint32_t>(chunk.size()));
+}
+
+int32_t Host::stream(std::string_view text, size_t chunkLength) {
+    begin();
+    for (size_t i = 0; i < text.size(); i += chunkLength) feed(text.substr(i, chunkLength));
+    return end();
+}

@@ -1,0 +1,76 @@
+// What the tests of the public interface share: a host, its log and its pattern files.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zvkengine.h"
+
+/// A folder that lives as long as the object.
+class TempFolder {
+  public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    /// Writes a file and returns its path.
+    std::string write(const std::string& name, std::string_view content) const;
+    std::string path(const std::string& name) const { return folder / name; }
+
+  private:
+    std::filesystem::path folder;
+};
+
+/// Sets the internal options for one scope.
+class Options {
+  public:
+    explicit Options(const _ZVKInternalOptions& options) { setInternalOptions(&options); }
+    ~Options();
+    Options(const Options&) = delete;
+    Options& operator=(const Options&) = delete;
+};
+
+/// Collects log lines for one scope.
+class Log {
+  public:
+    explicit Log(int level);
+    ~Log();
+    Log(const Log&) = delete;
+    Log& operator=(const Log&) = delete;
+
+    /// All lines so far, the position of debug lines cut to their unit: "3[ZVKEngine]text".
+    std::vector<std::string> lines() const;
+    bool has(const std::string& line) const;
+    void clear();
+};
+
+/// Loads one pattern file, named by its ending, from the lines given.
+int32_t load(std::string_view ending, std::string_view lines);
+
+/// The hexadecimal text of bytes.
+std::string hex(std::string_view bytes);
+
+/// One instance and what it reported.
+class Host {
+  public:
+    Host();
+    ~Host();
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    int32_t begin() { return beginScan(instance, 0, &callbacks, this); }
+    int32_t feed(std::string_view chunk);
+    int32_t end() { return endScan(instance); }
+    /// A whole stream in chunks of the size given.
+    /// @return what the end call answered
+    int32_t stream(std::string_view text, size_t chunkLength = 1 << 20);
+
+    void* instance;
+    std::vector<int32_t> answers;    // to successive detections; 0 to all further ones
+    std::vector<std::string> names;  // of the detections, in order
+    std::vector<std::string> dumps;  // of the dump events
+    ZVKScanEngineCallbacks callbacks;
+};

@@ -1,0 +1,116 @@
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include "scan/Normaliser.h"
+
+namespace {
+
+using STREAMENGINE_SPACE::Normaliser;
+
+std::string feed(Normaliser& normaliser, std::string_view raw, unsigned int room = 1 << 16) {
+    std::string all;
+    std::string out(room, '\0');
+    const char* data = raw.data();
+    auto length = static_cast<unsigned int>(raw.size());
+    while (length != 0) all.append(out, 0, normaliser.getBuffer(data, length, out.data(), room));
+    return all;
+}
+
+std::string normalise(std::string_view raw, bool markup) {
+    Normaliser normaliser;
+    normaliser.htmlMode = markup;
+    return feed(normaliser, raw);
+}
+
+struct NormaliseCase {
+    bool markup;
+    std::string_view raw, expected;
+};
+constexpr NormaliseCase kCases[] = {
+    {false, "Hello World", "helloworld"},
+    {false, "\t\n\v\f\r A[Z`a{\x08\x0e\x1b\xc0\xff", "a[z`a{\x08\x0e\x1b\xc0\xff"},
+    {false, "a<B>c</B>", "a<b>c</b>"},
+    {true, "<B>Bold</B> text", "<b></b>"},
+    {true, "<A HREF=x>text</a>", "<a></a>"},
+    {true, "<!-- x -->", "<!>"},
+    {true, "<!-- > y -->z<b>", "<!><b>"},
+    {true, "<!DOCTYPE html><i>", "<!><i>"},
+    {true, "<! -- x>y-->", "<!>"},
+    {true, "<!- -x>y<b>", "<!><b>"},
+    {true, "<a--x>y--><b>", "<a><b>"},
+    {true, "<Abbr title='>'>x", "<a>"},
+    {true, "<!-- a --->x", "<!>"},
+    {true, "<!--->x<b>", "<!"},
+    {true, "<!---->x<b>", "<!><b>"},
+    {true, "<!-- - -> -->x", "<!>"},
+    {true, "<SCRIPT type=js>var a = 1;</SCRIPT>", "<scripttype=js>vara=1;</script>"},
+    {true, "<script>a<b></script x>y<i>", "<script>a<b></scriptx><i>"},
+    {true, "<script>a</scriptx>b</ script>c</script>d", "<script>a</scriptx>b</script>c</script>"},
+    {true, "<script>a<</script>d<u>", "<script>a<</script><u>"},
+    {true, "<script>a</script</script>d<u>", "<script>a</script</script><u>"},
+    {true, "<scr ipt>x<u>", "<script><u>"},
+    {true, "<scripts>x<u>", "<scripts><u>"},
+    {true, "<x<script>y<u>", "<x<script><u>"},
+    {true, "<s <script>y", "<s<script>"},
+    {true, "text only", ""},
+};
+
+TEST(Normaliser, Table) {
+    for (const auto& row : kCases) {
+        EXPECT_EQ(normalise(row.raw, row.markup), row.expected) << row.raw;
+    }
+}
+
+TEST(Normaliser, WritesNoMoreThanItsRoom) {
+    Normaliser normaliser;
+    const std::string_view raw = "a b c";
+    const char* data = raw.data();
+    unsigned int length = 5;
+    char out[8];
+    EXPECT_EQ(normaliser.getBuffer(data, length, out, 2), 2U);
+    EXPECT_EQ(length, 2U);  // it stops right behind the byte that fills the room
+    EXPECT_EQ(normaliser.getBuffer(data, length, out, 8), 1U);
+    EXPECT_EQ(data, raw.data() + 5);
+    EXPECT_EQ(normaliser.getBuffer(data, length, out, 8), 0U);
+}
+
+RC_GTEST_PROP(Normaliser, IgnoresChunkBoundaries, (bool markup)) {
+    const auto raw =
+        *rc::gen::container<std::string>(rc::gen::elementOf(std::string("<<>>/!- \taScript")));
+    const auto cut = *rc::gen::inRange<size_t>(0, raw.size() + 1);
+    const auto room = *rc::gen::inRange<unsigned int>(1, 9);
+    Normaliser cutInTwo;
+    cutInTwo.htmlMode = markup;
+    auto got = feed(cutInTwo, std::string_view(raw).substr(0, cut), room);
+    got += feed(cutInTwo, std::string_view(raw).substr(cut), room);
+    RC_ASSERT(got == normalise(raw, markup));
+}
+
+TEST(Normaliser, TellsMarkupFromItsStart) {
+    const std::pair<std::string_view, bool> cases[] = {
+        {"  <!-- c -->\n<html>", true},
+        {"<!--\r<b>", true},
+        {"<!--\r<", false},
+        {"<!-- c --><html>", false},
+        {"<!--", false},
+        {"<!-", false},
+        {"<!", false},
+        {"<", false},
+        {"x<html>", false},
+        {"<p", true},
+        {"<px", true},
+        {"<!x", true},
+        {"<!-x", true},
+        {"", false},
+        {" \t\n\v\f\r", false},
+        {"<!doctype html>", true},
+        {"<!--a\n \n<!--b\n<i>", true},
+    };
+    for (const auto& [text, isMarkup] : cases) {
+        EXPECT_EQ(Normaliser::checkHeader(text.data(), static_cast<unsigned int>(text.size())),
+                  isMarkup)
+            << text;
+    }
+}
+
+}  // namespace
