@@ -1,0 +1,60 @@
+#include "FileScanner.h"
+
+#include <fmt/format.h>
+
+#include <exception>
+#include <new>
+#include <string_view>
+
+#include "ErrorLog.h"
+#include "InputStream.h"
+#include "ProgressBar.h"
+
+namespace zvk {
+
+FileScanner::FileScanner(const StreamOptions& streamOptions, ProgressBar& progressBar)
+    : options(streamOptions),
+      progress(progressBar),
+      instance(createInstance()),
+      // Not cleared: of a long chunk only the pages that a file fills take up memory.
+      chunk(std::make_unique_for_overwrite<char[]>(options.chunkLength)) {
+    if (!instance) throw std::bad_alloc();
+}
+
+FileReport FileScanner::scanFile(const InputFile& input, const std::stop_token& stop) {
+    FileReport report;
+    report.path = input.path;
+    report.error = input.error;
+    if (!report.error.empty()) return report;
+    const ErrorLog log(1);
+    try {
+        scanOpened(input, stop, report);
+    } catch (const std::exception& error) {
+        report.error = error.what();
+    }
+    if (report.error.empty() && log.others().count > 0) {
+        report.error = "error of the engine: " + log.others().latest();
+    }
+    return report;
+}
+
+void FileScanner::scanOpened(const InputFile& input, const std::stop_token& stop,
+                             FileReport& report) {
+    InputStream file(input);
+    report.isStream = true;
+    EngineStream stream(instance.get(), options.firstOnly, report.findings);
+    bool wantsMore = true;
+    bool isAtEnd = false;
+    while (wantsMore && !isAtEnd && !stop.stop_requested()) {
+        const size_t length = file.read(chunk.get(), options.chunkLength);
+        isAtEnd = length < options.chunkLength;
+        report.bytes += length;
+        progress.addBytes(length);
+        if (length > 0) wantsMore = stream.scanChunk(std::string_view(chunk.get(), length));
+    }
+    stream.end();
+    report.isRefused = stream.isRefused();
+    if (isAtEnd) report.error = file.failure();
+}
+
+}  // namespace zvk
