@@ -150,7 +150,7 @@ void PatternParser::hex2str(std::string_view hex, uint8_t* out, unsigned int len
                                 PatternLoader::getPatternFileName(), PatternLoader::getLineNo(),
                                 static_cast<int>(hex.size()), hex.data(), static_cast<int>(len)));
     }
-    for (unsigned int i = 0; i < len / 2; ++i) {
+    for (size_t i = 0; i < len / 2; ++i) {
         const int high = digitValue(hex[2 * i]);
         const int low = digitValue(hex[2 * i + 1]);
         if (high < 0 || low < 0) {

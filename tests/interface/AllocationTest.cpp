@@ -128,7 +128,7 @@ TEST_F(Allocation, IdleInstancesAreSmall) {
         host = std::make_unique<Host>();
         host->stream(kPage);
     }
-    EXPECT_LT((bytesInUse - before) / kInstances, longest + 64 * 1024);
+    EXPECT_LT((bytesInUse - before) / kInstances, longest + 65536);
 }
 
 TEST_F(Allocation, LoadsFailWhole) {

@@ -12,7 +12,7 @@ const std::string kText = std::string(300, '.');
 /// The line with "#" in the place of each "[number]"'s number.
 std::string withoutCounts(std::string line) {
     constexpr const char* kDigits = "0123456789";
-    for (size_t at = line.find("]"); (at = line.find_first_of(kDigits, at)) != line.npos; ++at) {
+    for (size_t at = line.find(']'); (at = line.find_first_of(kDigits, at)) != line.npos; ++at) {
         line.replace(at, line.find_first_not_of(kDigits, at) - at, "#");
     }
     return line;

@@ -72,7 +72,7 @@ TEST_F(Stream, GateByTheHeader) {
 
 TEST_F(Stream, DetectionsAtAnyCut) {
     const std::string page = "x<br>" + filler(290) + kEvil + filler(40) + kEvil;
-    for (const size_t length : {1, 2, 3, 7, 11, 255, 256, 257, 300, 4096}) {
+    for (const size_t length : {1U, 2U, 3U, 7U, 11U, 255U, 256U, 257U, 300U, 4096U}) {
         host.names.clear();
         EXPECT_EQ(host.begin(), 0);
         int32_t count = 0;
@@ -161,7 +161,7 @@ TEST_F(Stream, MarkupIsReducedToTagsAndScripts) {
         {"<!-- one --><html>var X = 1; evil()", {"Script"}},  // opens with no tag: all is kept
     };
     for (const auto& [page, names] : cases) {
-        for (const size_t length : {1, 5, 4096}) {
+        for (const size_t length : {1U, 5U, 4096U}) {
             host.names.clear();
             host.stream(page, length);
             EXPECT_EQ(host.names, names) << page << length;
@@ -184,7 +184,7 @@ TEST_F(Stream, DigestOfTheNormalisedStream) {
         {"x<br>" + filler(301), {}, 306},
     };
     for (const Case& row : cases) {
-        for (const size_t length : {1, 100, 4096}) {
+        for (const size_t length : {1U, 100U, 4096U}) {
             host.names.clear();
             host.answers = {5};  // steers nothing
             EXPECT_EQ(host.stream(row.page, length), row.safe);
@@ -235,7 +235,7 @@ TEST_F(Stream, GapsAndParts) {
         {"cc33.dd4.aa11bb22ee", {"Zero"}},  // a detection ends what is under way
     };
     for (const auto& [body, names] : cases) {
-        for (const size_t length : {1, 3, 4096}) {
+        for (const size_t length : {1U, 3U, 4096U}) {
             host.names.clear();
             host.stream("x<br>" + body + "!", length);
             EXPECT_EQ(host.names, names) << body << length;
@@ -287,7 +287,7 @@ TEST_F(Stream, DetailTexts) {
         "\tSignature part 2:\n\t\tlen      :3\n\t\toffset   :0xb\n\t\tsig      :0078 0079 007a \n"
         "\t\tsig      :xyz\n\t\tasc      :1\n";
     const Options options({"", 0, 0, 1, 1});
-    for (const size_t length : {1, 4096}) {
+    for (const size_t length : {1U, 4096U}) {
         const Log log(0);
         host.names.clear();
         host.stream("x<br>" + filler(11) + "0123456789", length);

@@ -50,9 +50,9 @@ TEST_F(Reloads, StreamsKeepTheSetTheyBeganWith) {
     const TempFolder folder;
     std::atomic<bool> isOver = false;
     std::atomic<long> streams = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&] {
+    std::vector<std::thread> threads(kThreads);
+    for (auto& thread : threads) {
+        thread = std::thread([&] {
             while (!isOver) {
                 Host host;
                 for (int stream = 0; stream < 5; ++stream, ++streams) scanOnce(host);
@@ -80,9 +80,9 @@ TEST_F(Reloads, StreamsKeepTheSetTheyBeganWith) {
 
 TEST_F(Reloads, InstancesMayWaitForTheFirstSet) {
     destroyEngine();
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([] {
+    std::vector<std::thread> threads(kThreads);
+    for (auto& thread : threads) {
+        thread = std::thread([] {
             Host host;
             while (host.begin() == ZVK_ERR_NO_CONTAINER) std::this_thread::yield();
             host.feed("x<br>evilcode(1)");

@@ -13,7 +13,7 @@ struct TypeCase {
     uint32_t position;        // at which the lookup stops
 };
 
-using std::literals::operator""sv;
+using namespace std::literals;
 
 constexpr TypeCase kCases[] = {
     {"MZ", 505, "DOS/W32 executable/library/driver", 1},

@@ -78,6 +78,7 @@ struct Hit {
 class Reference {
   public:
     explicit Reference(std::vector<Signature> set) : signatures(std::move(set)) {
+        std::reverse(signatures.begin(), signatures.end());
         for (const Signature& s : signatures) {
             for (const Part& part : s.parts) overlap = std::max(overlap, part.elements.size());
         }
@@ -147,18 +148,18 @@ class Reference {
 
     std::optional<Hit> search(std::string_view text) {
         for (size_t end = 2; end <= text.size(); ++end) {
-            for (const size_t depth : {3, 2}) {
+            for (const size_t depth : {3U, 2U}) {
                 if (depth > end) continue;
                 if (auto hit = searchHeads(text, end - depth, depth)) return hit;
             }
         }
         for (size_t start = 0; start < text.size(); ++start) {
-            for (auto s = signatures.rbegin(); s != signatures.rend(); ++s) {
-                if (!s->isSimple() || !s->parts[0].matchesAt(text, start)) continue;
+            for (Signature& s : signatures) {
+                if (!s.isSimple() || !s.parts[0].matchesAt(text, start)) continue;
                 const auto position = base + static_cast<uint32_t>(start);
-                if (s->offset && *s->offset != position) continue;
-                details.emplace_back(&*s, position);
-                return Hit{&*s, start + s->parts[0].elements.size()};
+                if (s.offset && *s.offset != position) continue;
+                details.emplace_back(&s, position);
+                return Hit{&s, start + s.parts[0].elements.size()};
             }
         }
         return std::nullopt;
@@ -172,11 +173,12 @@ class Reference {
             const Part* part;
         };
         std::vector<Candidate> candidates;
-        for (auto s = signatures.rbegin(); s != signatures.rend(); ++s) {
-            if (s->isSimple()) continue;
-            for (auto part = s->parts.rbegin(); part != s->parts.rend(); ++part) {
-                if (part->head() != head || !part->matchesAt(text, start)) continue;
-                candidates.push_back({part->isPlain() ? part->elements.size() : 0, &*s, &*part});
+        for (Signature& s : signatures) {
+            if (s.isSimple()) continue;
+            for (size_t i = s.parts.size(); i-- > 0;) {
+                const Part& part = s.parts[i];
+                if (part.head() != head || !part.matchesAt(text, start)) continue;
+                candidates.push_back({part.isPlain() ? part.elements.size() : 0, &s, &part});
             }
         }
         std::stable_sort(candidates.begin(), candidates.end(),
@@ -204,7 +206,7 @@ class Reference {
         return s.parts.size() == 1 || s.partsMatched == s.parts.size();
     }
 
-    std::vector<Signature> signatures;
+    std::vector<Signature> signatures;  // newest first: so they are tried
     std::vector<int32_t> answers;
     std::vector<std::string> reported;
     std::vector<std::pair<Signature*, uint32_t>> details;  // parts accepted since the last report

@@ -110,9 +110,8 @@ TEST(PatternParser, GroupsSortedLists) {
 }
 
 TEST(PatternParser, TablesOfNothing) {
-    std::vector<std::string> sent;
-    static std::vector<std::string>* lines = &sent;
-    ops.logFunction = [](const char* line) { lines->emplace_back(line); };
+    static std::vector<std::string> sent;
+    ops.logFunction = [](const char* line) { sent.emplace_back(line); };
     ops.logLevel = 3;
     VQPatternList list;
     EXPECT_TRUE(PatternParser::setSortedList(list).empty());

@@ -85,7 +85,7 @@ TEST(MD5, KnownDigests) {
         {std::string(1000, 'a'), "cabe45dcc9ae5b66ba86600cca6b8ba8"},
     };
     for (const auto& [text, digest] : cases) {
-        for (const size_t pieceLength : {1, 7, 63, 64, 65, 4096}) {
+        for (const size_t pieceLength : {1U, 7U, 63U, 64U, 65U, 4096U}) {
             EXPECT_EQ(digestOf(text, pieceLength), digest) << text.size() << "/" << pieceLength;
         }
     }
