@@ -16,46 +16,37 @@ class Logging : public testing::Test {
   protected:
     void SetUp() override {
         sent.clear();
-        ops.logFunction = [](const char* line) { sent.emplace_back(line); };
+        ops.logFunction = [](const char* line) {
+            sent.emplace_back(line);
+            throw 1;  // goes no further
+        };
     }
-    void TearDown() override {
-        ops.logFunction = nullptr;
-        ops.logLevel = 0;
-    }
+    void TearDown() override { ops = {}; }
 };
 
 TEST_F(Logging, EachKindAtItsLevel) {
-    const std::vector<std::vector<std::string>> expected = {
-        {"0x=5"}, {"0x=5", "1e"}, {"0x=5", "1e"}, {"0x=5", "1e", "3[ZVKEngine:430]hello"}};
-    for (int32_t level = 0; level <= 3; ++level) {
+    int evaluated = 0;
+    for (const auto& [level, lines] : {std::pair{0, 1U}, {1, 2U}, {2, 2U}, {3, 3U}}) {
         sent.clear();
         ops.logLevel = level;
         ZVK_INFO("x=%d", 5);
         ZVK_ERROR("e");
-        LogFileName = kUnit;
-        LogLineNo = 430;
-        EngUtil::DbgMsg("hello");
-        EXPECT_EQ(sent, expected[static_cast<size_t>(level)]) << level;
+        ZVK_DEBUG("%d", ++evaluated);
+        const auto position = "3[ZVKEngine:" + std::to_string(__LINE__ - 1) + "]";
+        const std::vector<std::string> all = {"0x=5", "1e", position + "1"};
+        EXPECT_EQ(sent, std::vector<std::string>(all.begin(), all.begin() + lines)) << level;
     }
-}
-
-TEST_F(Logging, MacrosStoreThePositionAndSpareTheArguments) {
-    int evaluated = 0;
-    ZVK_DEBUG("%d", ++evaluated);
-    EXPECT_EQ(evaluated, 0);
-    ops.logLevel = 3;
-    ZVK_DEBUG("%d", ++evaluated);
-    EXPECT_EQ(sent.back(), "3[ZVKEngine:" + std::to_string(__LINE__ - 1) + "]1");
+    EXPECT_EQ(evaluated, 1);
 }
 
 TEST_F(Logging, CutsMessageAndPrefix) {
     const std::string longText(5000, 'm');
-    EngUtil::InMsg("%s", longText.c_str());
-    EXPECT_EQ(sent.back(), "0" + std::string(4095, 'm'));
     ops.logLevel = 3;
     LogFileName = longText.c_str();
     EngUtil::DbgMsg("%s", longText.c_str());
-    EXPECT_EQ(sent.back(), "3[" + std::string(125, 'm') + std::string(4095, 'm'));
+    EngUtil::InMsg("%s", longText.c_str());
+    EXPECT_EQ(sent[0], "3[" + std::string(125, 'm') + std::string(4095, 'm'));
+    EXPECT_EQ(sent[1], "0" + std::string(4095, 'm'));
 }
 
 TEST_F(Logging, BoundsAllocations) {
@@ -64,42 +55,31 @@ TEST_F(Logging, BoundsAllocations) {
         EXPECT_EQ(EngUtil::myAlloc(size), nullptr);
         EXPECT_TRUE(sent.back().ends_with("]bad size [" + std::to_string(size) + "] to allocate"));
     }
-    for (const int size : {1, 10485760}) {
-        void* memory = EngUtil::myAlloc(size);
-        ASSERT_NE(memory, nullptr);
-        std::memset(memory, 1, static_cast<size_t>(size));
-        std::free(memory);
-    }
+    void* memory = EngUtil::myAlloc(10485760);
+    ASSERT_NE(memory, nullptr);
+    std::free(memory);
 }
 
 TEST(EngUtil, Trims) {
-    struct Case {
-        const char *text, *right, *left, *both;
-    };
-    const Case cases[] = {{" a b \t\r\n", " a b", "a b \t\r\n", "a b"},
-                          {"   ", "", "", ""},
-                          {"", "", "", ""},
-                          {"\va\v", "\va\v", "\va\v", "\va\v"}};
-    for (const Case& row : cases) {
-        const auto apply = [&row](auto function) {
-            std::string text = row.text;
-            return std::string(function(text.data()));
+    const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
+        {" a b \t\r\n", " a b", "a b \t\r\n", "a b"},
+        {"   ", "", "", ""},
+        {"\va", "\va", "\va", "\va"}};
+    for (const auto& [text, right, left, both] : cases) {
+        const auto trimmed = [from = std::string(text)](auto function) {
+            std::string copy = from;
+            return std::string(function(copy.data()));
         };
-        EXPECT_EQ(apply(EngUtil::rtrim), row.right);
-        EXPECT_EQ(apply(EngUtil::ltrim), row.left);
-        EXPECT_EQ(apply(EngUtil::trim), row.both);
+        EXPECT_EQ(trimmed(EngUtil::rtrim), right);
+        EXPECT_EQ(trimmed(EngUtil::ltrim), left);
+        EXPECT_EQ(trimmed(EngUtil::trim), both);
     }
     EXPECT_EQ(EngUtil::trim(nullptr), nullptr);
 }
 
 TEST(EngUtil, FindsTheBaseDirectory) {
-    struct Case {
-        std::string value;
-        bool isFound;
-        std::string buffer;
-    };
     const std::string room126(126, 'd');
-    const Case cases[] = {
+    const std::tuple<std::string, bool, std::string> cases[] = {
         {" /base ", true, "/base/"},
         {"/base/", true, "/base/"},
         {"  ", false, ""},
@@ -107,16 +87,14 @@ TEST(EngUtil, FindsTheBaseDirectory) {
         {room126, true, room126 + "/"},
         {room126 + "d", false, room126 + "d"},  // no room for the "/"
     };
-    for (const Case& row : cases) {
+    for (const auto& [value, isFound, text] : cases) {
         char buffer[128] = "untouched";
-        setenv("ZVK_TEST_DIR", row.value.c_str(), 1);
-        EXPECT_EQ(EngUtil::getPathVar(buffer, 128, "ZVK_TEST_DIR"), row.isFound) << row.value;
-        EXPECT_EQ(buffer, row.buffer);
+        setenv("ZVK_TEST_DIR", value.c_str(), 1);
+        EXPECT_EQ(EngUtil::getPathVar(buffer, 128, "ZVK_TEST_DIR"), isFound) << value;
+        EXPECT_EQ(buffer, text);
     }
-    unsetenv("ZVK_TEST_DIR");
     char buffer[8];
-    EXPECT_FALSE(EngUtil::getPathVar(buffer, 8, "ZVK_TEST_DIR"));
-    EXPECT_FALSE(EngUtil::getPathVar(buffer, 0, "HOME"));
+    EXPECT_FALSE(EngUtil::getPathVar(buffer, 8, "ZVK_TEST_UNSET"));
     EXPECT_FALSE(EngUtil::getPathVar(nullptr, 8, "HOME"));
 }
 
@@ -129,7 +107,6 @@ TEST(EngUtil, ScramblesAndBack) {
         EXPECT_EQ(name == plain, key == 0);
         EXPECT_EQ(EngUtil::XorString(name.data(), static_cast<unsigned char>(key)), plain);
     }
-    EXPECT_EQ(EngUtil::XorString(nullptr, 1), nullptr);
 }
 
 TEST(EngUtil, MeasuresFiles) {

@@ -49,82 +49,64 @@ TEST_F(Engine, ChecksOptions) {
 }
 
 TEST_F(Engine, LoadsOnceAndAgainWhenEmptied) {
-    _ZVKPatternInfo info{};
-    EXPECT_EQ(getPatternInfo(nullptr), ZVK_ERR_NULL_ARG);
-    EXPECT_EQ(getPatternInfo(&info), ZVK_ERR_NO_CONTAINER);
-    EXPECT_EQ(load(".db", kSignature), 0);
-    EXPECT_EQ(load(".db", kSignature), ZVK_ERR_BAD_STATE);
-    EXPECT_EQ(getPatternInfo(&info), 0);
-    EXPECT_EQ(info.patternCount, 1U);
-    EXPECT_EQ(info.patternVersion, 0U);
-    EXPECT_EQ(destroyEngine(), 0);
-    EXPECT_EQ(getPatternInfo(&info), ZVK_ERR_NO_CONTAINER);
-    const Options options({"", 0, 1, 0, 0});  // skip patterns
-    EXPECT_EQ(load(".db", kSignature), 0);
-    EXPECT_EQ(getPatternInfo(&info), 0);
-    EXPECT_EQ(info.patternCount, 0U);
-}
-
-TEST_F(Engine, CountsLinesOfEachKind) {
     const TempFolder folder;
     const std::string base = folder.write("a.ndb", "N:0:*:616263*646566\nbad\nM:0:*:6162??");
     const std::string update = folder.write("my.hwinfo", "any\nlines\n\n");
     const _ZVKPatternFile files = {base.c_str(), update.c_str()};
+    _ZVKPatternInfo info{};
+    EXPECT_EQ(getPatternInfo(nullptr), ZVK_ERR_NULL_ARG);
+    EXPECT_EQ(getPatternInfo(&info), ZVK_ERR_NO_CONTAINER);
     testing::internal::CaptureStdout();
     EXPECT_EQ(loadPattern(&files), 0);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Malformed extended pattern line 1\n");
-    _ZVKPatternInfo info{};
-    getPatternInfo(&info);
+    EXPECT_EQ(loadPattern(&files), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(getPatternInfo(&info), 0);
     EXPECT_EQ(info.patternCount, 5U);
+    EXPECT_EQ(info.patternVersion, 0U);
+    EXPECT_EQ(destroyEngine(), 0);
+    EXPECT_EQ(getPatternInfo(&info), ZVK_ERR_NO_CONTAINER);
+    const Options options({"", 0, 1, 0, 0});  // skip patterns
+    EXPECT_EQ(loadPattern(&files), 0);
+    EXPECT_EQ(getPatternInfo(&info), 0);
+    EXPECT_EQ(info.patternCount, 0U);
 }
 
 TEST_F(Engine, FailedLoadsLeaveItAsItWas) {
     const TempFolder folder;
     const std::string good = folder.write("good.db", kSignature);
     const std::string container = folder.write("container", "VQPattern");
-    const std::string unknown = folder.write("set.txt", kSignature);
     const std::string missing = folder.path("none.db");
     const std::string directory = folder.path("");
-    struct Case {
-        const char *base, *update;
-        std::string reason;  // empty: the load succeeds
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, const char*, std::string> cases[] = {
         {nullptr, good.c_str(), "pattern base is NULL"},
         {missing.c_str(), nullptr, "Cannot open " + missing},
         {good.c_str(), missing.c_str(), "Cannot open " + missing},
-        {container.c_str(), nullptr, "invalid pattern file"},
         {good.c_str(), container.c_str(), "invalid pattern file"},
         {directory.c_str(), nullptr, "invalid pattern file"},
-        {unknown.c_str(), good.c_str(), ""},
     };
     Host host;
     for (const bool reloading : {false, true}) {
-        for (const Case& row : cases) {
-            if (reloading && load(".db", kSignature) != 0) FAIL();
+        if (reloading) {
+            ASSERT_EQ(load(".db", kSignature), 0);
+        }
+        for (const auto& [base, update, reason] : cases) {
             const Log log(1);
-            const _ZVKPatternFile files = {row.base, row.update};
+            const _ZVKPatternFile files = {base, update};
             testing::internal::CaptureStderr();
-            const int32_t result = reloading ? reloadPattern(&files) : loadPattern(&files);
-            const std::string onStderr = testing::internal::GetCapturedStderr();
-            const bool fails = !row.reason.empty();
-            EXPECT_EQ(result, fails ? ZVK_ERR_LOAD_FAILED : 0);
-            if (fails) {
-                EXPECT_EQ(log.lines().back(),
-                          (reloading ? "1load pattern fail : ["
-                                     : "1ZVKEngine::loadPattern, load pattern fail : [") +
-                              row.reason + "]");
-            }
-            EXPECT_EQ(onStderr,
-                      fails && reloading ? "reload pattern fail : [" + row.reason + "]\n" : "");
-            _ZVKPatternInfo info{};
-            EXPECT_EQ(getPatternInfo(&info), fails && !reloading ? ZVK_ERR_NO_CONTAINER : 0);
+            EXPECT_EQ((reloading ? reloadPattern : loadPattern)(&files), ZVK_ERR_LOAD_FAILED);
+            const std::string text = "load pattern fail : [" + reason + "]";
+            EXPECT_EQ(log.lines().back(), (reloading ? "1" : "1ZVKEngine::loadPattern, ") + text);
+            EXPECT_EQ(testing::internal::GetCapturedStderr(), reloading ? "re" + text + "\n" : "");
             host.names.clear();
             host.stream(kPage);
-            EXPECT_EQ(host.names.size(), fails && !reloading ? 0U : 1U) << row.reason;
-            destroyEngine();
+            EXPECT_EQ(host.names.size(), reloading ? 1U : 0U) << reason;
         }
     }
+    destroyEngine();
+    EXPECT_EQ(load(".txt", kSignature), 0);  // a file of no known kind holds nothing
+    host.names.clear();
+    EXPECT_EQ(host.stream(kPage), 25);
+    EXPECT_TRUE(host.names.empty());
 }
 
 TEST_F(Engine, DefaultFilesBelowTheDirectoryOfTheEnvironment) {
@@ -269,7 +251,6 @@ TEST_F(Engine, ChecksArgumentsInTheirOrder) {
 }
 
 TEST_F(Engine, KeywordsAreRefused) {
-    const Log log(1);
     Host host;
     const char* keywords[] = {"word", nullptr};
     char text[] = "some words";
@@ -277,8 +258,6 @@ TEST_F(Engine, KeywordsAreRefused) {
     EXPECT_EQ(updateKeywords(keywords), 0);
     EXPECT_EQ(matchKeywords(&host.callbacks, &host, nullptr, 4), ZVK_ERR_BAD_PARAM);
     EXPECT_EQ(matchKeywords(&host.callbacks, &host, text, 4), ZVK_ERR_NO_MEMORY);
-    EXPECT_EQ(log.lines().front(), "1Invalid pattern array");
-    EXPECT_EQ(log.lines().back(), "1fail to new match instance");
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // The debug lines of a stream, in their order.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "interface/TestHost.h"
 
 namespace {
@@ -85,35 +87,30 @@ TEST_F(StreamLog, OfLoadsAndErrors) {
     EXPECT_EQ(host.begin(), ZVK_ERR_NO_CONTAINER);
     EXPECT_EQ(log.lines(), Lines{"1ZVKEngineInstance::begin_scan, no pattern container."});
     log.clear();
-    testing::internal::CaptureStdout();
     const TempFolder folder;
-    const std::string path = folder.write("a.ndb", "A:0:*:616263*646566\nbad\nB:0:*:6162??64\n" +
-                                                       ("C:0:*:" + hex("0123456789") + "\n"));
+    const std::string path = folder.write("a.ndb", "A:0:*:616263*646566\nbad\n");
     const std::string unknown = folder.write("a.txt", "");
     const _ZVKPatternFile files = {path.c_str(), unknown.c_str()};
+    testing::internal::CaptureStdout();
     ASSERT_EQ(loadPattern(&files), 0);
     testing::internal::GetCapturedStdout();
-    const auto lines = log.lines();
-    const std::string refusal = "Malformed extended pattern line 1";
-    const Lines first = {"3[ZVKPatternLoader]load pattern file : " + path,
-                         "1container.addString :" + refusal,
-                         "3[ZVKPatternLoader]loaded pattern num : 3",
-                         "1Unknown VQEngine pattern file:[" + unknown + "]"};
-    EXPECT_EQ(Lines(lines.begin(), lines.begin() + 4), first);
+    auto lines = log.lines();
+    std::erase(lines, "3[ZVKPatternContainer]in SetSortedList");
+    // The counts of signatures go on over all sets of the process: # stands for them.
+    for (size_t i = 4; i < lines.size() - 2; ++i) lines[i] = withoutCounts(lines[i]);
+    lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
     const std::string unit = "3[ZVKPatternContainer]";
-    EXPECT_EQ(lines[4], unit + "in SetSortedList");
-    EXPECT_TRUE(log.has(unit + "in SetSortedList, simple_patterns[1]"));
-    // The counts go on over all sets of the process: # stands for them.
-    const Lines last = {
-        unit + "ac_simple_patterns [#], ac_wildcard_patterns [#]",
-        unit + "bm sigs [#]",
-        unit + "ac sigs [#]",
-        unit + "ac wildcard pattern [#], ac short pattern [#], ac simple pattern[#]",
-        "3[ZVKEngine]# of patterns: 3",
-        "3[ZVKEngine]ZVKEngine::loadPattern, success return"};
-    Lines tail(lines.end() - 6, lines.end());
-    for (size_t i = 0; i < 4; ++i) tail[i] = withoutCounts(tail[i]);
-    EXPECT_EQ(tail, last);
+    const std::string trees = unit + "ac_simple_patterns [#], ac_wildcard_patterns [#]";
+    EXPECT_EQ(lines, (Lines{"3[ZVKPatternLoader]load pattern file : " + path,
+                            "1container.addString :Malformed extended pattern line 1",
+                            "3[ZVKPatternLoader]loaded pattern num : 1",
+                            "1Unknown VQEngine pattern file:[" + unknown + "]",
+                            unit + "in SetSortedList, simple_patterns[#]", trees,
+                            unit + "bm sigs [#]", unit + "ac sigs [#]",
+                            unit + "ac wildcard pattern [#], ac short pattern [#], ac simple "
+                                   "pattern[#]",
+                            "3[ZVKEngine]# of patterns: 1",
+                            "3[ZVKEngine]ZVKEngine::loadPattern, success return"}));
 }
 
 }  // namespace

@@ -9,15 +9,6 @@ namespace {
 
 using namespace STREAMENGINE_SPACE;
 
-std::unique_ptr<SigInfo> part(uint32_t partId, int32_t offset, std::vector<int16_t> elements) {
-    auto sig = std::make_unique<SigInfo>();
-    sig->length = static_cast<int32_t>(elements.size());
-    sig->offset = offset;
-    sig->partId = partId;
-    sig->elements = std::move(elements);
-    return sig;
-}
-
 std::vector<std::string> sent;
 
 class Details : public testing::Test {
@@ -25,24 +16,28 @@ class Details : public testing::Test {
     void SetUp() override {
         sent.clear();
         ops.scrambleKey = 0x21;
+        ops.logLevel = 3;
         ops.logFunction = [](const char* line) { sent.emplace_back(line); };
     }
     void TearDown() override { ops = {}; }
+    void add(uint32_t partId, int32_t offset, std::vector<int16_t> elements) {
+        auto sig = std::make_unique<SigInfo>();
+        *sig = {static_cast<int32_t>(elements.size()), offset, partId, std::move(elements)};
+        result.addSigInfo(EngUtil::scrambled("N"), std::move(sig));
+    }
+    ScanResult result;
 };
 
 TEST_F(Details, KeepWhatBelongsToTheDetection) {
-    ops.logLevel = 3;
-    ScanResult result;
-    for (const int32_t offset : {1, 2, 3}) {
-        result.addSigInfo(EngUtil::scrambled("N"), part(offset == 2 ? 9 : 5, offset, {'a'}));
-    }
+    const std::string place = ":\n\t\tlen      :1\n\t\toffset   :";
+    for (const int32_t offset : {1, 2, 3}) add(offset == 2 ? 9 : 5, offset, {'a'});
     const std::string two = result.getInfo(5);
-    EXPECT_NE(two.find("Signature part 2:\n\t\tlen      :1\n\t\toffset   :0x3\n"), two.npos);
+    EXPECT_NE(two.find("Signature part 2" + place + "0x3\n"), two.npos);
     EXPECT_EQ(two.find("part 3"), two.npos);
-    result.addSigInfo(EngUtil::scrambled("N"), part(0, 0xffff, {'b'}));
+    add(0, 0xffff, {'b'});
     sent.clear();
     const std::string last = result.getInfo(0);
-    EXPECT_NE(last.find("Signature part 1:\n\t\tlen      :1\n\t\toffset   :0xffff\n"), last.npos);
+    EXPECT_NE(last.find("Signature part 1" + place + "0xffff\n"), last.npos);
     EXPECT_EQ(last.find("part 2"), last.npos);
     ASSERT_EQ(sent.size(), 3U);
     EXPECT_TRUE(sent[0].ends_with("]matched sig id[0]"));
@@ -50,28 +45,19 @@ TEST_F(Details, KeepWhatBelongsToTheDetection) {
 }
 
 TEST_F(Details, RenderElements) {
-    struct Case {
-        std::vector<int16_t> elements;
-        std::string hex, text;
-        char flag;
+    const std::tuple<std::vector<int16_t>, std::string, std::string> cases[] = {
+        {{'<', -200, -201}, "003c ff38 ff37 \n\t\tsig      :<?|", "1"},
+        {{'<', -1}, "003c ffff \n\t\tsig      :<.", "0"},
+        {{0, 9, 10, 13}, "0000 0009 000a 000d \n\t\tsig      :....", "1"},
+        {{0x7f}, "007f \n\t\tsig      :.", "0"},
+        {{0xe9}, "00e9 \n\t\tsig      :.", "0"},
     };
-    const Case cases[] = {
-        {{'a', 'b', 'c'}, "0061 0062 0063 ", "abc", '1'},
-        {{'<', -200, -201}, "003c ff38 ff37 ", "<?|", '1'},
-        {{'<', -1}, "003c ffff ", "<.", '0'},
-        {{0, 9, 10, 13}, "0000 0009 000a 000d ", "....", '1'},
-        {{0x7f}, "007f ", ".", '0'},
-        {{0xe9}, "00e9 ", ".", '0'},
-        {{}, "", "", '1'},
-    };
-    for (const Case& row : cases) {
-        ScanResult result;
-        result.addSigInfo("", part(0, 16, row.elements));
-        EXPECT_EQ(result.getInfo(0), "Pat_unknow_type\t\t\n\tSignature part 1:\n\t\tlen      :" +
-                                         std::to_string(row.elements.size()) +
-                                         "\n\t\toffset   :0x10\n\t\tsig      :" + row.hex +
-                                         "\n\t\tsig      :" + row.text +
-                                         "\n\t\tasc      :" + row.flag + "\n");
+    for (const auto& [elements, rendered, flag] : cases) {
+        result.reset();
+        add(0, 16, elements);
+        const std::string text = result.getInfo(0);
+        EXPECT_TRUE(text.ends_with("\t\tsig      :" + rendered + "\n\t\tasc      :" + flag + "\n"))
+            << text;
     }
 }
 
@@ -89,7 +75,7 @@ TEST_F(Details, EventsByTheirType) {
     int32_t answer = 5;
     StreamScanner scanner(container, &callbacks, &answer, 0);
     const std::string name = EngUtil::scrambled("Direct");
-    ops.logLevel = 3;
+    sent.clear();
     EXPECT_EQ(scanner.sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name.c_str()), 5);
     EXPECT_EQ(scanner.sendEngineEventEx(ZVK_EVENT_RESERVED, name.c_str()), 3);
     EXPECT_EQ(scanner.sendEngineEventEx(ZVK_EVENT_CLEAN_FAILURE, name.c_str()), 5);
@@ -108,33 +94,30 @@ TEST_F(Details, EventsByTheirType) {
 }
 
 TEST_F(Details, DumpsOfRecords) {
-    TriePattern trie;
-    trie.virName = EngUtil::scrambled("T");
-    trie.isWildcard = true;
-    trie.symbols = {'A', 0x07, kAnySymbol};
-    trie.length = 3;
-    trie.sigid = 4;
-    trie.parts = 2;
-    trie.partno = 1;
-    BmPattern bm;
-    bm.virName = EngUtil::scrambled("B");
-    bm.sig = {'x', 0xe9};
-    bm.length = 2;
-    ops.logLevel = 3;
-    trie.printSigInfo(19);
-    EXPECT_TRUE(sent.empty());
+    PatternContainer container;
+    container.addString("T:0:*:4107??*6162", 3, false);
+    container.addString("B:0:*:7830303030303030e978", 3, false);
+    container.prepare();
+    sent.clear();
+    StreamScanner scanner(container, nullptr, nullptr, 0);
+    char text[] = "A\aXab";
     ops.detailLog = 1;
-    trie.printSigInfo(19);
-    bm.printSigInfo(2);
+    scanner.virusFound(text, 5, 16, false);
+    char plain[] = "x0000000\xe9x";
+    scanner.virusFound(plain, 10, 0, false);
     std::string all;
-    for (const auto& line : sent) all += line.substr(line.find(']') + 1) + "\n";
-    EXPECT_EQ(all,
-              "pos    :0x00000010\n--Signature --\n    name   :T\n    length :3\n    sigid  :4\n"
-              "    parts  :2\n    partno :1\n    type   :0\n    sig\t:410738\n    sig    :A..\n"
-              "--------------\n"
-              "pos     :0x00000000\n--Signature --\n    name    :B\n    length  :2\n"
-              "    sig     :78e9\n    sig     :x.\n--------------\n");
-    EXPECT_EQ(trie.virName, EngUtil::scrambled("T"));
+    for (const auto& line : sent) {
+        const std::string message = line.substr(line.find(']') + 1);
+        if (message.find("virusFound") == message.npos) all += message + "\n";
+    }
+    const std::string dump =
+        "pos    :0x00000013\n--Signature --\n    name   :T\n    length :2\n    sigid  :1\n"
+        "    parts  :2\n    partno :2\n    type   :0\n    sig\t:6162\n    sig    :ab\n"
+        "--------------\n";
+    EXPECT_EQ(all, "current->simple_patterns[0]\n" + dump + dump +  // as a candidate, as the match
+                       "pos     :0x00000000\n--Signature --\n    name    :B\n    length  :10\n"
+                       "    sig     :7830303030303030e978\n    sig     :x0000000.x\n"
+                       "--------------\n");
 }
 
 }  // namespace

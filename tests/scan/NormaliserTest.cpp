@@ -61,19 +61,6 @@ TEST(Normaliser, Table) {
     }
 }
 
-TEST(Normaliser, WritesNoMoreThanItsRoom) {
-    Normaliser normaliser;
-    const std::string_view raw = "a b c";
-    const char* data = raw.data();
-    unsigned int length = 5;
-    char out[8];
-    EXPECT_EQ(normaliser.getBuffer(data, length, out, 2), 2U);
-    EXPECT_EQ(length, 2U);  // it stops right behind the byte that fills the room
-    EXPECT_EQ(normaliser.getBuffer(data, length, out, 8), 1U);
-    EXPECT_EQ(data, raw.data() + 5);
-    EXPECT_EQ(normaliser.getBuffer(data, length, out, 8), 0U);
-}
-
 RC_GTEST_PROP(Normaliser, IgnoresChunkBoundaries, (bool markup)) {
     const auto raw =
         *rc::gen::container<std::string>(rc::gen::elementOf(std::string("<<>>/!- \taScript")));

@@ -7,33 +7,21 @@
 #include "support/Mutex.h"
 #include "support/StringHelper.h"
 #include "support/Utils.h"
-#include "support/io/File.h"
 
 namespace {
 
 using namespace QLT_SPACE;
 
-TEST(Utils, PicksFields) {
-    struct Case {
-        const char* text;
-        int index;
-        std::optional<std::string> token;
-    };
-    const Case cases[] = {
+TEST(Utils, PicksFieldsAndCutsLongTexts) {
+    const std::tuple<const char*, int, std::optional<std::string>> cases[] = {
         {"a:b:c", 0, "a"},     {"a:b:c", 2, "c"},       {"a::b", 1, "b"},
         {":::a::b::", 2, "b"}, {":a", 1, "a"},          {":a", 0, std::nullopt},
-        {"a:", 0, "a"},        {"a:", 1, std::nullopt}, {"a", 1, std::nullopt},
-        {"", 0, std::nullopt}, {"", 1, std::nullopt},   {"a:b", 5, std::nullopt},
+        {"a:", 0, "a"},        {"a:", 1, std::nullopt}, {"", 1, std::nullopt},
     };
-    for (const Case& row : cases) {
-        EXPECT_EQ(Utils::strToK(row.text, row.index, ":"), row.token) << row.text << row.index;
+    for (const auto& [text, index, token] : cases) {
+        EXPECT_EQ(Utils::strToK(text, index, ":"), token) << text << index;
     }
-    EXPECT_EQ(Utils::strToK("a-+b", 1, "+-"), "b");
-}
-
-TEST(Utils, CutsLongTexts) {
-    const std::string text = Utils::formatString("%s", std::string(5000, 'x').c_str());
-    EXPECT_EQ(text, std::string(4095, 'x'));
+    EXPECT_EQ(Utils::formatString("%s", std::string(5000, 'x').c_str()), std::string(4095, 'x'));
 }
 
 TEST(StringHelper, Suffixes) {
@@ -41,8 +29,7 @@ TEST(StringHelper, Suffixes) {
     EXPECT_FALSE(StringHelper::endsWith("file.NDB", ".ndb"));
     EXPECT_TRUE(StringHelper::endsWith("x", ""));
     EXPECT_FALSE(StringHelper::endsWith("db", ".db"));
-    EXPECT_FALSE(StringHelper::endsWith(nullptr, ""));
-    EXPECT_FALSE(StringHelper::endsWith("", nullptr));
+    EXPECT_FALSE(StringHelper::endsWith(nullptr, "") || StringHelper::endsWith("", nullptr));
     EXPECT_EQ(StringHelper::ntoa(-2147483647 - 1), "-2147483648");
 }
 
@@ -51,7 +38,6 @@ TEST(DecimalNumber, IsHeldToItsRange) {
     EXPECT_EQ(decimalInt32("-99999999999999999999"), INT32_MIN);
     EXPECT_EQ(decimalInt32(" -12:x"), -12);
     EXPECT_EQ(decimalInt32("none"), 0);
-    EXPECT_EQ(decimalInt64("4294967296"), 4294967296);
 }
 
 std::string digestOf(std::string_view text, size_t pieceLength) {
@@ -67,16 +53,11 @@ std::string digestOf(std::string_view text, size_t pieceLength) {
     return hex;
 }
 
-// The test suite of RFC 1321, and lengths around a block's made with another implementation.
+// Out of the test suite of RFC 1321, and lengths around a block's made with md5sum.
 TEST(MD5, KnownDigests) {
     const std::pair<std::string, const char*> cases[] = {
         {"", "d41d8cd98f00b204e9800998ecf8427e"},
-        {"a", "0cc175b9c0f1b6a831c399e269772661"},
         {"abc", "900150983cd24fb0d6963f7d28e17f72"},
-        {"message digest", "f96b697d7cb7938d525a2f31aaf161d0"},
-        {"abcdefghijklmnopqrstuvwxyz", "c3fcd3d76192e4007dfb496cca67e13b"},
-        {"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789",
-         "d174ab98d277d9f5a5611c2c9f419d9f"},
         {"12345678901234567890123456789012345678901234567890123456789012345678901234567890",
          "57edf4a22be3c955ac49da2e2107b67a"},
         {std::string(55, 'a'), "ef1772b6dff9a122358552954ad0df65"},
@@ -93,40 +74,25 @@ TEST(MD5, KnownDigests) {
 
 TEST(Crc, Iso3309) {
     STREAMENGINE_SPACE::Iso3309Crc crc;
-    crc.add("123456789", 9);
-    EXPECT_EQ(crc.crc(), 0xCBF43926);
+    crc.add("x", 1);
     crc.reset();
-    for (const char c : std::string("12345678")) crc.add(c);
+    crc.add("12345678", 8);
     EXPECT_EQ(crc.add('9'), 0xCBF43926);
 }
 
-TEST(Exception, TellsMessageAndLocation) {
-    Exception failure("broken");
-    EXPECT_STREQ(failure.toString(), "broken");
-    EXPECT_EQ(failure.getMessage(), "broken");
-    EXPECT_EQ(failure.getErrorLocation(), ", line0");
-    OutOfMemoryException memory;
-    EXPECT_STREQ(memory.toString(), "Out of memory");
-    EXPECT_STREQ(static_cast<const VQObject&>(memory).toString(),
-                 typeid(OutOfMemoryException).name());
-}
-
-TEST(Mutex, MonitorLetsGoOnException) {
+TEST(Exception, TellsMessageAndLocationAndUnlocks) {
     Mutex mutex;
     try {
         const Monitor monitor(mutex);
         EXPECT_NE(mutex.trylock(), 0);
-        throw Exception("left");
-    } catch (Exception&) {
-        EXPECT_EQ(mutex.trylock(), 0);
-        mutex.unlock();
+        throw OutOfMemoryException();
+    } catch (Exception& failure) {
+        EXPECT_STREQ(failure.toString(), "Out of memory");
+        EXPECT_EQ(failure.getErrorLocation(), ", line0");
+        EXPECT_STREQ(std::as_const(failure).toString(), typeid(OutOfMemoryException).name());
     }
-}
-
-TEST(File, Kinds) {
-    EXPECT_TRUE(File("/").exists() && File("/").isDirectory() && !File("/").isFile());
-    EXPECT_TRUE(File("/proc/self/exe").isFile());
-    EXPECT_FALSE(File("/none").exists() || File("/none").isDirectory() || File("/none").isFile());
+    EXPECT_EQ(mutex.trylock(), 0);
+    mutex.unlock();
 }
 
 }  // namespace
