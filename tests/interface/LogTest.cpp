@@ -9,8 +9,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-const std::string kText = std::string(300, '.');
-
 /// The line with "#" in the place of each "[number]"'s number.
 std::string withoutCounts(std::string line) {
     constexpr const char* kDigits = "0123456789";
@@ -24,45 +22,7 @@ class StreamLog : public testing::Test {
   protected:
     void SetUp() override { ASSERT_EQ(load(".ndb", "Evil:0:*:" + hex("evilcode1") + "??\n"), 0); }
     void TearDown() override { destroyEngine(); }
-
-    /// The lines of the instance, the gate and the events; those of the matchers left out.
-    static Lines gateLines(const Log& log) {
-        Lines kept;
-        for (const auto& line : log.lines()) {
-            const bool isMatchers = line.find("::virusFound, in_buf") != line.npos ||
-                                    line.find("]current->simple_patterns[") != line.npos;
-            if (!isMatchers) kept.push_back(line);
-        }
-        return kept;
-    }
 };
-
-TEST_F(StreamLog, OfTheTypeGate) {
-    const std::string scan = "3[ZVKEngine]ZVKEngineInstance::scan, ";
-    const std::string end = "3[ZVKEngine]ZVKEngineInstance::end_scan, ";
-    const std::string type =
-        "3[StreamScanner]StreamScanner::scanBuffer, find type name [HTML data].";
-    const std::pair<Lines, Lines> cases[] = {
-        {{"abc\x01"}, {scan + "not support data [01] @ 0x3."}},
-        {{"\x7f"}, {scan + "not support data [7f] @ (nil)."}},
-        {{"abc\x01" + kText}, {scan + "NOT support data [01] @ 0x3."}},
-        {{"MZ"}, {scan + "not support type : DOS/W32 executable/library/driver."}},
-        {{"MZ" + kText, "more"}, {scan + "NOT support type : DOS/W32 executable/library/driver."}},
-        {{kText, "more"}, {scan + "not scanable file type."}},
-        {{"x<br>" + kText}, {type, scan + "find scannable file type."}},
-        {{"text"}, {end + "not scanable file type."}},
-        {{"x<br>"}, {type, end + "find scannable file type."}},
-        {{}, {end + "scanned nothing."}},
-    };
-    Host host;
-    for (const auto& [chunks, lines] : cases) {
-        const Log log(3);
-        host.begin();
-        for (const auto& chunk : chunks) host.feed(chunk);
-        host.end();
-        EXPECT_EQ(gateLines(log), lines);
-    }
-}
 
 TEST_F(StreamLog, OfADetection) {
     const Log log(3);

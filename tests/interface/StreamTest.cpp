@@ -41,41 +41,51 @@ class Stream : public testing::Test {
 };
 
 TEST_F(Stream, GateByTheHeader) {
-    const std::string text300 = filler(300);
-    const std::string markup300 = "x<br>" + filler(295);
-    struct Case {
-        const char* name;
-        std::vector<std::string> chunks;
-        std::vector<int32_t> results;  // of the chunks and the end
-    };
+    const std::string markup = "x<br>" + filler(295);
     const int32_t no = ZVK_ERR_NOT_SCANNABLE;
+    struct Case {
+        Names chunks;
+        std::vector<int32_t> results;  // of the chunks and the end
+        std::string line;              // what the gate logs last, behind its class
+    };
     const Case cases[] = {
-        {"empty", {}, {0}},
-        {"empty_chunks", {"", ""}, {0, 0, 0}},
-        {"short_markup", {"x<br>"}, {0, 5}},
-        {"short_text", {"hello"}, {0, no}},
-        {"tag_in_upper_case_and_pieces", {"  <I", " FR AME "}, {0, 0, 12}},
-        {"no_such_tag", {"   <p>hello"}, {0, no}},
-        {"markup", {markup300}, {0, 300}},
-        {"header_in_pieces",
-         {markup300.substr(0, 100), markup300.substr(100, 100), markup300.substr(200)},
-         {0, 0, 0, 300}},
-        {"header_to_the_byte", {markup300.substr(0, 256), markup300.substr(256)}, {0, 0, 300}},
-        {"header_and_nothing", {markup300.substr(0, 255), "."}, {0, 0, 256}},
-        {"tag_across_its_end", {filler(253) + "<br>"}, {no, no}},
-        {"tag_up_to_its_end", {filler(252) + "<br>"}, {0, 256}},
-        {"text", {text300, "x<br>"}, {no, no, no}},
-        {"format_in_first_chunk", {"MZ" + filler(98), "x"}, {no, no, no}},
-        {"format_later", {"M", "Z", "x"}, {0, no, no, no}},
-        {"not_text", {"abc\x01" + text300}, {no, no}},
-        {"not_text_behind_header", {markup300, "\x01"}, {0, 0, 301}},
+        {{}, {0}, "end_scan, scanned nothing."},
+        {{"", ""}, {0, 0, 0}, "end_scan, scanned nothing."},
+        {{"x<br>"}, {0, 5}, "end_scan, find scannable file type."},
+        {{"hello"}, {0, no}, "end_scan, not scanable file type."},
+        {{"  <I", " FR AME "}, {0, 0, 12}, "end_scan, find scannable file type."},
+        {{"   <p>hello"}, {0, no}, "end_scan, not scanable file type."},
+        {{markup}, {0, 300}, "scan, find scannable file type."},
+        {{markup.substr(0, 100), markup.substr(100, 100), markup.substr(200)},
+         {0, 0, 0, 300},
+         "scan, find scannable file type."},
+        {{markup.substr(0, 256), markup.substr(256)},
+         {0, 0, 300},
+         "scan, find scannable file type."},
+        {{filler(253) + "<br>"}, {no, no}, "scan, not scanable file type."},
+        {{filler(252) + "<br>"}, {0, 256}, "scan, find scannable file type."},
+        {{filler(300), "x<br>"}, {no, no, no}, "scan, not scanable file type."},
+        {{"MZ" + filler(98), "x"},
+         {no, no, no},
+         "scan, not support type : DOS/W32 executable/library/driver."},
+        {{"MZ" + filler(300)},
+         {no, no},
+         "scan, NOT support type : DOS/W32 executable/library/driver."},
+        {{"B", "M", "x"}, {0, no, no, no}, "scan, not support type : BMP."},
+        {{"abc\x01"}, {no, no}, "scan, not support data [01] @ 0x3."},
+        {{"\x7f" + filler(300)}, {no, no}, "scan, NOT support data [7f] @ (nil)."},
+        {{markup, "\x01"}, {0, 0, 301}, "scan, find scannable file type."},
     };
     for (const Case& row : cases) {
+        const Log log(3);
         EXPECT_EQ(host.begin(), 0);
         std::vector<int32_t> results;
         for (const auto& chunk : row.chunks) results.push_back(host.feed(chunk));
         results.push_back(host.end());
-        EXPECT_EQ(results, row.results) << row.name;
+        EXPECT_EQ(results, row.results) << row.line;
+        Names lines = log.lines();
+        std::erase_if(lines, [](const auto& line) { return !line.starts_with("3[ZVKEngine]"); });
+        EXPECT_EQ(lines, Names{"3[ZVKEngine]ZVKEngineInstance::" + row.line});
         EXPECT_EQ(host.end(), ZVK_ERR_BAD_STATE);
     }
     EXPECT_TRUE(host.names.empty());
