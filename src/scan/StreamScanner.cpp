@@ -111,9 +111,7 @@ void StreamScanner::acceptType(const char* name, const char* raw, unsigned int r
 
 StreamScanner::Outcome StreamScanner::reportDetection(const char* name, unsigned int end) {
     ++detectionCount;
-    const int answer = sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name);
-    ZVK_DEBUG("ret of event = %d", answer);
-    switch (answer) {
+    switch (sendDetection(name)) {
         case 0:
             dropFront(static_cast<unsigned int>(matchEnd - buffer.data()), end);
             init();
@@ -168,10 +166,14 @@ const char* StreamScanner::matchBm(const char* text, unsigned int end, unsigned 
     return found->virName.c_str();
 }
 
-bool StreamScanner::searchNextVirus(const char* name) {
+int StreamScanner::sendDetection(const char* name) {
     const int answer = sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name);
     ZVK_DEBUG("ret of event = %d", answer);
-    if (answer != 0) return false;
+    return answer;
+}
+
+bool StreamScanner::searchNextVirus(const char* name) {
+    if (sendDetection(name) != 0) return false;
     init();
     return true;
 }

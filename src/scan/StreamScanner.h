@@ -84,6 +84,8 @@ class StreamScanner {
     /// What the host's answer to a detection makes of the cycle.
     enum class Outcome { GoOn, Resume, Stop };
 
+    /// @return the host's answer
+    int sendDetection(const char* name);
     Outcome reportDetection(const char* name, unsigned int end);
     /// Notes what the type pass found in the chunk whose raw and normalised starts are given.
     void acceptType(const char* name, const char* raw, unsigned int rawLength, char firstWritten);
