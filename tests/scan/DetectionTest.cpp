@@ -4,6 +4,7 @@
 #include "engine/ZVKUtil.h"
 #include "scan/StreamScanner.h"
 #include "store/ZVKPatternContainer.h"
+#include "support/Utils.h"
 
 namespace {
 
@@ -45,7 +46,7 @@ TEST_F(Details, KeepWhatBelongsToTheDetection) {
 }
 
 TEST_F(Details, RenderElements) {
-    const std::tuple<std::vector<int16_t>, std::string, std::string> cases[] = {
+    const std::tuple<std::vector<int16_t>, const char*, const char*> cases[] = {
         {{'<', -200, -201}, "003c ff38 ff37 \n\t\tsig      :<?|", "1"},
         {{'<', -1}, "003c ffff \n\t\tsig      :<.", "0"},
         {{0, 9, 10, 13}, "0000 0009 000a 000d \n\t\tsig      :....", "1"},
@@ -56,8 +57,9 @@ TEST_F(Details, RenderElements) {
         result.reset();
         add(0, 16, elements);
         const std::string text = result.getInfo(0);
-        EXPECT_TRUE(text.ends_with("\t\tsig      :" + rendered + "\n\t\tasc      :" + flag + "\n"))
-            << text;
+        const std::string tail =
+            QLT_SPACE::Utils::formatString("\t\tsig      :%s\n\t\tasc      :%s\n", rendered, flag);
+        EXPECT_TRUE(text.ends_with(tail)) << text;
     }
 }
 
