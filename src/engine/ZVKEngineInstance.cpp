@@ -40,7 +40,7 @@ ZVKEngineInstance::~ZVKEngineInstance() {
     engine.strike(*this);
 }
 
-std::unique_ptr<StreamScanner> ZVKEngineInstance::makeScanner(
+std::unique_ptr<StreamScanner> ZVKEngineInstance::getScanner(
     const ZVKScanEngineCallbacks* callbacks, void* userData) {
     if (container == nullptr) return nullptr;
     return std::make_unique<StreamScanner>(*container, callbacks, userData,
@@ -73,7 +73,7 @@ int ZVKEngineInstance::begin_scan(const ZVKScanEngineCallbacks* callbacks, void*
     }
     if (*isChanged) scanner = nullptr;
     try {
-        if (scanner == nullptr) scanner = makeScanner(callbacks, userData);
+        if (scanner == nullptr) scanner = getScanner(callbacks, userData);
     } catch (...) {
         scanner = nullptr;
     }

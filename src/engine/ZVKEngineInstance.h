@@ -45,12 +45,12 @@ class ZVKEngineInstance {
     void detach();
 
     ZVKEngine& getEngine() { return engine; }
-    const StreamScanner* getScanner() const { return scanner.get(); }
+    const StreamScanner* streamScanner() const { return scanner.get(); }
 
   private:
     /// @return a new scanner for the container; null while there is none
-    std::unique_ptr<StreamScanner> makeScanner(const ZVKScanEngineCallbacks* callbacks,
-                                               void* userData);
+    std::unique_ptr<StreamScanner> getScanner(const ZVKScanEngineCallbacks* callbacks,
+                                              void* userData);
     /// Binds to the engine's current container and raises its use count.
     /// @return whether the scanner at hand was built for another set; nothing if none is loaded
     std::optional<bool> bind();

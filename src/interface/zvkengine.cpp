@@ -151,6 +151,6 @@ int32_t endScanFilter2(void* instance, char* /*output*/, uint32_t* outputLength,
 int32_t getSafeDataLength(void* instance) {
     const ZVKEngineInstance* const live = instanceOf(instance);
     if (live == nullptr) return ZVK_ERR_BAD_INSTANCE;
-    if (live->getScanner() == nullptr) return ZVK_ERR_BAD_STATE;
-    return static_cast<int32_t>(live->getScanner()->safeLength);
+    if (live->streamScanner() == nullptr) return ZVK_ERR_BAD_STATE;
+    return static_cast<int32_t>(live->streamScanner()->safeLength);
 }
