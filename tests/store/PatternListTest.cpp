@@ -15,8 +15,12 @@ std::unique_ptr<VQPatternNode> nodeOf(std::string_view bytes) {
     pattern->length = static_cast<uint32_t>(bytes.size());
     return std::make_unique<Node>(std::move(pattern));
 }
-constexpr auto trieNode = nodeOf<TriePatternNode, TriePattern>;
-constexpr auto bmNode = nodeOf<BmPatternNode, BmPattern>;
+auto trieNode(std::string_view bytes) {
+    return nodeOf<TriePatternNode, TriePattern>(bytes);
+}
+auto bmNode(std::string_view bytes) {
+    return nodeOf<BmPatternNode, BmPattern>(bytes);
+}
 
 Strings contents(const VQPatternList& list) {
     Strings all;
