@@ -215,19 +215,6 @@ TEST_F(Stream, GapsAndParts) {
            {1, 3, 4096});
 }
 
-TEST_F(Stream, TieBreaks) {
-    reload(".ndb",
-           "Deep:0:*:616263??\nFlat:0:*:6162??64\nOld:0:*:787978??\nNew:0:*:787978??\n"
-           "Far:0:*:" +
-               hex("startshere1") + "\nWild:0:*:" + hex("re") + "??\n");
-    host.answers = {1};
-    expect({{"x<br>abcd", {"Flat"}},  // its prefix ends one byte earlier
-            {"x<br>abcx", {"Deep"}},
-            {"x<br>xyx.", {"New"}},
-            {"x<br>startshere1", {"Wild"}}},  // the automaton is asked first
-           {4096});
-}
-
 TEST_F(Stream, DumpsWhatIsMatched) {
     const Options options({"", 1, 0, 0, 0});
     host.begin();

@@ -164,8 +164,8 @@ TEST_F(ContainerFile, HeaderChecksInTheirOrder) {
 
 TEST(PatternType, ByNameAndMagic) {
     const std::pair<const char*, int> names[] = {
-        {"a.db", 2},   {"a.b/x.hdb", 1}, {"x.ndb", 3}, {"x.hwinfo", 6}, {"hwinfo", 6},
-        {"/a.b/x", 5}, {"x.DB", 0},      {"x.", 0},    {".ndb", 3},     {"", 5},
+        {"a.db", 2}, {"a.b/x.hdb", 1}, {"x.ndb", 3}, {"x.hwinfo", 6}, {"hwinfo", 6}, {"/a.b/x", 5},
+        {"x.DB", 0}, {"x.db.txt", 0},  {"x.", 0},    {".ndb", 3},     {"", 5},
     };
     for (const auto& [name, type] : names)
         EXPECT_EQ(PatternLoader::getPatternType(name), type) << name;

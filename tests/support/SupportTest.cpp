@@ -1,11 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "support/Crc.h"
-#include "support/DecimalNumber.h"
 #include "support/Exception.h"
 #include "support/MD5.h"
 #include "support/Mutex.h"
-#include "support/StringHelper.h"
 #include "support/Utils.h"
 
 namespace {
@@ -22,22 +20,6 @@ TEST(Utils, PicksFieldsAndCutsLongTexts) {
         EXPECT_EQ(Utils::strToK(text, index, ":"), token) << text << index;
     }
     EXPECT_EQ(Utils::formatString("%s", std::string(5000, 'x').c_str()), std::string(4095, 'x'));
-}
-
-TEST(StringHelper, Suffixes) {
-    EXPECT_TRUE(StringHelper::endsWith("file.ndb", ".ndb"));
-    EXPECT_FALSE(StringHelper::endsWith("file.NDB", ".ndb"));
-    EXPECT_TRUE(StringHelper::endsWith("x", ""));
-    EXPECT_FALSE(StringHelper::endsWith("db", ".db"));
-    EXPECT_FALSE(StringHelper::endsWith(nullptr, "") || StringHelper::endsWith("", nullptr));
-    EXPECT_EQ(StringHelper::ntoa(-2147483647 - 1), "-2147483648");
-}
-
-TEST(DecimalNumber, IsHeldToItsRange) {
-    EXPECT_EQ(decimalInt32("99999999999999999999"), INT32_MAX);
-    EXPECT_EQ(decimalInt32("-99999999999999999999"), INT32_MIN);
-    EXPECT_EQ(decimalInt32(" -12:x"), -12);
-    EXPECT_EQ(decimalInt32("none"), 0);
 }
 
 std::string digestOf(std::string_view text, size_t pieceLength) {
