@@ -7,14 +7,13 @@
 #include <iterator>
 
 #include "ErrorLog.h"
-#include "PatternSet.h"
+#include "PatternFile.h"
 #include "StdoutSilencer.h"
 #include "pattern/PatternType.h"
 #include "pattern/PlainLineReader.h"
 #include "pattern/ZVKPatternLoader.h"
 #include "store/ZVKPatternContainer.h"
 #include "support/Exception.h"
-#include "support/FilePtr.h"
 
 namespace zvk {
 
@@ -54,8 +53,7 @@ uint64_t load(const std::string& path, std::FILE* file) {
 }  // namespace
 
 PatternFileCheck checkPatternFile(const std::string& path) {
-    const QLT_SPACE::FilePtr file(std::fopen(path.c_str(), "r"));
-    if (!file) throw PatternError(fmt::format("cannot open pattern file {}", path));
+    const QLT_SPACE::FilePtr file = openPatternFile(path);
     const ErrorLog log(ErrorLog::kAll);
     PatternFileCheck check;
     check.path = path;

@@ -2,18 +2,15 @@
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
 #include <string_view>
-#include <system_error>
 
 #include "Diagnostics.h"
 #include "ErrorLog.h"
+#include "PatternFile.h"
 #include "StdoutSilencer.h"
-#include "support/FilePtr.h"
 
 namespace zvk {
 
@@ -21,17 +18,6 @@ namespace {
 
 constexpr size_t kKeptLogLines = 1000;
 constexpr std::string_view kUnknownFile = "Unknown VQEngine pattern file:";
-
-// The engine tells no system error, and it takes a directory for an empty file.
-void checkReadable(const std::string& path) {
-    const QLT_SPACE::FilePtr file(std::fopen(path.c_str(), "r"));
-    int number = file ? 0 : errno;
-    struct stat status;
-    if (file && fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) number = EISDIR;
-    if (number == 0) return;
-    throw PatternError(fmt::format("cannot open pattern file {}: {}", path,
-                                   std::generic_category().message(number)));
-}
 
 // A file of an unknown name is no failure to the engine: it loads nothing from it and goes on.
 void checkNamesKnown(const ErrorLog& log, const std::string& fileNames) {
@@ -68,9 +54,9 @@ void PatternFiles::addTo(CLI::App& parser) {
 }
 
 PatternSet::PatternSet(const PatternFiles& patternFiles) : fileNames(patternFiles.base) {
-    checkReadable(patternFiles.base);
+    openPatternFile(patternFiles.base);
     if (!patternFiles.update.empty()) {
-        checkReadable(patternFiles.update);
+        openPatternFile(patternFiles.update);
         fileNames += " with " + patternFiles.update;
     }
     ErrorLog::install();

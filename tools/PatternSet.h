@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 
 #include "interface/zvkengine.h"
@@ -19,12 +18,6 @@ struct PatternFiles {
 
     /// Declares --patterns and --update; the object must outlive the parsing.
     void addTo(CLI::App& parser);
-};
-
-/// The pattern files cannot be used; what() names the file and the reason.
-class PatternError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
 };
 
 class PatternSet {

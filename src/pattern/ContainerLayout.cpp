@@ -1,5 +1,6 @@
 #include "pattern/ContainerLayout.h"
 
+#include <concepts>
 #include <cstring>
 
 #include "engine/ZVKUtil.h"
@@ -7,44 +8,135 @@
 namespace STREAMENGINE_SPACE {
 namespace {
 
-uint16_t decodeNumber16(const uint8_t* bytes) {
-    uint16_t value = 0;
-    std::memcpy(&value, bytes, sizeof value);
+uint16_t fileOrder(uint16_t value) {
     return EngUtil::EC16(value);
+}
+
+uint32_t fileOrder(uint32_t value) {
+    return EngUtil::EC32(value);
+}
+
+/// Takes fields out of bytes, in file order.
+struct Decoder {
+    const uint8_t* bytes;
+
+    void number(std::unsigned_integral auto& value) {
+        std::memcpy(&value, bytes, sizeof value);
+        value = fileOrder(value);
+        bytes += sizeof value;
+    }
+    void raw(auto& array) {
+        std::memcpy(array.data(), bytes, array.size());
+        bytes += array.size();
+    }
+    void skip(size_t length) { bytes += length; }
+};
+
+/// Puts fields into bytes, which are zero, in file order.
+struct Encoder {
+    uint8_t* bytes;
+
+    void number(std::unsigned_integral auto value) {
+        value = fileOrder(value);
+        std::memcpy(bytes, &value, sizeof value);
+        bytes += sizeof value;
+    }
+    void raw(const auto& array) {
+        std::memcpy(bytes, array.data(), array.size());
+        bytes += array.size();
+    }
+    void skip(size_t length) { bytes += length; }
+};
+
+// Each list of fields below is the one description of its layout, for both directions.
+
+void layOut(auto coder, auto& header) requires requires {
+    header.bodyDigest;
+}
+{
+    coder.raw(header.magic);
+    coder.skip(6);
+    coder.skip(8);  // the format's version
+    for (auto& word : header.version) coder.number(word);
+    coder.number(header.buildTime);
+    coder.number(header.bodyLength);
+    coder.raw(header.bodyDigest);
+    coder.number(header.sectionCount);
+    coder.number(header.sectionTableOffset);
+    coder.number(header.patternTotal);
+    coder.number(header.nameTotal);
+    coder.number(header.cipherMethod);
+}
+
+void layOut(auto coder, auto& section) requires requires {
+    section.sectionMagic;
+}
+{
+    coder.number(section.sectionMagic);
+    coder.number(section.recordCount);
+    coder.number(section.recordOffset);
+    coder.number(section.nameTableOffset);
+}
+
+void layOut(auto coder, auto& table) requires requires {
+    table.fixedNames;
+}
+{
+    coder.skip(4);
+    coder.number(table.fixedNames);
+    coder.number(table.fixedNameSize);
+}
+
+template <class Record>
+Record decodeRecord(const typename Record::Bytes& bytes) {
+    Record record;
+    layOut(Decoder{bytes.data()}, record);
+    return record;
+}
+
+template <class Record>
+typename Record::Bytes encodeRecord(const Record& record) {
+    typename Record::Bytes bytes{};
+    layOut(Encoder{bytes.data()}, record);
+    return bytes;
 }
 
 }  // namespace
 
-uint32_t decodeNumber32(const uint8_t* bytes) {
-    uint32_t value = 0;
-    std::memcpy(&value, bytes, sizeof value);
-    return EngUtil::EC32(value);
+ContainerHeader ContainerHeader::decode(const Bytes& bytes) {
+    return decodeRecord<ContainerHeader>(bytes);
 }
 
-ContainerHeader ContainerHeader::decode(const std::array<uint8_t, kContainerHeaderLength>& bytes) {
-    ContainerHeader header;
-    std::memcpy(header.magic.data(), bytes.data(), header.magic.size());
-    for (size_t i = 0; i < header.version.size(); ++i) {
-        header.version[i] = decodeNumber32(&bytes[24 + 4 * i]);
-    }
-    header.buildTime = decodeNumber32(&bytes[40]);
-    header.bodyLength = decodeNumber32(&bytes[44]);
-    std::memcpy(header.bodyDigest.data(), &bytes[48], header.bodyDigest.size());
-    header.sectionCount = decodeNumber32(&bytes[64]);
-    header.sectionTableOffset = decodeNumber32(&bytes[68]);
-    header.patternTotal = decodeNumber32(&bytes[72]);
-    header.nameTotal = decodeNumber32(&bytes[76]);
-    header.cipherMethod = decodeNumber16(&bytes[80]);
-    return header;
+ContainerHeader::Bytes ContainerHeader::encode() const {
+    return encodeRecord(*this);
 }
 
-_SectionTable _SectionTable::decode(const std::array<uint8_t, kSectionEntryLength>& bytes) {
-    return {decodeNumber32(&bytes[0]), decodeNumber32(&bytes[4]), decodeNumber32(&bytes[8]),
-            decodeNumber32(&bytes[12])};
+_SectionTable _SectionTable::decode(const Bytes& bytes) {
+    return decodeRecord<_SectionTable>(bytes);
 }
 
-NameTableHeader NameTableHeader::decode(const std::array<uint8_t, kNameTableHeaderLength>& bytes) {
-    return {decodeNumber16(&bytes[4]), decodeNumber16(&bytes[6])};
+_SectionTable::Bytes _SectionTable::encode() const {
+    return encodeRecord(*this);
+}
+
+NameTableHeader NameTableHeader::decode(const Bytes& bytes) {
+    return decodeRecord<NameTableHeader>(bytes);
+}
+
+NameTableHeader::Bytes NameTableHeader::encode() const {
+    return encodeRecord(*this);
+}
+
+uint32_t decodeRecordLength(const RecordHeaderBytes& bytes) {
+    uint32_t length = 0;
+    Decoder{bytes.data()}.number(length);
+    return length;
+}
+
+RecordHeaderBytes encodeRecordLength(uint32_t length) {
+    RecordHeaderBytes bytes{};
+    Encoder{bytes.data()}.number(length);
+    return bytes;
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,7 +1,8 @@
-// The fixed layout of container pattern files. All numbers in a file are little-endian.
+// The fixed layout of container pattern files, for reading and for writing them; told byte by byte
+// in docs/container-format.md. All numbers in a file are little-endian.
 //
 // A file is a header and a body. The body, once restored, holds a table of sections, the records
-// of each section and a table of detection names for each, in any order.
+// of each section and tables of detection names, in any order.
 #pragma once
 
 #include <array>
@@ -13,17 +14,27 @@ namespace STREAMENGINE_SPACE {
 constexpr size_t kContainerHeaderLength = 84;
 constexpr size_t kSectionEntryLength = 36;
 constexpr size_t kNameTableHeaderLength = 8;
-constexpr uint32_t kLongestRecord = 4096;  // bytes of text
-constexpr uint32_t kLongestName = 126;     // bytes
-constexpr size_t kLongestNameOffset = 16;  // digits
+constexpr size_t kRecordHeaderLength = 4;    // the text's length
+constexpr uint32_t kLongestRecord = 4096;    // bytes of text
+constexpr uint32_t kShortestRecordText = 2;  // a name offset and its separator
+constexpr uint32_t kLongestName = 126;       // bytes
+constexpr size_t kLongestNameOffset = 16;    // digits
 constexpr std::array<char, 10> kContainerMagic = {'V', 'Q', 'P', 'a', 't', 't', 'e', 'r', 'n', 0};
 
 constexpr uint32_t kBasicSection = 0xABAB0000;
 constexpr uint32_t kExtendedSection = 0xABAB0001;
 constexpr uint32_t kMD5Section = 0xABAB0002;
 
-/// A file's header, its numbers in the host's order.
+enum CipherMethod : uint16_t {
+    kCipherNone = 0,
+    kCipherDes = 1,
+    kCipherTripleDes = 2,
+};
+
+/// A file's header, its numbers in the host's order. What is not read is written as zeros.
 struct ContainerHeader {
+    using Bytes = std::array<uint8_t, kContainerHeaderLength>;
+
     std::array<char, kContainerMagic.size()> magic{};
     std::array<uint32_t, 4> version{};
     uint32_t buildTime = 0;   // seconds since 1970-01-01 00:00 UTC
@@ -33,31 +44,44 @@ struct ContainerHeader {
     uint32_t sectionTableOffset = 0;  // in the restored body, as all offsets
     uint32_t patternTotal = 0;
     uint32_t nameTotal = 0;
-    uint16_t cipherMethod = 0;
+    uint16_t cipherMethod = kCipherNone;
 
-    static ContainerHeader decode(const std::array<uint8_t, kContainerHeaderLength>& bytes);
+    static ContainerHeader decode(const Bytes& bytes);
+    Bytes encode() const;
+
+    /// @return offset of an entry of the section table in the restored body
+    uint64_t sectionOffset(uint32_t index) const {
+        return sectionTableOffset + uint64_t{index} * kSectionEntryLength;
+    }
 };
 
 /// An entry of the section table.
 struct _SectionTable {
+    using Bytes = std::array<uint8_t, kSectionEntryLength>;
+
     uint32_t sectionMagic = 0;
     uint32_t recordCount = 0;
     uint32_t recordOffset = 0;
     uint32_t nameTableOffset = 0;
 
-    static _SectionTable decode(const std::array<uint8_t, kSectionEntryLength>& bytes);
+    static _SectionTable decode(const Bytes& bytes);
+    Bytes encode() const;
 };
 
 /// The header of a name table.
 struct NameTableHeader {
-    uint16_t fixedNames =
-        0;  // 1: every name has fixedNameSize bytes; else each tells its own length
-    uint16_t fixedNameSize = 0;
+    using Bytes = std::array<uint8_t, kNameTableHeaderLength>;
 
-    static NameTableHeader decode(const std::array<uint8_t, kNameTableHeaderLength>& bytes);
+    uint16_t fixedNames = 0;     // 1: all names have fixedNameSize bytes; else each tells its own
+    uint16_t fixedNameSize = 0;  // bytes
+
+    static NameTableHeader decode(const Bytes& bytes);
+    Bytes encode() const;
 };
 
-/// @return the number at bytes
-uint32_t decodeNumber32(const uint8_t* bytes);
+/// The length in front of a record's text.
+using RecordHeaderBytes = std::array<uint8_t, kRecordHeaderLength>;
+uint32_t decodeRecordLength(const RecordHeaderBytes& bytes);
+RecordHeaderBytes encodeRecordLength(uint32_t length);
 
 }  // namespace STREAMENGINE_SPACE

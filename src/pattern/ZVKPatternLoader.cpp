@@ -31,7 +31,7 @@ void reportRefusedLine(Exception& refusal) {
 }
 
 ContainerHeader readHeader(const char* name, std::FILE* file) {
-    std::array<uint8_t, kContainerHeaderLength> bytes{};
+    ContainerHeader::Bytes bytes{};
     const size_t length = std::fread(bytes.data(), 1, bytes.size(), file);
     if (length < bytes.size()) {
         ZVK_ERROR("[%s] is not a VQ pattern file, filesize[%d]", name, static_cast<int>(length));
@@ -101,6 +101,7 @@ int PatternLoader::loadContainerFile(const char* name, std::FILE* file,
         total = loadSections(body.get(), header, container);
     } catch (Exception& failure) {
         ZVK_ERROR("Catch exception in parse pattern file, [%s]", failure.toString());
+        ZVK_ERROR("Fail to parse file sections, [%s] is not a valid VQ pattern file", name);
         throw;
     }
     if (container.patternVersion < header.buildTime) container.patternVersion = header.buildTime;
@@ -155,14 +156,6 @@ void PatternLoader::printHeader(const char* name, const ContainerHeader& header)
     ZVK_INFO("build time              :[%04d-%02d-%02d %02d:%02d:%02d]", local.tm_year + 1900,
              local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
     ZVK_INFO("%s", "");
-}
-
-QLT_SPACE::FilePtr PatternLoader::restoreBody(std::FILE* /*file*/,
-                                              const ContainerHeader& /*header*/) {
-    // Reading deciphered and inflated bodies is not part of this version, so that every container
-    // file is refused.
-    ZVK_ERROR("container pattern files cannot be restored by this version");
-    return nullptr;
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -13,9 +13,6 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <optional>
-#include <string>
-#include <string_view>
 
 #include "pattern/ContainerLayout.h"
 #include "pattern/PatternType.h"
@@ -25,6 +22,7 @@
 namespace STREAMENGINE_SPACE {
 
 class PatternContainer;
+struct BodyBudget;
 
 class PatternLoader {
   public:
@@ -55,22 +53,10 @@ class PatternLoader {
                             PatternContainer& container);
 
     /// Hands the records of one section to container; records that it refuses are logged.
+    /// @param budget  shared by the sections of one body
     /// @return false if the section is broken; with a log line, but for a reservation that failed
-    static bool parseSection(std::FILE* body, const _SectionTable& section,
+    static bool parseSection(std::FILE* body, const _SectionTable& section, BodyBudget& budget,
                              PatternContainer& container);
-
-    /// The name field of a record: where it stands and the name offset that it holds.
-    struct NameField {
-        size_t position;
-        size_t length;
-        int32_t nameOffset;
-    };
-    /// @return nothing if the record has no such field or it is not 1 to 16 decimal digits
-    static std::optional<NameField> getPatternNameOffset(uint32_t magic, std::string_view text);
-
-    /// @return the name, or nothing if the table cannot be read or the name's length is not valid
-    static std::optional<std::string> getPatternName(std::FILE* body, uint32_t tableOffset,
-                                                     int32_t nameOffset);
 
     static void printHeader(const char* name, const ContainerHeader& header);
 
@@ -78,10 +64,17 @@ class PatternLoader {
     /// @return null, after a log line, if the body is not valid
     static QLT_SPACE::FilePtr restoreBody(std::FILE* file, const ContainerHeader& header);
 
+    /// The stages of restoreBody(), each into a temporary file: deciphering, with the digest
+    /// checked, and inflating from the start of the file, which is closed in any case.
+    /// @return null, after a log line, if the body is not valid
+    static QLT_SPACE::FilePtr decryptBody(std::FILE* file, const ContainerHeader& header);
+    static QLT_SPACE::FilePtr uncompressBody(QLT_SPACE::FilePtr deciphered);
+
     static int getLineNo() { return currentLine; }
     static const char* getPatternFileName() { return currentFile.data(); }
 
   private:
+    static void addRecord(const char* line, int type, PatternContainer& container);
     static int loadContainerFile(const char* name, std::FILE* file, PatternContainer& container);
 
     static void setCurrentFile(const char* name);

@@ -15,6 +15,10 @@ class Exception : public VQObject {
   public:
     Exception() = default;
     explicit Exception(std::string text) : message(std::move(text)) {}
+    /// @param place       the unit that throws
+    /// @param lineNumber  its source line
+    Exception(std::string text, std::string place, int32_t lineNumber)
+        : message(std::move(text)), location(std::move(place)), line(lineNumber) {}
 
     using VQObject::toString;
     virtual const std::string& getMessage() { return message; }
@@ -32,6 +36,8 @@ class Exception : public VQObject {
 class OutOfMemoryException : public Exception {
   public:
     OutOfMemoryException() : Exception("Out of memory") {}
+    OutOfMemoryException(std::string place, int32_t lineNumber)
+        : Exception("Out of memory", std::move(place), lineNumber) {}
 };
 
 }  // namespace QLT_SPACE

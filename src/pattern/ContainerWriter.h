@@ -1,0 +1,73 @@
+// ContainerWriter: makes container pattern files, which PatternLoader reads.
+//
+// One section a kind of line, in the order in which the kinds came; one name table, which all of
+// them share and which holds each name once. Equal lines and settings give equal bytes (as far as
+// zlib does).
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "pattern/ContainerLayout.h"
+
+namespace STREAMENGINE_SPACE {
+
+class BodyWriter;
+
+struct ContainerSettings {
+    std::array<uint32_t, 4> version{};
+    uint32_t buildTime = 0;  // seconds since 1970-01-01 00:00 UTC
+    CipherMethod cipherMethod = kCipherTripleDes;
+    bool fixedNames = false;  // all names padded to the longest one
+};
+
+class ContainerWriter {
+  public:
+    explicit ContainerWriter(const ContainerSettings& containerSettings)
+        : settings(containerSettings) {}
+
+    /// Adds a signature line. Whether the engine takes it is not tested; it is kept as it is, but
+    /// for what follows the name of an MD5 line, which the engine does not read.
+    /// @param type  PATTERN_MD5, PATTERN_BASIC or PATTERN_EXTENDED
+    /// @throws QLT_SPACE::Exception, with the reason, for a line that the format cannot hold
+    void addLine(std::string_view line, int type);
+
+    /// Writes the whole container from the start of an empty file and flushes it.
+    /// @throws QLT_SPACE::Exception if a length is more than the format can tell, or the file
+    ///         cannot be written; it is then of no use
+    void write(std::FILE* file) const;
+
+    uint32_t patternTotal() const { return total; }
+    uint32_t nameTotal() const { return static_cast<uint32_t>(names.size()); }
+
+  private:
+    struct Record {
+        std::string rest;  // the line without its name
+        uint32_t name;     // index in names
+    };
+    struct Section {
+        uint32_t magic;
+        std::vector<Record> records;
+    };
+    struct BodyLayout;
+
+    Section& sectionOf(uint32_t magic);
+    uint32_t indexOfName(std::string_view name);
+    BodyLayout layOutBody() const;
+    void writeRecords(const Section& section, const BodyLayout& layout, BodyWriter& body) const;
+    void writeNames(BodyWriter& body) const;
+
+    ContainerSettings settings;
+    std::vector<Section> sections;
+    std::vector<std::string> names;  // in the order of their first use
+    std::unordered_map<std::string, uint32_t> nameIndices;
+    size_t longestName = 0;
+    uint32_t total = 0;  // records of all sections
+};
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,73 @@
+// SectionReader: the records of one section of a restored body, with their names put back.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "pattern/BodyReader.h"
+#include "pattern/ContainerLayout.h"
+
+namespace STREAMENGINE_SPACE {
+
+/// Shares one BodyBudget with the readers of the file's other sections.
+///
+/// Sections may lie anywhere, also on top of one another, so that a small body could tell of
+/// endlessly many records. What all sections read together is held to the body's length: each byte
+/// serves as a record once.
+struct BodyBudget {
+    uint64_t recordBytes;  // still to be read, length fields included
+};
+
+class SectionReader {
+  public:
+    /// @param file   the body, borrowed
+    /// @param table  the section's entry
+    SectionReader(std::FILE* file, const _SectionTable& table, BodyBudget& bodyBudget);
+
+    /// @throws ContainerFault if the body cannot hold as many records as the section tells
+    void checkRecordCount() const;
+
+    /// Reads the next record.
+    /// @return false behind the last one
+    /// @throws ContainerFault if the record or its name is broken
+    bool next();
+
+    /// Of the last record read, valid until next(): its offset in the body, its text as stored up
+    /// to the first NUL, its name, and the signature line in which the name stands for its offset.
+    uint64_t offset() const { return recordOffset; }
+    std::string_view text() const { return recordText.data(); }
+    std::string_view name() const { return recordName.data(); }
+    const std::string& line() const { return recordLine; }
+
+    /// The name field of a record: where it stands and the name offset that it holds.
+    struct NameField {
+        size_t position;
+        size_t length;
+        int32_t nameOffset;
+    };
+    /// @return nothing if the record has no such field or it is not 1 to 16 decimal digits
+    static std::optional<NameField> getPatternNameOffset(uint32_t magic, std::string_view text);
+
+  private:
+    void readText();
+    /// Fills recordName.
+    void getPatternName(int32_t nameOffset);
+    void readNameTableHeader();
+
+    BodyReader records;
+    BodyReader names;  // a window of its own: records and names lie apart
+    _SectionTable section;
+    BodyBudget& budget;
+    uint32_t recordsLeft;
+    uint64_t position;  // of the next record
+    std::optional<NameTableHeader> nameTable;
+    uint64_t recordOffset = 0;
+    std::array<char, kLongestRecord + 1> recordText{};
+    std::array<char, kLongestName + 1> recordName{};
+    std::string recordLine;
+};
+
+}  // namespace STREAMENGINE_SPACE

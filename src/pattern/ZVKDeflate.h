@@ -1,0 +1,32 @@
+// DeflateDecompressor: inflates from file to file in constant memory.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+
+namespace STREAMENGINE_SPACE {
+
+class DeflateDecompressor {
+  public:
+    static constexpr uint64_t kNoLimit = std::numeric_limits<uint64_t>::max();
+
+    /// @param isRaw        a deflate stream (RFC 1951) with 32 KiB of history; else a zlib stream
+    ///                     (RFC 1950)
+    /// @param outputLimit  bytes; an output that would be longer is refused
+    explicit DeflateDecompressor(bool isRaw, uint64_t outputLimit = kNoLimit)
+        : raw(isRaw), limit(outputLimit) {}
+
+    /// Inflates from the position of in, which is left behind the end of the deflate stream, to the
+    /// position of out. Both stay the caller's.
+    /// @throws QLT_SPACE::Exception if a file is null, the stream is broken, cut or too long, or
+    ///         out cannot be written
+    /// @throws QLT_SPACE::OutOfMemoryException
+    void decompress(std::FILE* in, std::FILE* out) const;
+
+  private:
+    bool raw;
+    uint64_t limit;
+};
+
+}  // namespace STREAMENGINE_SPACE

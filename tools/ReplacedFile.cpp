@@ -1,0 +1,60 @@
+#include "ReplacedFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace zvk {
+
+namespace {
+
+// What open() would give a new file: mkstemp() lets only the owner read.
+mode_t usualMode() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+}  // namespace
+
+ReplacedFile::ReplacedFile(std::string targetPath) : target(std::move(targetPath)) {
+    std::error_code error;
+    const fs::file_status status = fs::status(target, error);
+    if (fs::is_directory(status)) fail(EISDIR);
+    if (fs::exists(status) && !fs::is_regular_file(status)) fail(ENOTSUP);
+    if (fs::exists(status)) target = fs::canonical(target);
+
+    temporary = target + ".XXXXXX";
+    const int descriptor = mkstemp(temporary.data());
+    if (descriptor == -1) {
+        const int number = errno;
+        temporary.clear();
+        fail(number);
+    }
+    file.reset(fdopen(descriptor, "w"));
+    if (!file || fchmod(descriptor, usualMode()) != 0) fail(errno);
+}
+
+ReplacedFile::~ReplacedFile() {
+    if (!temporary.empty()) unlink(temporary.c_str());
+}
+
+void ReplacedFile::commit() {
+    if (std::ferror(file.get()) != 0) fail(EIO);  // of an earlier write, its reason is gone
+    if (std::fflush(file.get()) != 0 || fsync(fileno(file.get())) != 0) fail(errno);
+    if (std::rename(temporary.c_str(), target.c_str()) != 0) fail(errno);
+    temporary.clear();
+}
+
+void ReplacedFile::fail(int number) const {
+    throw std::system_error(number, std::generic_category(), "cannot write " + target);
+}
+
+}  // namespace zvk
