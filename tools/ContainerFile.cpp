@@ -1,6 +1,7 @@
 #include "ContainerFile.h"
 
 #include <fmt/format.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <system_error>
@@ -32,6 +33,11 @@ FilePtr temporaryFile() {
         fmt::format("cannot create a temporary file: {}", std::generic_category().message(errno)));
 }
 
+uint64_t lengthOf(std::FILE* file) {
+    struct stat status;
+    return fstat(fileno(file), &status) == 0 ? static_cast<uint64_t>(status.st_size) : 0;
+}
+
 }  // namespace
 
 std::string BrokenContainer::where() const {
@@ -41,7 +47,7 @@ std::string BrokenContainer::where() const {
 
 ContainerFile::ContainerFile(const std::string& path)
     : filePath(path), file(openPatternFile(path)) {
-    fileLength = BodyReader(file.get()).length();
+    fileLength = lengthOf(file.get());
     ContainerHeader::Bytes bytes{};
     const size_t read = std::fread(bytes.data(), 1, bytes.size(), file.get());
     if (std::ferror(file.get()) != 0) throw PatternError(fmt::format("cannot read {}", path));
@@ -92,11 +98,11 @@ void ContainerFile::restore() {
 }
 
 uint64_t ContainerFile::bodyLength() const {
-    return BodyReader(body.get()).length();
+    return lengthOf(body.get());
 }
 
 void ContainerFile::walk(const OnSection& onSection, const OnRecord& onRecord) const {
-    BodyReader table(body.get());
+    BodyReader table(body.get(), kSectionEntryLength);
     BodyBudget budget{table.length()};
     for (uint32_t i = 0; i < fileHeader.sectionCount; ++i) {
         const uint64_t offset = fileHeader.sectionOffset(i);

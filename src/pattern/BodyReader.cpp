@@ -5,23 +5,22 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 namespace STREAMENGINE_SPACE {
 
-BodyReader::BodyReader(std::FILE* bodyFile) : file(fileno(bodyFile)) {  // NOLINT: see window
+BodyReader::BodyReader(std::FILE* bodyFile, size_t windowRoom)
+    : file(fileno(bodyFile)), window(windowRoom) {
     struct stat status {};
     if (fstat(file, &status) == 0) bodyLength = static_cast<uint64_t>(status.st_size);
 }
 
-size_t BodyReader::readAt(uint64_t offset, void* out, size_t length) {
-    if (offset >= bodyLength) return 0;
-    length = static_cast<size_t>(std::min<uint64_t>(length, bodyLength - offset));
-    if (offset < windowOffset || offset + length > windowOffset + windowLength) moveWindow(offset);
+std::string_view BodyReader::view(uint64_t offset, size_t count) {
+    if (offset < windowOffset || count > windowLength ||
+        offset - windowOffset > windowLength - count) {
+        moveWindow(offset);
+    }
     const size_t start = static_cast<size_t>(offset - windowOffset);
-    length = std::min(length, windowLength - start);
-    std::memcpy(out, window.data() + start, length);
-    return length;
+    return {window.data() + start, std::min(count, windowLength - start)};
 }
 
 void BodyReader::moveWindow(uint64_t offset) {

@@ -1,30 +1,31 @@
-// BodyReader: reads a restored body at any offset, through a window of a few KiB.
+// BodyReader: reads a restored body at any offset, through a window.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <cstdio>
+#include <string_view>
+#include <vector>
 
 namespace STREAMENGINE_SPACE {
 
 class BodyReader {
   public:
-    static constexpr size_t kWindowRoom = 8192;  // bytes; no single read is longer
-
-    /// @param bodyFile  borrowed; nothing unwritten in its buffer. Its position plays no part.
-    explicit BodyReader(std::FILE* bodyFile);
+    /// @param bodyFile    borrowed; nothing unwritten in its buffer. Its position plays no part.
+    /// @param windowRoom  bytes read at once, where what is needed is not in the window; no view is
+    ///                    longer
+    BodyReader(std::FILE* bodyFile, size_t windowRoom);
 
     /// @return bytes in the body
     uint64_t length() const { return bodyLength; }
 
-    /// Reads up to length bytes, at most kWindowRoom.
-    /// @return bytes read; fewer where the body ends
-    size_t readAt(uint64_t offset, void* out, size_t length);
+    /// @return up to count bytes of the body, fewer where it ends; valid until the next call
+    std::string_view view(uint64_t offset, size_t count);
 
     /// @return whether all of the array was read
     template <class Array>
     bool readAll(uint64_t offset, Array& bytes) {
-        return readAt(offset, bytes.data(), bytes.size()) == bytes.size();
+        return view(offset, bytes.size())
+                   .copy(reinterpret_cast<char*>(bytes.data()), bytes.size()) == bytes.size();
     }
 
   private:
@@ -34,7 +35,7 @@ class BodyReader {
     uint64_t bodyLength = 0;
     uint64_t windowOffset = 0;
     size_t windowLength = 0;
-    std::array<char, kWindowRoom> window;  // NOLINT: its first windowLength bytes hold
+    std::vector<char> window;  // its first windowLength bytes hold
 };
 
 }  // namespace STREAMENGINE_SPACE

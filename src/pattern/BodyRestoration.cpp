@@ -22,7 +22,7 @@ using QLT_SPACE::FilePtr;
 using QLT_SPACE::Utils;
 
 constexpr const char* kUnit = "ZVKPatternLoader";
-constexpr size_t kPieceLength = 4096;  // bytes, a multiple of every cipher's block
+constexpr size_t kPieceLength = 32768;  // bytes, a multiple of every cipher's block
 
 Exception writeFailure() {
     const std::string reason = std::generic_category().message(errno);

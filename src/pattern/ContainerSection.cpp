@@ -12,11 +12,13 @@ namespace {
 using QLT_SPACE::Exception;
 
 constexpr const char* kUnit = "ZVKPatternLoader";
+constexpr size_t kTableWindow = 4096;
 
 _SectionTable readSectionEntry(BodyReader& body, const ContainerHeader& header, uint32_t index) {
     _SectionTable::Bytes bytes{};
-    const size_t length = body.readAt(header.sectionOffset(index), bytes.data(), bytes.size());
-    if (length < bytes.size()) {
+    const uint64_t offset = header.sectionOffset(index);
+    if (!body.readAll(offset, bytes)) {
+        const size_t length = body.view(offset, bytes.size()).size();
         ZVK_ERROR("fail to read section table, readlen[%d]", static_cast<int>(length));
         throw Exception("fail to read section table.");
     }
@@ -27,7 +29,7 @@ _SectionTable readSectionEntry(BodyReader& body, const ContainerHeader& header, 
 
 int PatternLoader::loadSections(std::FILE* body, const ContainerHeader& header,
                                 PatternContainer& container) {
-    BodyReader table(body);
+    BodyReader table(body, kTableWindow);
     BodyBudget budget{table.length()};
     uint32_t total = 0;
     for (uint32_t i = 0; i < header.sectionCount; ++i) {

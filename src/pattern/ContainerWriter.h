@@ -22,7 +22,7 @@ class BodyWriter;
 struct ContainerSettings {
     std::array<uint32_t, 4> version{};
     uint32_t buildTime = 0;  // seconds since 1970-01-01 00:00 UTC
-    CipherMethod cipherMethod = kCipherTripleDes;
+    CipherMethod cipherMethod = kCipherNone;
     bool fixedNames = false;  // all names padded to the longest one
 };
 

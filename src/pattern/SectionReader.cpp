@@ -1,9 +1,9 @@
 #include "pattern/SectionReader.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "pattern/ContainerFault.h"
-#include "support/DecimalNumber.h"
 #include "support/Utils.h"
 
 namespace STREAMENGINE_SPACE {
@@ -13,6 +13,16 @@ using QLT_SPACE::Utils;
 
 constexpr const char* kShortRead = "fail to read vq pat file";
 constexpr const char* kNoName = "fail to get name";
+
+// Records are read one after the other, names mostly from any place.
+constexpr size_t kRecordWindow = 32768;
+constexpr size_t kNameWindow = 8192;
+static_assert(kRecordWindow >= kLongestRecord && kNameWindow >= kLongestName);
+
+/// Texts and names are strings that end at a NUL, if they hold one.
+std::string_view upToNul(std::string_view stored) {
+    return stored.substr(0, stored.find('\0'));
+}
 
 bool isNameLength(uint32_t length) {
     return length >= 1 && length <= kLongestName;
@@ -29,8 +39,8 @@ ContainerFault nameRunsOut(uint64_t offset) {
 }  // namespace
 
 SectionReader::SectionReader(std::FILE* file, const _SectionTable& table, BodyBudget& bodyBudget)
-    : records(file),
-      names(file),
+    : records(file, kRecordWindow),
+      names(file, kNameWindow),
       section(table),
       budget(bodyBudget),
       recordsLeft(table.recordCount),
@@ -52,19 +62,21 @@ bool SectionReader::next() {
     if (recordsLeft == 0) return false;
     --recordsLeft;
     recordOffset = position;
-    readText();
-    const auto field = getPatternNameOffset(section.sectionMagic, text());
+    recordText = readText();
+    const auto field = getPatternNameOffset(section.sectionMagic, recordText);
     if (!field) {
         throw ContainerFault("fail to get name offset",
                              "the record's name field is not 1 to 16 decimal digits",
                              recordOffset + kRecordHeaderLength);
     }
-    getPatternName(field->nameOffset);
-    recordLine.assign(text()).replace(field->position, field->length, name());
+    recordName = getPatternName(field->nameOffset);
+    recordLine.assign(recordText.substr(0, field->position));
+    recordLine.append(recordName);
+    recordLine.append(recordText.substr(field->position + field->length));
     return true;
 }
 
-void SectionReader::readText() {
+std::string_view SectionReader::readText() {
     const auto shortRead = [this] {
         return ContainerFault(kShortRead, "the record runs past the end of the body", position);
     };
@@ -77,9 +89,8 @@ void SectionReader::readText() {
             Utils::formatString("a record of %u bytes, %u are allowed", length, kLongestRecord),
             position);
     }
-    if (records.readAt(position + header.size(), recordText.data(), length) != length)
-        throw shortRead();
-    recordText[length] = '\0';
+    const std::string_view stored = records.view(position + header.size(), length);
+    if (stored.size() != length) throw shortRead();
     const uint64_t whole = header.size() + length;
     if (whole > budget.recordBytes) {
         throw ContainerFault(
@@ -88,6 +99,7 @@ void SectionReader::readText() {
     }
     budget.recordBytes -= whole;
     position += whole;
+    return upToNul(stored);
 }
 
 std::optional<SectionReader::NameField> SectionReader::getPatternNameOffset(uint32_t magic,
@@ -104,13 +116,13 @@ std::optional<SectionReader::NameField> SectionReader::getPatternNameOffset(uint
         field.length = text.size() - field.position;
     }
     if (field.length == 0 || field.length > kLongestNameOffset) return std::nullopt;
-    std::array<char, kLongestNameOffset + 1> digits{};
-    text.copy(digits.data(), field.length, field.position);
-    if (std::string_view(digits.data(), field.length).find_first_not_of("0123456789") !=
-        std::string_view::npos) {
-        return std::nullopt;
+    int64_t value = 0;  // 16 digits fit
+    for (const char c : text.substr(field.position, field.length)) {
+        if (c < '0' || c > '9') return std::nullopt;
+        value = value * 10 + (c - '0');
     }
-    field.nameOffset = QLT_SPACE::decimalInt32(digits.data());
+    constexpr int64_t kLargest = std::numeric_limits<int32_t>::max();
+    field.nameOffset = static_cast<int32_t>(std::min(value, kLargest));
     return field;
 }
 
@@ -128,7 +140,7 @@ void SectionReader::readNameTableHeader() {
     nameTable = header;
 }
 
-void SectionReader::getPatternName(int32_t nameOffset) {
+std::string_view SectionReader::getPatternName(int32_t nameOffset) {
     if (!nameTable) readNameTableHeader();
     uint64_t place = uint64_t{section.nameTableOffset} + kNameTableHeaderLength +
                      static_cast<uint64_t>(nameOffset);
@@ -140,8 +152,9 @@ void SectionReader::getPatternName(int32_t nameOffset) {
         if (!isNameLength(length)) throw ContainerFault(kNoName, wrongLengthText(length), place);
         place += lengthByte.size();
     }
-    if (names.readAt(place, recordName.data(), length) != length) throw nameRunsOut(place);
-    recordName[length] = '\0';
+    const std::string_view stored = names.view(place, length);
+    if (stored.size() != length) throw nameRunsOut(place);
+    return upToNul(stored);
 }
 
 }  // namespace STREAMENGINE_SPACE

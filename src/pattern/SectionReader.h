@@ -1,7 +1,6 @@
 // SectionReader: the records of one section of a restored body, with their names put back.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -38,8 +37,8 @@ class SectionReader {
     /// Of the last record read, valid until next(): its offset in the body, its text as stored up
     /// to the first NUL, its name, and the signature line in which the name stands for its offset.
     uint64_t offset() const { return recordOffset; }
-    std::string_view text() const { return recordText.data(); }
-    std::string_view name() const { return recordName.data(); }
+    std::string_view text() const { return recordText; }
+    std::string_view name() const { return recordName; }
     const std::string& line() const { return recordLine; }
 
     /// The name field of a record: where it stands and the name offset that it holds.
@@ -52,9 +51,8 @@ class SectionReader {
     static std::optional<NameField> getPatternNameOffset(uint32_t magic, std::string_view text);
 
   private:
-    void readText();
-    /// Fills recordName.
-    void getPatternName(int32_t nameOffset);
+    std::string_view readText();
+    std::string_view getPatternName(int32_t nameOffset);
     void readNameTableHeader();
 
     BodyReader records;
@@ -65,8 +63,8 @@ class SectionReader {
     uint64_t position;  // of the next record
     std::optional<NameTableHeader> nameTable;
     uint64_t recordOffset = 0;
-    std::array<char, kLongestRecord + 1> recordText{};
-    std::array<char, kLongestName + 1> recordName{};
+    std::string_view recordText;  // in the window of records
+    std::string_view recordName;  // in the window of names
     std::string recordLine;
 };
 

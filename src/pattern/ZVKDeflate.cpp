@@ -25,8 +25,8 @@ constexpr int kRawWindowBits = -15;    // a negative size asks zlib for a raw st
 /// One inflation. Owns zlib's state.
 class Inflation {
   public:
-    Inflation(bool raw, std::FILE* in, std::FILE* out, uint64_t limit)
-        : input(in), output(out), outputLeft(limit) {
+    Inflation(bool raw, std::FILE* in, std::FILE* out, uint64_t outputLimit)
+        : input(in), output(out), limit(outputLimit), outputLeft(outputLimit) {
         const int result = raw ? inflateInit2(&stream, kRawWindowBits) : inflateInit(&stream);
         if (result == Z_MEM_ERROR) throw OutOfMemoryException(kUnit, __LINE__);
         if (result != Z_OK) fail(result);
@@ -61,6 +61,13 @@ class Inflation {
                         kUnit, __LINE__);
     }
 
+    Exception tooLong() const {
+        return Exception(
+            Utils::formatString("inflate: the output is longer than %llu bytes, see ZVK_BODY_LIMIT",
+                                static_cast<unsigned long long>(limit)),
+            kUnit, __LINE__);
+    }
+
     void readInput() {
         inputPosition = ftello(input);
         inputLength = std::fread(inputBuffer.data(), 1, inputBuffer.size(), input);
@@ -76,7 +83,7 @@ class Inflation {
 
     void writeOutput() {
         const size_t length = kOutputRoom - stream.avail_out;
-        if (length > outputLeft) throw Exception("inflate: output too long", kUnit, __LINE__);
+        if (length > outputLeft) throw tooLong();
         outputLeft -= length;
         if (std::fwrite(outputBuffer.data(), 1, length, output) != length) {
             const std::string reason = std::generic_category().message(errno);
@@ -93,6 +100,7 @@ class Inflation {
 
     std::FILE* input;
     std::FILE* output;
+    uint64_t limit;       // bytes
     uint64_t outputLeft;  // bytes that may still be written
     z_stream stream{};
     bool ended = false;

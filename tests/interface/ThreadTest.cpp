@@ -78,6 +78,34 @@ TEST_F(Reloads, StreamsKeepTheSetTheyBeganWith) {
     EXPECT_GT(streams, kThreads);
 }
 
+TEST_F(Reloads, ABrokenContainerLeavesTheOldSet) {
+    constexpr int kScanners = 4;
+    const TempFolder folder;
+    std::string broken = "VQPattern" + std::string(75, '\0');  // no body, and not its digest
+    const std::string path = folder.write("broken", broken);
+    const _ZVKPatternFile files = {path.c_str(), nullptr};
+    std::atomic<bool> isOver = false;
+    std::vector<std::thread> threads(kScanners);
+    for (auto& thread : threads) {
+        thread = std::thread([&] {
+            Host host;
+            while (!isOver) scanOnce(host);
+        });
+    }
+    const Log log(1);
+    testing::internal::CaptureStderr();
+    for (int i = 0; i < kReloads; ++i) EXPECT_EQ(reloadPattern(&files), ZVK_ERR_LOAD_FAILED);
+    const std::string told = testing::internal::GetCapturedStderr();
+    isOver = true;
+    for (auto& thread : threads) thread.join();
+    EXPECT_TRUE(told.starts_with("reload pattern fail : [fail to restore file body.]\n"));
+    EXPECT_TRUE(log.has("1md5 check failed."));
+    EXPECT_TRUE(log.has("1load pattern fail : [fail to restore file body.]"));
+    Host host;
+    scanOnce(host);
+    EXPECT_EQ(host.names[0], "0");
+}
+
 TEST_F(Reloads, InstancesMayWaitForTheFirstSet) {
     destroyEngine();
     std::vector<std::thread> threads(kThreads);

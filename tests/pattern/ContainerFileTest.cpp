@@ -1,56 +1,49 @@
-// Pattern files by their names, and the sections of a restored container body.
+// Pattern files by their names, restored bodies and their sections.
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <cstring>
 
 #include "engine/ZVKUtil.h"
+#include "pattern/BodyRestoration.h"
+#include "pattern/ContainerBytes.h"
 #include "pattern/PlainLineReader.h"
+#include "pattern/SectionReader.h"
 #include "pattern/ZVKPatternLoader.h"
 #include "store/ZVKPatternContainer.h"
 #include "support/Exception.h"
 
 namespace {
 
-using namespace STREAMENGINE_SPACE;
+using namespace zvk_test;
 using QLT_SPACE::FilePtr;
 
 std::vector<std::string> sent;
 
-FilePtr fileOf(std::string_view content) {
+FilePtr openFile(std::string_view content) {
     FilePtr file(std::tmpfile());
     std::fwrite(content.data(), 1, content.size(), file.get());
     std::rewind(file.get());
     return file;
 }
 
-std::string number(uint32_t value) {
-    std::string bytes(4, '\0');
-    for (char& byte : bytes) {
-        byte = static_cast<char>(value);
-        value >>= 8;
+/// Lowers a limit of the process for one scope.
+class LoweredLimit {
+  public:
+    LoweredLimit(__rlimit_resource limited, rlim_t value) : resource(limited) {
+        getrlimit(resource, &before);
+        const rlimit lowered = {value, before.rlim_max};
+        setrlimit(resource, &lowered);
     }
-    return bytes;
-}
+    ~LoweredLimit() { setrlimit(resource, &before); }
+    LoweredLimit(const LoweredLimit&) = delete;
+    LoweredLimit& operator=(const LoweredLimit&) = delete;
 
-/// A body with one section: its entry at 0, then its records, then its names.
-struct Body {
-    uint32_t magic = kExtendedSection;
-    std::vector<std::string> records = {};
-    std::string names = {};
-    std::string nameHeader = std::string(8, '\0');
-    uint32_t extraRecords = 0;
-
-    std::string build() const {
-        std::string recordBytes;
-        for (const auto& text : records) {
-            recordBytes += number(static_cast<uint32_t>(text.size())) + text;
-        }
-        const auto recordOffset = static_cast<uint32_t>(kSectionEntryLength);
-        const auto nameOffset = recordOffset + static_cast<uint32_t>(recordBytes.size());
-        return number(magic) + number(static_cast<uint32_t>(records.size()) + extraRecords) +
-               number(recordOffset) + number(nameOffset) + std::string(20, '\0') + recordBytes +
-               nameHeader + names;
-    }
+  private:
+    __rlimit_resource resource;
+    rlimit before{};
 };
 
 class ContainerFile : public testing::Test {
@@ -67,7 +60,7 @@ class ContainerFile : public testing::Test {
         ContainerHeader header;
         header.sectionCount = sectionCount;
         try {
-            return PatternLoader::loadSections(fileOf(bytes).get(), header, container);
+            return PatternLoader::loadSections(openFile(bytes).get(), header, container);
         } catch (QLT_SPACE::Exception& failure) {
             sent.emplace_back(failure.toString());
             return -1;
@@ -88,7 +81,7 @@ TEST_F(ContainerFile, RecordsGetTheirNamesBack) {
     EXPECT_EQ(container.trieTree.sigCount, 2);
     body.magic = kBasicSection;
     body.records = {"4=61626364656667686970"};
-    body.nameHeader = {0, 0, 0, 0, 1, 0, 5, 0};  // fixed names of 5 bytes
+    body.nameHeader = {.fixedNames = 1, .fixedNameSize = 5};
     body.names = std::string("....Fixd\0", 9);
     EXPECT_EQ(load(body.build()), 1);
     EXPECT_EQ(container.bmList.sigCount, 1);
@@ -100,10 +93,8 @@ TEST_F(ContainerFile, RecordsGetTheirNamesBack) {
 
 TEST_F(ContainerFile, BrokenSections) {
     const auto record = [](std::string text) { return Body{.records = {std::move(text)}}; };
-    const auto names = [](std::string table, std::string header = std::string(8, '\0')) {
-        return Body{.records = {"0:0:*:aabb??"},
-                    .names = std::move(table),
-                    .nameHeader = std::move(header)};
+    const auto names = [](std::string table, NameTableHeader header = {}) {
+        return Body{.records = {"0:0:*:aabb??"}, .names = std::move(table), .nameHeader = header};
     };
     const std::string noOffset = "1fail to get name offset";
     const std::string noName = "1fail to get name";
@@ -119,9 +110,11 @@ TEST_F(ContainerFile, BrokenSections) {
         {names(std::string("\0x", 2)), noName},
         {names("\x7f" + std::string(127, 'n')), noName},
         {names("\x05"), noName},
-        {names("", {0, 0, 0, 0, 1, 0, 127, 0}), noName},
-        {Body{.nameHeader = "", .extraRecords = 1}, shortRead},
-        {Body{.nameHeader = std::string("\x09\0\0\0x", 5), .extraRecords = 1}, shortRead},
+        {names("", {1, 127}), noName},
+        {Body{.records = {"0:0:*:aabb??"}, .nameHeaderLength = 7}, noName},
+        {Body{.nameHeaderLength = 0, .extraRecords = 1}, shortRead},
+        {Body{.names = "x", .nameHeader = {}, .nameHeaderLength = 4, .extraRecords = 1}, noOffset},
+        {Body{.names = "", .nameHeaderLength = 3, .extraRecords = 1}, shortRead},
     };
     for (const auto& [body, line] : cases) {
         sent.clear();
@@ -131,7 +124,7 @@ TEST_F(ContainerFile, BrokenSections) {
         EXPECT_EQ(sent[sent.size() - 2], "1fail to parse section table[abab0001].");
         EXPECT_EQ(sent.back(), "fail to parse section table.");
     }
-    EXPECT_EQ(load(Body{.magic = kMD5Section, .extraRecords = 0xFFFFFFFF}.build()), -1);
+    EXPECT_TRUE(std::count(sent.begin(), sent.end(), shortRead) == 1);
     EXPECT_EQ(load(Body{.magic = 0xABAB0003}.build()), 0);
     EXPECT_EQ(sent.back(), "1table magic[abab0003] is invalid");
     EXPECT_EQ(load(std::string(28, 'x')), -1);
@@ -139,27 +132,140 @@ TEST_F(ContainerFile, BrokenSections) {
     EXPECT_EQ(load("", 0), 0);
 }
 
+// What a header tells may neither be allocated nor be walked if the body has no room for it.
+TEST_F(ContainerFile, CountsBeyondTheBody) {
+    const std::string shortRead = "1fail to read vq pat file";
+    for (const uint32_t count : {3U, 1000U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+        sent.clear();
+        EXPECT_EQ(load(Body{.magic = kMD5Section, .extraRecords = count}.build()), -1);
+        EXPECT_EQ(sent.front(), shortRead);
+        EXPECT_FALSE(container.md5List.isPooled());
+    }
+    EXPECT_EQ(load(Body().build(), 0xFFFFFFFF), -1);
+    // A thousand sections, all with the same records.
+    constexpr uint32_t kSections = 1000;
+    Body body = {.names = "\x01n"};
+    body.records.assign(200, "0:0:*:aabb??");
+    std::string bytes = body.build();
+    ContainerHeader header;
+    header.sectionCount = kSections;
+    header.sectionTableOffset = static_cast<uint32_t>(bytes.size());
+    for (uint32_t i = 0; i < kSections; ++i) bytes += bytes.substr(0, kSectionEntryLength);
+    EXPECT_THROW(PatternLoader::loadSections(openFile(bytes).get(), header, container),
+                 QLT_SPACE::Exception);
+    EXPECT_EQ(sent[sent.size() - 2], shortRead);
+    EXPECT_LE(static_cast<size_t>(container.trieTree.sigCount), bytes.size() / 16);
+}
+
 TEST_F(ContainerFile, HeaderChecksInTheirOrder) {
-    std::string header(kContainerHeaderLength, '\0');
-    std::memcpy(header.data(), "VQPattern", 9);
-    std::string wrongMagic = header;
+    ContainerHeader header;
+    const std::string sound = fileOf(header, deflated(""));
+    std::string wrongMagic = sound;
     wrongMagic[9] = 'x';
     const std::pair<std::string, std::string> cases[] = {
-        {header.substr(1), "1[f] is not a VQ pattern file, filesize[83]"},
+        {sound.substr(0, 83), "1[f] is not a VQ pattern file, filesize[83]"},
         {"", "1[f] is not a VQ pattern file, filesize[0]"},
         {wrongMagic + "x", "1Fail to verify file length, [f] is not a valid VQ pattern file"},
         {wrongMagic, "1[f] is not a VQ pattern file"},
-        {header, "1Fail to restore file body, [f] is not a valid VQ pattern file"},
     };
     for (const auto& [bytes, line] : cases) {
-        EXPECT_THROW(PatternLoader::loadVQPattern("f", fileOf(bytes).get(), container),
+        EXPECT_THROW(PatternLoader::loadVQPattern("f", openFile(bytes).get(), container),
                      QLT_SPACE::Exception);
         EXPECT_EQ(sent.back(), line);
     }
-    EXPECT_EQ(sent[4], "0[f]");
-    EXPECT_EQ(sent[5], "0version                 :[0.0.0.0]");
-    EXPECT_EQ(sent[8], "0# of patttern           :[0]");
-    EXPECT_EQ(sent[10], "0");
+    sent.clear();
+    container.patternVersion = 7;
+    header.buildTime = 5;
+    EXPECT_EQ(
+        PatternLoader::loadVQPattern("f", openFile(fileOf(header, deflated(""))).get(), container),
+        0);
+    EXPECT_EQ(container.patternVersion, 7U);
+    header.buildTime = 0x80000000;
+    header.version = {1, 2, 3, 4};
+    header.cipherMethod = kCipherTripleDes;
+    EXPECT_EQ(
+        PatternLoader::loadVQPattern("f", openFile(fileOf(header, deflated(""))).get(), container),
+        0);
+    EXPECT_EQ(container.patternVersion, 0x80000000);
+    ASSERT_EQ(sent.size(), 14U);
+    EXPECT_EQ(sent[0], "0[f]");
+    EXPECT_EQ(sent[1], "0version                 :[0.0.0.0]");
+    EXPECT_EQ(sent[4], "0# of patttern           :[0]");
+    EXPECT_EQ(sent[6], "0");
+    EXPECT_EQ(sent[8], "0version                 :[1.2.3.4]");
+}
+
+TEST_F(ContainerFile, BodiesThatCannotBeRestored) {
+    const std::string zlib = deflated(std::string(1000, 'a') + "b");
+    ContainerHeader plain;
+    ContainerHeader enciphered;
+    enciphered.cipherMethod = kCipherDes;
+    ContainerHeader unknown;
+    unknown.cipherMethod = 3;
+    std::string flipped = fileOf(plain, zlib);
+    flipped[48] ^= 1;
+    std::string dictionary = zlib;
+    dictionary.replace(0, 2, "\x78\xBB");  // the flag that asks for one, the check bits adapted
+    std::string method3 = fileOf(plain, zlib);
+    method3[80] = 3;
+    const std::pair<std::string, std::string> cases[] = {
+        {fileOf(plain, zlib), ""},
+        {fileOf(plain, zlib + "behind"), ""},
+        {fileOf(enciphered, zlib + std::string(4096, 'x')), ""},
+        {flipped, "1md5 check failed."},
+        {method3, "1cipher method[3] is unknown"},
+        {fileOf(plain, ""), "1compress fail : inflate: error-5: "},
+        {fileOf(plain, zlib.substr(0, zlib.size() - 1)), "1compress fail : inflate: error-5: "},
+        {fileOf(plain, "no zlib"), "1compress fail : inflate: error-3: incorrect header check"},
+        {fileOf(plain, dictionary), "1compress fail : inflate: need dictionary"},
+    };
+    for (const auto& [bytes, line] : cases) {
+        sent.clear();
+        const FilePtr file = openFile(bytes);
+        try {
+            EXPECT_EQ(PatternLoader::loadVQPattern("f", file.get(), container), 0);
+            EXPECT_EQ(line, "");
+        } catch (QLT_SPACE::Exception& failure) {
+            EXPECT_STREQ(failure.toString(), "fail to restore file body.");
+            ASSERT_GE(sent.size(), 2U);
+            EXPECT_EQ(sent[sent.size() - 2], line);
+            EXPECT_EQ(sent.back(),
+                      "1Fail to restore file body, [f] is not a valid VQ pattern file");
+        }
+    }
+}
+
+TEST_F(ContainerFile, BodiesThatDoNotFit) {
+    const std::string large = fileOf({}, deflated(std::string(200000, 'a')));
+    const FilePtr file = openFile(large);
+    ContainerHeader::Bytes header{};
+    std::memcpy(header.data(), large.data(), header.size());
+    const auto isRestored = [&] {
+        std::fseek(file.get(), kContainerHeaderLength, SEEK_SET);
+        return PatternLoader::restoreBody(file.get(), ContainerHeader::decode(header)) != nullptr;
+    };
+    {
+        const LoweredLimit limit(RLIMIT_NOFILE, static_cast<rlim_t>(fileno(file.get())) + 1);
+        EXPECT_FALSE(isRestored());
+    }
+    std::signal(SIGXFSZ, SIG_IGN);  // so that a write beyond the limit fails like on a full disk
+    for (const rlim_t most : {100U, 100000U}) {
+        const LoweredLimit limit(RLIMIT_FSIZE, most);
+        EXPECT_FALSE(isRestored());
+    }
+    setenv("ZVK_BODY_LIMIT", "199999", 1);
+    EXPECT_FALSE(isRestored());
+    setenv("ZVK_BODY_LIMIT", "200000", 1);
+    EXPECT_TRUE(isRestored());
+    setenv("ZVK_BODY_LIMIT", "2 GiB", 1);
+    EXPECT_EQ(bodyLimit(), kDefaultBodyLimit);
+    unsetenv("ZVK_BODY_LIMIT");
+    const std::vector<std::string> lines = {
+        "1fail to crt tmpfp.", "1fail to write tmpfp : File too large",
+        "1compress fail : inflate: cannot write: File too large",
+        "1compress fail : inflate: the output is longer than 199999 bytes, see ZVK_BODY_LIMIT"};
+    EXPECT_EQ(sent, lines);
+    std::signal(SIGXFSZ, SIG_DFL);
 }
 
 TEST(PatternType, ByNameAndMagic) {
@@ -178,7 +284,7 @@ TEST(PlainLineReader, PiecesAndNumbers) {
     const std::string longLine(8191 + 5, 'x');
     const std::string text =
         std::string("one \t\r\n\n") + longLine + "\n" + std::string("a\0b\n", 4) + "last";
-    const FilePtr source = fileOf(text);
+    const FilePtr source = openFile(text);
     PlainLineReader reader(source.get());
     std::vector<std::pair<uint32_t, std::string>> lines;
     while (reader.next()) lines.emplace_back(reader.lineNumber(), reader.line());

@@ -1,0 +1,68 @@
+// Container files made by hand, byte by byte and broken on purpose.
+#pragma once
+
+#include <zlib.h>
+
+#include <string>
+#include <string_view>
+
+#include "pattern/BodyCipher.h"
+#include "pattern/ContainerLayout.h"
+#include "support/MD5.h"
+
+namespace zvk_test {
+
+using namespace STREAMENGINE_SPACE;
+
+template <class Bytes>
+std::string textOf(const Bytes& bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+inline std::string deflated(std::string_view text) {
+    uLongf length = compressBound(text.size());
+    std::string out(length, '\0');
+    compress(reinterpret_cast<Bytef*>(out.data()), &length,
+             reinterpret_cast<const Bytef*>(text.data()), text.size());
+    out.resize(length);
+    return out;
+}
+
+/// A file whose header fits the body, which is deflated or what stands for that.
+inline std::string fileOf(ContainerHeader header, std::string deflatedBody) {
+    const BodyCipher cipher(header);
+    deflatedBody.resize((deflatedBody.size() + cipher.blockLength() - 1) / cipher.blockLength() *
+                        cipher.blockLength());
+    auto* bytes = reinterpret_cast<uint8_t*>(deflatedBody.data());
+    QLT_SPACE::MD5 md5;
+    md5.update(bytes, deflatedBody.size());
+    md5.final(header.bodyDigest.data());
+    cipher.encipher(bytes, deflatedBody.size());
+    header.magic = kContainerMagic;
+    header.bodyLength = static_cast<uint32_t>(deflatedBody.size());
+    return textOf(header.encode()) + deflatedBody;
+}
+
+/// A restored body with one section: its entry at 0, then its records, then its names.
+struct Body {
+    uint32_t magic = kExtendedSection;
+    std::vector<std::string> records = {};
+    std::string names = {};
+    NameTableHeader nameHeader = {};
+    size_t nameHeaderLength = kNameTableHeaderLength;  // less: a body that ends inside it
+    uint32_t extraRecords = 0;                         // told, but not there
+
+    std::string build() const {
+        std::string recordBytes;
+        for (const auto& text : records)
+            recordBytes += textOf(encodeRecordLength(static_cast<uint32_t>(text.size()))) + text;
+        const auto recordOffset = static_cast<uint32_t>(kSectionEntryLength);
+        const _SectionTable entry = {magic, static_cast<uint32_t>(records.size()) + extraRecords,
+                                     recordOffset,
+                                     recordOffset + static_cast<uint32_t>(recordBytes.size())};
+        return textOf(entry.encode()) + recordBytes +
+               textOf(nameHeader.encode()).substr(0, nameHeaderLength) + names;
+    }
+};
+
+}  // namespace zvk_test
