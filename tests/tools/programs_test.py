@@ -1,11 +1,15 @@
 """The host programs as a user runs them: zvk, the example host and the README's copy of it."""
 
+import hashlib
 import json
 import os
+import re
+import struct
 import subprocess
 import sys
 import tempfile
 import unittest
+import zlib
 from pathlib import Path
 
 ZVK, HOST, SOURCE = sys.argv[1], sys.argv[2], Path(sys.argv[3])
@@ -18,6 +22,47 @@ def run(*arguments, program=ZVK, stdin=b"", stdout=subprocess.PIPE):
     done = subprocess.run([program, *map(str, arguments)], input=stdin, stdout=stdout,
                           stderr=subprocess.PIPE, timeout=60)
     return done.returncode, (done.stdout or b"").decode(errors="replace"), done.stderr.decode()
+
+
+def des(key, text, decipher):
+    """DES in ECB mode, by another program."""
+    return subprocess.run(["openssl", "enc", "-d" if decipher else "-e", "-des-ecb", "-nopad", "-K",
+                           key.hex(), "-provider", "legacy", "-provider", "default"],
+                          input=text, stdout=subprocess.PIPE, check=True).stdout
+
+
+def read_container(data):
+    """The sections of a container, as its document tells, each as its magic and its lines."""
+    version, build, length = data[24:40], *struct.unpack("<II", data[40:48])
+    sections, table, patterns, names, cipher = struct.unpack("<IIIIH", data[64:82])
+    body = data[84:]
+    assert data[:10] == b"VQPattern\0" and length == len(body)
+    time = bytes(build >> 8 * i & 255 for i in (2, 0, 3, 1))
+    k1 = bytes(a ^ b for a, b in zip(time * 2, struct.pack("<II", names, patterns)))
+    keys = [[], [k1], [des(k1, version[8:], False), des(k1, version[:8], False), k1]][cipher]
+    for key in keys:
+        body = des(key, body, True)
+    assert hashlib.md5(body).digest() == data[48:64]
+    body = zlib.decompressobj().decompress(body)
+
+    def name(at, offset):
+        is_fixed, size = struct.unpack_from("<HH", body, at + 4)
+        at += 8 + offset
+        if is_fixed != 1:
+            at, size = at + 1, body[at]
+        return body[at:at + size].rstrip(b"\0")
+
+    read = []
+    for i in range(sections):
+        magic, count, at, names_at = struct.unpack_from("<IIII", body, table + 36 * i)
+        lines = []
+        for _ in range(count):
+            size, = struct.unpack_from("<I", body, at)
+            text, at = body[at + 4:at + 4 + size], at + 4 + size
+            field = re.compile([rb"^\d+", rb"^\d+", rb"\d+$"][magic & 3])
+            lines.append(field.sub(lambda m: name(names_at, int(m[0])), text))
+        read.append((magic, lines))
+    return read
 
 
 class ProgramTest(unittest.TestCase):
@@ -80,6 +125,18 @@ class ProgramTest(unittest.TestCase):
             (("scan", "-p", container, page), "container"),
             (("info", "-p", self.patterns, "-u", self.folder / "none.db"), "none.db"),
             (("scan", "-p", self.patterns, "/proc/self/mem"), "/proc/self/mem"),
+            (("pack", "-o", self.folder / "x"), "files"),
+            (("pack", "-o", self.folder / "x.y", self.patterns), "x.y"),
+            (("pack", "-o", self.folder / "hwinfo", self.patterns), "hwinfo"),
+            (("pack", "-o", self.folder / "no/x", self.patterns), "no/x"),
+            (("pack", "-o", self.folder / "x", unknown), str(unknown)),
+            (("pack", "-o", self.folder / "x", self.folder / "none.db"), "none.db"),
+            (("pack", "-o", self.folder / "x", "--cipher", "aes", self.patterns), "aes"),
+            (("pack", "-o", self.folder / "x", "--set-version", "1.2.3", self.patterns), "1.2.3"),
+            (("pack", "-o", "/dev/full", self.patterns), "/dev/full"),
+            (("inspect", self.folder / "none"), "none"),
+            (("inspect", self.folder), str(self.folder)),
+            (("unpack", container, "-o", self.folder / "o"), "offset 9 of the file"),
         ]
         for arguments, named in cases:
             with self.subTest(arguments=arguments):
@@ -110,11 +167,126 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual((status, len(out.splitlines())), (0, 1))
         self.assertIn("3 lines refused", err)
 
+    def test_pack_writes_what_another_reader_reads(self):
+        names = [b"N" * 126, b"Twice", b"Twice", b"\xffodd"]
+        basic = [b"%s=%s" % (name, b"evilcode(%d)" % i * 9) for i, name in enumerate(names)]
+        basic = [line.replace(b"evilcode", b"6576696c").replace(b"(", b"").replace(b")", b"0")
+                 for line in basic]
+        extended = [b"%s:0:*:6162??" % name for name in names]
+        md5 = [b"%s:%d:%s" % (hashlib.md5(name).hexdigest().encode(), i, name)
+               for i, name in enumerate(names)]
+        files = [self.write(f"set.{kind}", b"\n".join(lines))
+                 for kind, lines in (("ndb", extended), ("db", basic), ("hdb", md5))]
+        for cipher in ("none", "des", "3des"):
+            for form in ("fixed", "variable"):
+                packed = self.folder / f"{cipher}-{form}"
+                for _ in range(2):
+                    before = packed.read_bytes() if packed.exists() else None
+                    status, out, err = run("pack", "-o", packed, "--cipher", cipher, "--names", form,
+                                           "--set-version", "1.20.300.4294967295",
+                                           "--build-time", "4000000000", *files)
+                    self.assertEqual((status, err), (0, ""))
+                self.assertEqual(packed.read_bytes(), before)
+                self.assertEqual(read_container(before),
+                                 [(0xABAB0001, extended), (0xABAB0000, basic), (0xABAB0002, md5)])
+                rows = [json.loads(line) for line in
+                        run("inspect", "--json", "--records", packed)[1].splitlines()]
+                self.assertEqual(rows[0]["version"], "1.20.300.4294967295")
+                self.assertEqual(rows[-1]["records"], 12)
+                self.assertEqual(rows[-1]["names"], 3)
+                self.assertEqual([row["records"] for row in rows if row["type"] == "section"],
+                                 [4, 4, 4])
+        folder = self.folder / "plain"
+        status, out, _ = run("unpack", packed, "-o", folder)
+        self.assertEqual(status, 0)
+        self.assertEqual([Path(path).read_bytes() for path in out.splitlines()],
+                         [b"\n".join(lines) + b"\n" for lines in (extended, basic, md5)])
+        self.assertEqual(run("unpack", packed, "-o", folder)[0], 2)
+        self.assertEqual(run("unpack", "--force", packed, "-o", folder)[0], 0)
+        again = self.folder / "again"
+        run("pack", "-o", again, "--cipher", "3des", "--set-version", "1.20.300.4294967295",
+            "--build-time", "4000000000", *out.splitlines())
+        self.assertEqual(again.read_bytes(), packed.read_bytes())
+
+    def test_the_documents_example_is_true(self):
+        text = (SOURCE / "docs/container-format.md").read_text()
+        file, body = (bytes.fromhex("".join(line[10:57] for line in block.splitlines()))
+                      for block in re.findall("```hex\n(.*?)```", text, re.S))
+        self.assertEqual(zlib.decompress(file[84:]), body)
+        lines = [line.strip().encode() for line in re.findall("^    (Demo.*)", text, re.M)]
+        self.assertEqual(read_container(file), [(0xABAB0000, lines[:2]), (0xABAB0001, lines[2:])])
+        command = re.search("`zvk (pack -o demo .*?) a.db b.ndb`", text)[1].split()
+        command[2] = str(self.folder / "demo")
+        run(*command, self.write("a.db", b"\n".join(lines[:2])), self.write("b.ndb", lines[2]))
+        packed = (self.folder / "demo").read_bytes()
+        self.assertEqual(zlib.decompress(packed[84:]), body)
+        self.assertEqual(packed[:44] + packed[64:84], file[:44] + file[64:84])
+
+    def test_pack_refuses_what_the_engine_or_the_format_refuses(self):
+        lines = b"Good=61626364656667686970\n=6162\n" + b"n" * 127 + b"=61626364656667686970\n"
+        patterns = self.write("set.db", lines)
+        packed = self.folder / "packed"
+        status, _, err = run("pack", "-o", packed, "--strict", patterns)
+        self.assertEqual((status, packed.exists()), (2, False))
+        status, _, err = run("pack", "-o", packed, patterns)
+        self.assertEqual(status, 1)
+        self.assertEqual([line.split(" ")[1] for line in err.splitlines()],
+                         [f"{patterns}:2:", f"{patterns}:3:"])
+        self.assertIn("up to 126", err)
+        self.assertEqual(read_container(packed.read_bytes())[0][1], [b"Good=61626364656667686970"])
+        self.assertEqual([path.name for path in self.folder.iterdir() if "packed" in path.name],
+                         ["packed"])
+
+    def test_inspect_tells_what_is_wrong_and_where(self):
+        packed = self.folder / "packed"
+        run("pack", "-o", packed, self.patterns)
+        sound = packed.read_bytes()
+
+        def body_with(change):
+            body = bytearray(zlib.decompress(sound[84:]))
+            change(body)
+            deflated = zlib.compress(body)
+            return (sound[:44] + struct.pack("<I", len(deflated)) + hashlib.md5(deflated).digest() +
+                    sound[64:84] + deflated)
+
+        def set_number(offset, value):
+            return lambda body: struct.pack_into("<I", body, offset, value)
+
+        cases = [
+            (sound[:50], "offset 50 of the file"),
+            (sound + b"x", "offset 44 of the file"),
+            (b"X" + sound[1:], "offset 0 of the file"),
+            (sound[:80] + b"\x09" + sound[81:], "offset 80 of the file: unknown cipher method 9"),
+            (sound[:-1] + b"x", "offset 48 of the file"),
+            (sound[:64] + b"\xff" + sound[65:], "of 255 in the section table"),
+            (body_with(set_number(4, 2)), "section 1, record 2"),
+            (body_with(set_number(36, 5000)), "offset 36 of the restored body"),
+            (body_with(set_number(12, 5000)), "offset 5000 of the restored body"),
+        ]
+        for data, told in cases:
+            with self.subTest(told=told):
+                status, out, err = run("inspect", self.write("broken", data))
+                self.assertEqual(status, 1)
+                self.assertIn(told, err)
+                fault = json.loads(run("inspect", "--json", self.folder / "broken")[1]
+                                   .splitlines()[-1])
+                self.assertEqual(fault["type"], "fault")
+        self.assertEqual(run("inspect", packed)[0], 0)
+
+    def test_the_sample_container_holds_the_plain_samples(self):
+        kinds = {0xABAB0000: "db", 0xABAB0001: "ndb", 0xABAB0002: "hdb"}
+        for magic, lines in read_container((EXAMPLES / "patterns/sample").read_bytes()):
+            plain = EXAMPLES / f"patterns/sample.{kinds.pop(magic)}"
+            self.assertEqual(lines, plain.read_bytes().splitlines())
+        self.assertEqual(kinds, {})
+
     def test_the_samples_find_their_pages(self):
-        for kind, names in (("ndb", {"Demo.Script.Writer", "Demo.Script.Decoder"}),
-                            ("db", {"Demo.Frame.Hidden", "Demo.Script.Reload"}),
-                            ("hdb", {"Demo.Page.Copy"})):
-            patterns = EXAMPLES / "patterns" / f"sample.{kind}"
+        kinds = {".ndb": {"Demo.Script.Writer", "Demo.Script.Decoder"},
+                 ".db": {"Demo.Frame.Hidden", "Demo.Script.Reload"},
+                 ".hdb": {"Demo.Page.Copy"}}
+        kinds[""] = set.union(*kinds.values())  # the container
+        for kind, names in kinds.items():
+            patterns = EXAMPLES / "patterns" / f"sample{kind}"
             _, out, _ = run("scan", "--json", "-p", patterns, EXAMPLES / "pages")
             rows = [json.loads(line) for line in out.splitlines()]
             found = {(row["path"], row["name"]) for row in rows if row["type"] == "detection"}
