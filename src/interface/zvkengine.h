@@ -156,6 +156,10 @@ struct _ZVKEngineInfo {
  * The end of a file's name tells its kind: ".db" basic lines, ".ndb" extended lines, ".hdb" MD5
  * lines, "hwinfo" lines that are read and ignored; a name without any "." is a container file. A
  * file of any other name loads nothing.
+ *
+ * A container file is restored through two temporary files where tmpfile() puts them. One that
+ * would restore to more than 1 GiB is broken, unless the environment variable ZVK_BODY_LIMIT, a
+ * decimal number of bytes, allows it.
  */
 struct _ZVKPatternFile {
     const char* base;   /**< path of the base pattern file, NUL-terminated; required */
