@@ -46,8 +46,11 @@ ReplacedFile::~ReplacedFile() {
     if (!temporary.empty()) unlink(temporary.c_str());
 }
 
+void ReplacedFile::write(std::string_view text) {
+    if (std::fwrite(text.data(), 1, text.size(), file.get()) != text.size()) fail(errno);
+}
+
 void ReplacedFile::commit() {
-    if (std::ferror(file.get()) != 0) fail(EIO);  // of an earlier write, its reason is gone
     if (std::fflush(file.get()) != 0 || fsync(fileno(file.get())) != 0) fail(errno);
     if (std::rename(temporary.c_str(), target.c_str()) != 0) fail(errno);
     temporary.clear();

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "support/FilePtr.h"
 
@@ -21,6 +22,9 @@ class ReplacedFile {
     ReplacedFile& operator=(const ReplacedFile&) = delete;
 
     std::FILE* stream() const { return file.get(); }
+
+    /// @throws std::system_error
+    void write(std::string_view text);
 
     /// Brings the content to the disk and gives it the target's name.
     /// @throws std::system_error; the target is as it was then

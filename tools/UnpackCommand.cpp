@@ -113,11 +113,8 @@ class Unpacker {
                 arguments.path, section, record.offset(), record.line()));
             return;
         }
-        std::FILE* file = files.back()->stream();
-        const std::string& line = record.line();
-        // A write that fails is told by commit().
-        std::fwrite(line.data(), 1, line.size(), file);
-        std::fputc('\n', file);
+        files.back()->write(record.line());
+        files.back()->write("\n");
     }
 
     const UnpackArguments& arguments;
