@@ -177,6 +177,20 @@ int ZVKEngineInstance::finish() {
     return static_cast<int>(scanner->safeLength);
 }
 
+int ZVKEngineInstance::scanfilter(const char* data, unsigned int length, char* output,
+                                  unsigned int* outputLength, uint8_t mode) {
+    if (scanner == nullptr) return ZVK_ERR_BAD_STATE;
+    *outputLength = scanner->filter.getBufferFilter(data, length, output, mode);
+    return 0;
+}
+
+int ZVKEngineInstance::end_scanfilter(char* output, unsigned int* outputLength, bool* flag) {
+    if (scanner == nullptr) return ZVK_ERR_BAD_STATE;
+    *outputLength = scanner->filter.getTagBufferFilter(output);
+    if (flag != nullptr) *flag = scanner->filter.filterChanged;
+    return 0;
+}
+
 int ZVKEngineInstance::setOptions(int /*code*/, const void* /*value*/) {
     return 0;
 }

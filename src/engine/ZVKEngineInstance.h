@@ -37,6 +37,13 @@ class ZVKEngineInstance {
     int scan(const char* data, unsigned int length);
     int end_scan();
 
+    /// Filter a chunk and, once end_scan() has closed the stream, what is left of it; each as the
+    /// exported function does.
+    /// @return 0, or ZVK_ERR_BAD_STATE, nothing written, if there is no stream scanner
+    int scanfilter(const char* data, unsigned int length, char* output, unsigned int* outputLength,
+                   uint8_t mode);
+    int end_scanfilter(char* output, unsigned int* outputLength, bool* flag);
+
     /// Accepts anything, changes nothing.
     int setOptions(int code, const void* value);
 

@@ -5,16 +5,15 @@
 
 #include <utility>
 
+#include "engine/EngineOption.h"
 #include "engine/ZVKEngine.h"
 #include "engine/ZVKEngineInstance.h"
-#include "engine/ZVKUtil.h"
 
 namespace {
 
 using STREAMENGINE_SPACE::ops;
 using STREAMENGINE_SPACE::ZVKEngineInstance;
 
-constexpr const char* kUnit = "ZVKEngine";
 constexpr const char* kBuildTime = "Engine Build Time: 2009-06-05 05:25:34";
 constexpr const char* kEngineVersion = "Engine Version   : 1.1.0.37";
 constexpr uint8_t kFilterBits = ZVK_FILTER_OBJECTS | ZVK_FILTER_SCRIPTS;
@@ -38,9 +37,12 @@ ZVKEngineInstance* instanceOf(void* handle) {
     return zvkeng.checkInsValid(instance) ? instance : nullptr;
 }
 
-int32_t refuseFilter() {
-    ZVK_ERROR("the markup filter is not part of this version");
-    return ZVK_ERR_BAD_STATE;
+int32_t scanChunk(ZVKEngineInstance* live, const char* data, uint32_t length) {
+    return guarded(ZVK_ERR_NO_MEMORY, [=] { return live->scan(data, length); });
+}
+
+int32_t endStream(ZVKEngineInstance* live) {
+    return guarded(ZVK_ERR_NO_MEMORY, [live] { return live->end_scan(); });
 }
 
 }  // namespace
@@ -114,38 +116,45 @@ int32_t scan(void* instance, const char* data, uint32_t length) {
     ZVKEngineInstance* const live = instanceOf(instance);
     if (live == nullptr) return ZVK_ERR_BAD_INSTANCE;
     if (data == nullptr) return ZVK_ERR_BAD_PARAM;
-    return guarded(ZVK_ERR_NO_MEMORY, [=] { return live->scan(data, length); });
+    return scanChunk(live, data, length);
 }
 
-int32_t scanfilter(void* instance, const char* data, uint32_t length, char* /*output*/,
+int32_t scanfilter(void* instance, const char* data, uint32_t length, char* output,
                    uint32_t* outputLength, uint8_t mode) {
     *outputLength = 0;
     if (mode == ZVK_FILTER_SCAN) return scan(instance, data, length);
     if ((mode & kModeBits) == 0) return ZVK_ERR_BAD_PARAM;
-    if (instanceOf(instance) == nullptr) return ZVK_ERR_BAD_INSTANCE;
+    ZVKEngineInstance* const live = instanceOf(instance);
+    if (live == nullptr) return ZVK_ERR_BAD_INSTANCE;
     if (data == nullptr) return ZVK_ERR_BAD_PARAM;
-    if ((mode & kFilterBits) != 0) return refuseFilter();
-    return scan(instance, data, length);
+    const int32_t scanned = (mode & ZVK_FILTER_SCAN) != 0 ? scanChunk(live, data, length) : 0;
+    if ((mode & kFilterBits) == 0) return scanned;
+    // The host gets its copy also of a stream that is refused.
+    const int32_t filtered = live->scanfilter(data, length, output, outputLength, mode);
+    return filtered != 0 ? filtered : scanned;
 }
 
 int32_t endScan(void* instance) {
     ZVKEngineInstance* const live = instanceOf(instance);
     if (live == nullptr) return ZVK_ERR_BAD_INSTANCE;
-    return guarded(ZVK_ERR_NO_MEMORY, [live] { return live->end_scan(); });
+    return endStream(live);
 }
 
 int32_t endScanFilter(void* instance, char* output, uint32_t* outputLength, uint8_t mode) {
     return endScanFilter2(instance, output, outputLength, mode, nullptr);
 }
 
-int32_t endScanFilter2(void* instance, char* /*output*/, uint32_t* outputLength, uint8_t mode,
-                       bool* /*flag*/) {
+int32_t endScanFilter2(void* instance, char* output, uint32_t* outputLength, uint8_t mode,
+                       bool* flag) {
     *outputLength = 0;
     if (mode == ZVK_FILTER_SCAN) return endScan(instance);
     if ((mode & kModeBits) == 0) return ZVK_ERR_BAD_PARAM;
-    const int32_t ended = endScan(instance);
-    if (ended == ZVK_ERR_BAD_INSTANCE || (mode & kFilterBits) == 0) return ended;
-    return refuseFilter();
+    ZVKEngineInstance* const live = instanceOf(instance);
+    if (live == nullptr) return ZVK_ERR_BAD_INSTANCE;
+    const int32_t ended = endStream(live);
+    if ((mode & kFilterBits) == 0) return ended;
+    const int32_t filtered = live->end_scanfilter(output, outputLength, flag);
+    return filtered != 0 ? filtered : ended;
 }
 
 int32_t getSafeDataLength(void* instance) {

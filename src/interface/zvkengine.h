@@ -370,23 +370,36 @@ ZVK_API int32_t scan(void* instance, const char* data, uint32_t length);
 /**
  * Scans the next chunk, filters it, or both.
  *
- * Mode ::ZVK_FILTER_SCAN alone is scan(); the output stays empty. The other modes hand back the
- * chunk with the elements that the mode names blanked out, its length kept: up to 10 bytes that
- * may begin such an element are held back and written by the next call or by the end call. The
- * markup filter is not part of this version: a mode that filters is refused, and nothing is
- * scanned.
+ * Mode ::ZVK_FILTER_SCAN alone is scan(); the output stays empty. The modes that filter hand back
+ * a copy of the chunk in which the elements that the mode names are blanked out: every byte from
+ * the "<" of such an element to the ">" of its closing tag, or of its own tag if that ends in "/>",
+ * is a blank (0x20). All else is copied unchanged, and the copy of a stream is as long as the
+ * stream. An element may span any number of chunks; one that is never closed is blanked to the
+ * stream's end. Up to 10 bytes at a chunk's end that may be part of such a tag are held back and
+ * written by the next call or by the end call.
+ *
+ * The filter works on the raw bytes, apart from the scan: a stream that is refused is filtered all
+ * the same, and without ::ZVK_FILTER_SCAN the call does not count as part of the scan. The mode
+ * should be the same throughout a stream; it decides when a tag opens. The filter starts anew at
+ * beginScan().
  *
  * @param instance      handle from createInstance()
  * @param data          the chunk, borrowed for the call; not null
- * @param length        bytes in data, 0 allowed
- * @param output        receives the filtered bytes; room for length + 10; not overlapping data
+ * @param length        bytes in data, 0 allowed, at most UINT32_MAX - 10 if the mode filters
+ * @param output        receives the filtered bytes; owned by the caller, with room for length + 10;
+ *                      not null if the mode filters; must not overlap data (the bytes held back
+ *                      before come first, so that a copy in place would overtake its source)
  * @param outputLength  receives the number of bytes written; set to 0 before any check; not null
- * @param mode          sum of ::ZVK_FILTER_OBJECTS, ::ZVK_FILTER_SCRIPTS and ::ZVK_FILTER_SCAN
- * @return with ::ZVK_FILTER_SCAN what scan() answers, otherwise 0, or
+ * @param mode          sum of ::ZVK_FILTER_OBJECTS, ::ZVK_FILTER_SCRIPTS and ::ZVK_FILTER_SCAN;
+ *                      other bits are ignored
+ * @return with ::ZVK_FILTER_SCAN what scan() answers, the chunk being filtered whatever that is;
+ *         otherwise 0, or
  *         ZVK_ERR_BAD_PARAM     mode has none of the three bits
  *         ZVK_ERR_BAD_INSTANCE  null, never created or already destroyed
  *         ZVK_ERR_BAD_PARAM     data is null
- *         ZVK_ERR_BAD_STATE     the mode filters
+ *         ZVK_ERR_BAD_STATE     there is no stream to filter, nothing is written: no stream was
+ *                               begun on the instance since it was created, since destroyEngine()
+ *                               or since beginScan() answered ZVK_ERR_NO_SCANNER
  * @par Threads
  *         different instances run in parallel; calls on one instance must not overlap
  */
@@ -425,18 +438,24 @@ ZVK_API int32_t endScanFilter(void* instance, char* output, uint32_t* outputLeng
 
 /**
  * Ends a stream that was filtered: ends it as endScan() does, in every mode, and hands out the
- * bytes that the markup filter still holds.
+ * bytes that the markup filter still holds, whatever endScan() answers: an unfinished opening tag
+ * as it is, an unfinished closing tag blanked out.
  *
  * @param instance      handle from createInstance()
- * @param output        receives the bytes held back; room for 10
+ * @param output        receives the bytes held back; owned by the caller, with room for 10; not
+ *                      null if the mode filters
  * @param outputLength  receives the number of bytes written; set to 0 before any check; not null
  * @param mode          as for scanfilter(); ::ZVK_FILTER_SCAN alone is endScan()
- * @param flag          receives whether any byte of the stream was blanked out; may be null
+ * @param flag          receives whether bytes were blanked out; may be null; not written if the
+ *                      mode does not filter or the call fails for want of a stream to filter. A
+ *                      stream that is scanned as well is told of from the call that accepts its
+ *                      first 256 bytes (for a shorter one, the end call) on: what was blanked out
+ *                      by earlier calls does not count.
  * @return what endScan() answers, or
  *         ZVK_ERR_BAD_PARAM     mode has none of the three bits
  *         ZVK_ERR_BAD_INSTANCE  null, never created or already destroyed
- *         ZVK_ERR_BAD_STATE     no stream is open, or the mode filters: the markup filter is not
- *                               part of this version (the stream is ended all the same)
+ *         ZVK_ERR_BAD_STATE     no stream is open; as for scanfilter() nothing is written if none
+ *                               was ever begun
  * @par Threads
  *         different instances run in parallel; calls on one instance must not overlap
  */

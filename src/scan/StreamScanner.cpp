@@ -41,6 +41,7 @@ StreamScanner::StreamScanner(const PatternContainer& container,
 void StreamScanner::reset() {
     reset2();
     normaliser.htmlMode = false;
+    filter = {};
 }
 
 void StreamScanner::reset2() {
@@ -48,6 +49,7 @@ void StreamScanner::reset2() {
     bufferUsed = 0;
     bufferBase = 0;
     safeLength = 0;
+    filter.filterChanged = false;
     normaliser.restart();
     init();
 }

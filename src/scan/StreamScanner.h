@@ -21,6 +21,7 @@
 
 #include "interface/zvkengine.h"
 #include "scan/BmScanner.h"
+#include "scan/MarkupFilter.h"
 #include "scan/Md5Scanner.h"
 #include "scan/Normaliser.h"
 #include "scan/ScanResult.h"
@@ -45,7 +46,8 @@ class StreamScanner {
 
     /// Starts a new stream.
     void reset();
-    /// Starts the detection pass; the normalisation that the type pass chose stays.
+    /// Starts the detection pass; the normalisation that the type pass chose stays, and so does
+    /// the filter's state, but what it has blanked out so far is forgotten.
     void reset2();
     /// Clears the matchers' state, as after a detection.
     void init();
@@ -79,6 +81,7 @@ class StreamScanner {
     void* userData;
     std::unique_ptr<Md5Scanner> md5Scanner;  // null if the container has no digests
     uint32_t safeLength = 0;  // bytes of the chunks scanned to their end without any detection yet
+    MarkupFilter filter;      // apart from the scan: fed by its own calls, with the raw bytes
 
   private:
     /// What the host's answer to a detection makes of the cycle.

@@ -102,7 +102,11 @@ TEST_F(Allocation, NoneOnTheRoadOfAChunk) {
         ASSERT_EQ(beginScan(instance, 0, &callbacks, instance), 0);
         scan(instance, start.data(), static_cast<uint32_t>(start.size()));
         const long before = allocations;
-        for (size_t i = 0; i + 7 <= kPage.size(); i += 7) scan(instance, &kPage[i], 7);
+        char out[7 + 10];
+        uint32_t written = 0;
+        for (size_t i = 0; i + 7 <= kPage.size(); i += 7) {
+            scanfilter(instance, &kPage[i], 7, out, &written, 7);
+        }
         for (int i = 0; i < 100; ++i) {
             scan(instance, start.data(), static_cast<uint32_t>(start.size()));
         }

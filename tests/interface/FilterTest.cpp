@@ -1,0 +1,135 @@
+// The filtering calls as a host sees them: what is answered and written, by mode and state.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "interface/TestHost.h"
+
+namespace {
+
+const std::string kPage = "<script>text</script><embed/>";
+const std::string kNoScript = std::string(21, ' ') + "<embed/>";
+const std::string kNoEmbed = "<script>text</script>        ";
+
+class Filter : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_EQ(load(".db", "Evil=" + hex("<br>evilcode1") + "\n"), 0); }
+    void TearDown() override { destroyEngine(); }
+
+    // Each call leaves in `written` what it wrote.
+    int32_t feed(std::string_view chunk, uint8_t mode) {
+        uint32_t length = 99;
+        std::vector<char> out(chunk.size() + 10);
+        const int32_t result =
+            scanfilter(host->instance, chunk.data(), static_cast<uint32_t>(chunk.size()),
+                       out.data(), &length, mode);
+        written.assign(out.data(), length);
+        return result;
+    }
+    int32_t end(uint8_t mode) {
+        uint32_t length = 99;
+        char out[10];
+        const int32_t result = endScanFilter2(host->instance, out, &length, mode, &flag);
+        written.assign(out, length);
+        return result;
+    }
+
+    std::unique_ptr<Host> host = std::make_unique<Host>();
+    std::string written;
+    bool flag = false;
+};
+
+TEST_F(Filter, AnswersByModeAndState) {
+    constexpr int32_t kNo = ZVK_ERR_BAD_PARAM;
+    constexpr int32_t kShut = ZVK_ERR_BAD_STATE;
+    constexpr int32_t kGate = ZVK_ERR_NOT_SCANNABLE;
+    const auto safe = static_cast<int32_t>(kPage.size());
+    struct Case {
+        uint8_t mode;
+        // Answers of the chunk and of the end: before any stream, on an open one, on a refused one
+        // and behind the end.
+        int32_t fresh, freshEnd, open, openEnd, refused, refusedEnd, ended, endedEnd;
+        std::string out;  // in all states but the first
+    };
+    const Case cases[] = {
+        {0, kNo, kNo, kNo, kNo, kNo, kNo, kNo, kNo, ""},
+        {8, kNo, kNo, kNo, kNo, kNo, kNo, kNo, kNo, ""},
+        {4, kShut, kShut, 0, safe, kGate, kGate, kShut, kShut, ""},
+        {12, kShut, kShut, 0, safe, kGate, kGate, kShut, kShut, ""},
+        {1, kShut, kShut, 0, 0, 0, kGate, 0, kShut, kNoEmbed},
+        {2, kShut, kShut, 0, 0, 0, kGate, 0, kShut, kNoScript},
+        {0xFB, kShut, kShut, 0, 0, 0, kGate, 0, kShut, std::string(29, ' ')},
+        {5, kShut, kShut, 0, safe, kGate, kGate, kShut, kShut, kNoEmbed},
+        {6, kShut, kShut, 0, safe, kGate, kGate, kShut, kShut, kNoScript},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(int{row.mode});
+        const auto expect = [&](int32_t answer, int32_t endAnswer, const std::string& out) {
+            EXPECT_EQ(feed(kPage, row.mode), answer);
+            EXPECT_EQ(written, out);
+            EXPECT_EQ(end(row.mode), endAnswer);
+            EXPECT_EQ(written, "");
+        };
+        host = std::make_unique<Host>();
+        flag = true;
+        expect(row.fresh, row.freshEnd, "");
+        EXPECT_TRUE(flag);
+        host->begin();
+        expect(row.open, row.openEnd, row.out);
+        EXPECT_EQ(host->end(),
+                  row.openEnd == kNo ? 0 : kShut);  // ended in every mode but a bad one
+        host->begin();
+        host->feed("MZ");
+        expect(row.refused, row.refusedEnd, row.out);
+        host->end();
+        expect(row.ended, row.endedEnd, row.out);
+    }
+}
+
+TEST_F(Filter, FindsAndBlanksInOneCall) {
+    const std::string start = "x<br>" + std::string(251, '.');
+    host->begin();
+    EXPECT_EQ(feed(start + "<s", 6), 0);
+    EXPECT_EQ(written, start);
+    EXPECT_EQ(feed("cript/><br>evilcode1<noscript", 6), 1);
+    EXPECT_EQ(written, std::string(9, ' ') + "<br>evilcode1");
+    EXPECT_EQ(end(6), 258);
+    EXPECT_EQ(written, "<noscript");
+    EXPECT_TRUE(flag);
+    EXPECT_EQ(host->names, std::vector<std::string>{"Evil"});
+}
+
+TEST_F(Filter, TheFlagTellsOfChangesSinceTheStreamWasAccepted) {
+    const std::string script = "<br><script>text</script>";
+    const std::string rest(300, '.');
+    struct Case {
+        uint8_t mode;
+        std::vector<std::string> chunks;
+        bool isTold;
+    };
+    const Case cases[] = {
+        {2, {script}, true},
+        {2, {script, rest}, true},
+        {1, {script, rest}, false},
+        {2, {"<br>", rest}, false},
+        {6, {script}, false},        // accepted by the end call
+        {6, {script, rest}, false},  // accepted by the second call
+        {6, {script + rest}, true},
+        {6, {rest, script}, true},             // refused: nothing is forgotten
+        {6, {"<br><script>", "</scr"}, true},  // blanked by the end call
+    };
+    for (const Case& row : cases) {
+        host->begin();
+        for (const auto& chunk : row.chunks) feed(chunk, row.mode);
+        flag = !row.isTold;
+        end(row.mode);
+        EXPECT_EQ(flag, row.isTold) << int{row.mode} << row.chunks[0];
+        host->begin();  // which begins anew
+        feed("<br>", 2);
+        EXPECT_EQ(written, "<br>");
+        end(2);
+        EXPECT_FALSE(flag);
+    }
+}
+
+}  // namespace
