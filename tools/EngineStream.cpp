@@ -38,6 +38,12 @@ bool isCode(int32_t result, uint64_t length) {
 EngineError::EngineError(int32_t code)
     : std::runtime_error(fmt::format("cannot scan: {} ({})", meaning(code), code)) {}
 
+InstancePtr makeInstance() {
+    InstancePtr instance(createInstance());
+    if (!instance) throw std::bad_alloc();
+    return instance;
+}
+
 EngineStream::EngineStream(void* engineInstance, bool stopAtFirst, std::vector<Finding>& detections)
     : instance(engineInstance), firstOnly(stopAtFirst), findings(detections) {
     static constexpr ZVKScanEngineCallbacks kCallbacks{&EngineStream::onEvent};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -22,6 +23,15 @@ class EngineError : public std::runtime_error {
   public:
     explicit EngineError(int32_t code);
 };
+
+struct InstanceDestroyer {
+    void operator()(void* handle) const noexcept { destroyInstance(handle); }
+};
+using InstancePtr = std::unique_ptr<void, InstanceDestroyer>;
+
+/// @return an engine instance
+/// @throws std::bad_alloc
+InstancePtr makeInstance();
 
 class EngineStream {
   public:

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <exception>
-#include <new>
 #include <string_view>
 
 #include "ErrorLog.h"
@@ -15,11 +14,9 @@ namespace zvk {
 FileScanner::FileScanner(const StreamOptions& streamOptions, ProgressBar& progressBar)
     : options(streamOptions),
       progress(progressBar),
-      instance(createInstance()),
+      instance(makeInstance()),
       // Not cleared: of a long chunk only the pages that a file fills take up memory.
-      chunk(std::make_unique_for_overwrite<char[]>(options.chunkLength)) {
-    if (!instance) throw std::bad_alloc();
-}
+      chunk(std::make_unique_for_overwrite<char[]>(options.chunkLength)) {}
 
 FileReport FileScanner::scanFile(const InputFile& input, const std::stop_token& stop) {
     FileReport report;

@@ -9,7 +9,6 @@
 
 #include "EngineStream.h"
 #include "FileWalker.h"
-#include "interface/zvkengine.h"
 
 namespace zvk {
 
@@ -40,15 +39,11 @@ class FileScanner {
     FileReport scanFile(const InputFile& input, const std::stop_token& stop);
 
   private:
-    struct InstanceDestroyer {
-        void operator()(void* handle) const noexcept { destroyInstance(handle); }
-    };
-
     void scanOpened(const InputFile& input, const std::stop_token& stop, FileReport& report);
 
     StreamOptions options;
     ProgressBar& progress;
-    std::unique_ptr<void, InstanceDestroyer> instance;
+    InstancePtr instance;
     std::unique_ptr<char[]> chunk;
 };
 

@@ -43,14 +43,17 @@ std::string failureReason(const ErrorLog& log) {
 
 }  // namespace
 
-void PatternFiles::addTo(CLI::App& parser) {
-    parser
-        .add_option("-p,--patterns", base,
-                    "Pattern file: .db, .ndb, .hdb, or a container (a name without a dot)")
-        ->required()
-        ->type_name("FILE");
+CLI::Option* PatternFiles::addTo(CLI::App& parser) {
+    auto* const patterns =
+        parser
+            .add_option("-p,--patterns", base,
+                        "Pattern file: .db, .ndb, .hdb, or a container (a name without a dot)")
+            ->required()
+            ->type_name("FILE");
     parser.add_option("-u,--update", update, "Second pattern file, loaded into the same set")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->needs(patterns);
+    return patterns;
 }
 
 PatternSet::PatternSet(const PatternFiles& patternFiles) : fileNames(patternFiles.base) {

@@ -8,7 +8,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 namespace zvk {
 
@@ -17,7 +18,8 @@ struct PatternFiles {
     std::string update;  // empty for none
 
     /// Declares --patterns and --update; the object must outlive the parsing.
-    void addTo(CLI::App& parser);
+    /// @return the option --patterns, a required one
+    CLI::Option* addTo(CLI::App& parser);
 };
 
 class PatternSet {

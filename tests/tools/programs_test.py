@@ -109,6 +109,31 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(status, 2)
         self.assertEqual(len(self.scan(page)[1].splitlines()), 2)
 
+    def test_filter_copies_with_blanks(self):
+        both = b"a<script>x</script><embed/>" + b"." * 70000 + b"<nosc"
+        page = self.write("a.html", both)
+        rest = "." * 70000 + "<nosc"
+        for options, stdin, status, out in (
+                ((), both, 1, "a" + " " * 26 + rest),
+                (("--objects", "-"), both, 1, "a<script>x</script>        " + rest),
+                (("--scripts", page, "-"), b"b", 1, "a" + " " * 18 + "<embed/>" + rest + "b"),
+                (("--scripts",), b"<embed>", 0, "<embed>"),
+                (("--objects", "--scripts"), b"<EMBED>", 1, " " * 7)):
+            with self.subTest(options=options, stdin=stdin[:9]):
+                self.assertEqual(run("filter", *options, stdin=stdin), (status, out, ""))
+
+    def test_filter_scans_on_the_way(self):
+        found, text = self.write("a.html", PAGE + EVIL), self.write("b.txt", b"MZ<object>.")
+        for paths, status, out, err in (
+                ((found,), 1, PAGE + EVIL, f"{found}: Evil\n{found}: Evil\n"),
+                ((text,), 1, b"MZ" + b" " * 9, f"{text}: (not scannable)\n"),
+                ((text, found), 1, b"MZ" + b" " * 9 + PAGE + EVIL,
+                 f"{text}: (not scannable)\n{found}: Evil\n{found}: Evil\n"),
+                (("-",), 0, b"x", "-: (not scannable)\n")):
+            with self.subTest(paths=paths):
+                told = run("filter", "--scan", "-p", self.patterns, *paths, stdin=b"x")
+                self.assertEqual(told, (status, out.decode(), err))
+
     def test_errors_name_what_is_wrong(self):
         page = self.write("a.html", PAGE)
         unknown = self.write("set.txt", b"")
@@ -137,6 +162,10 @@ class ProgramTest(unittest.TestCase):
             (("inspect", self.folder / "none"), "none"),
             (("inspect", self.folder), str(self.folder)),
             (("unpack", container, "-o", self.folder / "o"), "offset 9 of the file"),
+            (("filter", "--scan", page), "--patterns"),
+            (("filter", "--patterns", self.patterns, page), "--scan"),
+            (("filter", "--scan", "-p", self.folder / "none.ndb", page), "none.ndb"),
+            (("filter", self.folder), str(self.folder)),
         ]
         for arguments, named in cases:
             with self.subTest(arguments=arguments):
@@ -149,6 +178,10 @@ class ProgramTest(unittest.TestCase):
         self.assertIn("none.html", err)
         with open("/dev/full", "wb") as full:
             self.assertEqual(self.scan(page, stdout=full)[0], 2)
+            self.assertEqual(run("filter", page, stdout=full)[0], 2)
+        status, out, err = run("filter", self.folder / "none.html", page)
+        self.assertEqual((status, out), (2, PAGE.decode()))
+        self.assertIn("none.html", err)
 
     def test_info_tells_refused_lines_by_their_numbers(self):
         patterns = self.write("set.db", b"Good=61626364656667686970\n\n# no comment\nShort=6162\n")
