@@ -3,49 +3,15 @@
 #include <algorithm>
 #include <string>
 
-#include "interface/zvkengine.h"
+#include "scan/Ascii.h"
+#include "scan/FilterTag.h"
+#include "scan/OpeningSearch.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
 
-struct FilterTag {
-    std::string_view opening, closing;
-    uint8_t modeMask;  // the modes that filter it
-};
-
-constexpr std::array<FilterTag, 7> filterDelTag = {{
-    {"<XXXX", "</XXXX", 0},  // no tag: bytes are lowered before they are compared with a name
-    {"<applet", "</applet", ZVK_FILTER_OBJECTS},
-    {"<embed", "</embed", ZVK_FILTER_OBJECTS},
-    {"<plugin", "</plugin", ZVK_FILTER_OBJECTS},
-    {"<object", "</object", ZVK_FILTER_OBJECTS},
-    {"<script", "</script", ZVK_FILTER_SCRIPTS},
-    {"<noscript", "</noscript", ZVK_FILTER_SCRIPTS},
-}};
-
-// A name's first letter, in either case, selects its tag; no two names share one.
-constexpr auto quickFilterDelTag = [] {
-    std::array<uint8_t, 256> tags{};
-    for (uint8_t tag = 1; tag < filterDelTag.size(); ++tag) {
-        const auto letter = static_cast<unsigned char>(filterDelTag[tag].opening[1]);
-        tags[letter] = tag;
-        tags[letter - 0x20U] = tag;
-    }
-    return tags;
-}();
-
-/// @return the tag that a name with this first letter may be in this mode, or 0
-uint8_t candidate(char letter, uint8_t mode) {
-    const uint8_t tag = quickFilterDelTag[static_cast<unsigned char>(letter)];
-    return (filterDelTag[tag].modeMask & mode) != 0 ? tag : 0;
-}
-
-constexpr char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c;
-}
-
 constexpr bool endsName(char c) {
-    return c == '>' || c == '/' || c == ' ' || (c >= '\t' && c <= '\r');
+    return c == '>' || c == '/' || isSpace(c);
 }
 
 constexpr bool isOfNote(char c) {
@@ -100,20 +66,15 @@ uint32_t MarkupFilter::getTagBufferFilter(char* out) {
 }
 
 void MarkupFilter::passText(Walk& walk, uint8_t mode) {
-    const char* at = walk.at;
-    while ((at = find(at, walk.end, '<')) != walk.end) {
-        if (++at == walk.end || candidate(*at, mode) != 0) {
-            pendingCount = 1;
-            filterState = State::OpeningName;
-            break;
-        }
-        ++at;  // also a "<": the byte that shows a name to be another one is text
-    }
-    walk.at = at;
+    walk.at = findOpening(walk.at, walk.end, mode);
+    if (walk.at == walk.end) return;
+    ++walk.at;
+    pendingCount = 1;
+    filterState = State::OpeningName;
 }
 
 void MarkupFilter::passOpeningName(Walk& walk, uint8_t mode) {
-    if (pendingCount == 1) filterTag = candidate(*walk.at, mode);
+    if (pendingCount == 1) filterTag = candidateTag(*walk.at, mode);
     const Match match = matchTag(walk, filterDelTag[filterTag].opening);
     if (match == Match::Undecided) return;
     if (match == Match::Whole) {

@@ -3,6 +3,8 @@
 #include <array>
 #include <string_view>
 
+#include "scan/Ascii.h"
+
 namespace STREAMENGINE_SPACE {
 namespace {
 
@@ -10,14 +12,6 @@ constexpr std::string_view scriptstart = "<script";
 constexpr std::string_view scriptend = "</script";
 constexpr std::string_view htmlCommentStart = "<!--";
 constexpr std::string_view htmlCommentEnd = "-->";
-
-constexpr bool isSpace(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-constexpr char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c;
-}
 
 char at(std::string_view text, int8_t position) {
     return text[static_cast<size_t>(position)];

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "scan/OpeningSearch.h"
+
 namespace {
 
 using STREAMENGINE_SPACE::MarkupFilter;
@@ -111,7 +113,7 @@ TEST(MarkupFilter, TheModeDecidesWhenATagOpens) {
     EXPECT_EQ(std::string(out, filter.getBufferFilter("</object>", 9, out, 0)), blanks(9));
 }
 
-// ---- A filter of whole texts, element by element.
+// A filter of whole texts, element by element, from here to reference().
 
 bool endsName(char c) {
     return std::string_view("\t\n\v\f\r >/").find(c) != std::string_view::npos;
@@ -187,7 +189,7 @@ RC_GTEST_PROP(MarkupFilter, AgreesWithTheFilterOfWholeTexts, (uint8_t mode)) {
     const auto parts = *rc::gen::container<Texts>(rc::gen::elementOf(words));
     std::string raw;
     for (const auto& part : parts) raw += part;
-    const auto longest = *rc::gen::inRange<size_t>(1, 40);
+    const auto longest = *rc::gen::element<size_t>(1, 3, 40, 1000);
     Texts chunks;
     for (size_t at = 0; at < raw.size(); at += chunks.back().size()) {
         chunks.push_back(raw.substr(at, *rc::gen::inRange<size_t>(1, longest + 1)));
@@ -199,6 +201,20 @@ RC_GTEST_PROP(MarkupFilter, AgreesWithTheFilterOfWholeTexts, (uint8_t mode)) {
     for (size_t i = 0; i < chunks.size(); ++i) {
         held += chunks[i].size() - result.pieces[i].size();
         RC_ASSERT(held <= MarkupFilter::kMostHeld);
+    }
+}
+
+RC_GTEST_PROP(OpeningSearch, AgreesWithTheOneByOneForm, ()) {
+    using STREAMENGINE_SPACE::findOpening, STREAMENGINE_SPACE::findOpeningPlain;
+    const auto mode = *rc::gen::inRange<uint8_t>(0, 4);
+    const auto length = *rc::gen::inRange<size_t>(0, 200);
+    const auto text = *rc::gen::container<std::vector<char>>(
+        length, rc::gen::elementOf(std::string("<<<<sScCoObnaemplx \xa0")));
+    const char* const end = text.data() + text.size();
+    for (const char* at = text.data(); at < end;) {
+        const char* const found = findOpening(at, end, mode);
+        RC_ASSERT(found == findOpeningPlain(at, end, mode));
+        at = std::max(at, found) + 1;
     }
 }
 
