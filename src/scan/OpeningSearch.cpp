@@ -100,7 +100,7 @@ const char* findOpening(const char* at, const char* end, uint8_t mode) {
         uint32_t possible = possibleOpenings(at);
         for (; possible != 0; possible &= possible - 1) {
             const char* const tag = at + std::countr_zero(possible);
-            if (tag < text || textLength(tag, mode) != 0) continue;
+            if (textLength(tag, mode) != 0) continue;
             // The letters behind it end the chain of "<" that is walked: none is walked twice.
             text = settle(text, tag, mode);
             if (text == tag) return tag;
