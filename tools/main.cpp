@@ -21,6 +21,7 @@ namespace {
 constexpr const char* kFooter = R"(Examples:
   zvk scan --patterns sample.ndb pages/
   zvk info --patterns sample.ndb
+  zvk filter page.html > harmless.html
   zvk scan --help
 
 Exit status: 0 nothing found, 1 something found, 2 an error.)";

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -27,10 +28,10 @@ inline constexpr std::array<FilterTag, 7> filterDelTag = {{
 // A name's first letter, in either case, selects its tag; no two names share one.
 inline constexpr auto quickFilterDelTag = [] {
     std::array<uint8_t, 256> tags{};
-    for (uint8_t tag = 1; tag < filterDelTag.size(); ++tag) {
+    for (size_t tag = 1; tag < filterDelTag.size(); ++tag) {
         const auto letter = static_cast<unsigned char>(filterDelTag[tag].opening[1]);
-        tags[letter] = tag;
-        tags[letter - 0x20U] = tag;
+        tags[letter] = static_cast<uint8_t>(tag);
+        tags[letter - 0x20U] = static_cast<uint8_t>(tag);
     }
     return tags;
 }();

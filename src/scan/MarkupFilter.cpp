@@ -60,7 +60,7 @@ uint32_t MarkupFilter::getTagBufferFilter(char* out) {
         pendingCount = 0;
         filterState = State::Text;
     } else {
-        blank(out, count);
+        blank(out, count);  // and held still: a stream that is ended twice gets them twice
     }
     return count;
 }

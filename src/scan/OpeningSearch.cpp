@@ -96,7 +96,7 @@ const char* findOpeningPlain(const char* at, const char* end, uint8_t mode) {
 const char* findOpening(const char* at, const char* end, uint8_t mode) {
     constexpr std::ptrdiff_t kStep = 16;
     const char* text = at;
-    while (end - at >= kStep + 2) {
+    for (; end - at >= kStep + 2; at += kStep) {
         uint32_t possible = possibleOpenings(at);
         for (; possible != 0; possible &= possible - 1) {
             const char* const tag = at + std::countr_zero(possible);
@@ -105,7 +105,6 @@ const char* findOpening(const char* at, const char* end, uint8_t mode) {
             text = settle(text, tag, mode);
             if (text == tag) return tag;
         }
-        at += kStep;
     }
     return findOpeningPlain(settle(text, at, mode), end, mode);
 }
