@@ -1,7 +1,7 @@
-// How a detection is told: StreamScanner's part that records details and sends events.
+// How a detection is told: PatternMatcher's part that records details and sends events.
 
 #include "engine/ZVKUtil.h"
-#include "scan/StreamScanner.h"
+#include "scan/PatternMatcher.h"
 #include "support/Allocation.h"
 
 namespace STREAMENGINE_SPACE {
@@ -16,7 +16,7 @@ const char* textOf(const char* name) {
 
 }  // namespace
 
-void StreamScanner::recordBmMatch(const BmPattern& pattern, uint32_t matchOffset) {
+void PatternMatcher::recordBmMatch(const BmPattern& pattern, uint32_t matchOffset) {
     auto sig = QLT_SPACE::makeUniqueOr<SigInfo>("fail to new sig");
     sig->length = static_cast<int32_t>(pattern.length);
     sig->offset = static_cast<int32_t>(matchOffset);
@@ -26,12 +26,12 @@ void StreamScanner::recordBmMatch(const BmPattern& pattern, uint32_t matchOffset
     result.addSigInfo(pattern.virName, std::move(sig));
 }
 
-int StreamScanner::sendEngineEventEx(ZVK_ENGINE_EVENT_TYPE type, const char* name) {
+int PatternMatcher::sendEngineEventEx(ZVK_ENGINE_EVENT_TYPE type, const char* name) {
     if (name == nullptr || *name == '\0') return sendEngineEvent(type, name);
     return sendEngineEvent(type, EngUtil::scrambled(name).c_str());
 }
 
-int StreamScanner::sendEngineEvent(ZVK_ENGINE_EVENT_TYPE type, const char* name) {
+int PatternMatcher::sendEngineEvent(ZVK_ENGINE_EVENT_TYPE type, const char* name) {
     _ZVKVirusEvent event = {kLabel, 0, name};
     const bool isDetection = type == ZVK_EVENT_VIRUS_FOUND;
     if (ops.wantsDetail() && !result.hasName()) {

@@ -4,9 +4,12 @@
 #include <string_view>
 
 #include "scan/Ascii.h"
+#include "support/AsciiCase.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
+
+using QLT_SPACE::lowered;
 
 constexpr std::string_view scriptstart = "<script";
 constexpr std::string_view scriptend = "</script";
@@ -32,7 +35,7 @@ unsigned int Normaliser::stripPlain(const char*& data, unsigned int& len, char* 
     unsigned int written = 0;
     do {
         const char c = *in++;
-        out[written] = lower(c);
+        out[written] = lowered(c);
         written += isSpace(c) ? 0 : 1;
     } while (in < end && written < room);
     data = in;
@@ -65,7 +68,7 @@ unsigned int Normaliser::stripMarkup(const char*& data, unsigned int& len, char*
                 isKept = takeComment(c);
                 break;
         }
-        if (isKept) out[written++] = lower(c);
+        if (isKept) out[written++] = lowered(c);
     } while (in < end && written < room);
     data = in;
     len = static_cast<unsigned int>(end - in);
@@ -92,7 +95,7 @@ bool Normaliser::takeTag(char c) {
         tagMatch = 0;
         return false;
     }
-    const char small = lower(c);
+    const char small = lowered(c);
     if (tagMatch == 1 && (small == '!' || small == 'a')) {
         htmlState = HtmlState::Declaration;
         tagMatch = 0;
@@ -112,7 +115,7 @@ bool Normaliser::takeScript(char c) {
         tagMatch = 0;
         return false;
     }
-    const char small = lower(c);
+    const char small = lowered(c);
     if (tagMatch >= 1 && tagMatch < kAll && small == at(scriptend, tagMatch)) {
         ++tagMatch;
     } else {

@@ -12,28 +12,20 @@ namespace {
 
 constexpr const char* kUnit = "StreamScanner";
 
-std::unique_ptr<TrieScanner> makeTrieScanner(const TrieTree& tree, ScanResult* result) {
-    if (tree.maxPatternLength == 0) return nullptr;
-    return std::make_unique<TrieScanner>(tree, result);
-}
-
 }  // namespace
 
 StreamScanner::StreamScanner(const PatternContainer& container,
                              const ZVKScanEngineCallbacks* callbackRecord, void* hostData,
                              uintptr_t ownerValue)
-    : callbacks(callbackRecord),
-      userData(hostData),
+    : PatternMatcher(container, callbackRecord, hostData),
       overlap(static_cast<uint32_t>(container.maxPatternLength)),
       buffer(size_t{overlap} + kCycleLength),
-      trieScanner(makeTrieScanner(container.trieTree, &result)),
-      typeScanner(makeTrieScanner(container.typeTrieTree, &result)),
       owner(ownerValue) {
     if (container.md5List.hasTables()) {
         md5Scanner = std::make_unique<Md5Scanner>(container.md5List, &result);
     }
-    if (container.bmList.maxPatternLength != 0) {
-        bmScanner = std::make_unique<BmScanner>(container.bmList);
+    if (container.typeTrieTree.maxPatternLength != 0) {
+        typeScanner.emplace(container.typeTrieTree, &result);
     }
     reset();
 }
@@ -55,13 +47,9 @@ void StreamScanner::reset2() {
 }
 
 void StreamScanner::init() {
-    matchEnd = nullptr;
+    PatternMatcher::init();
     if (md5Scanner != nullptr) md5Scanner->reset();
-    if (bmScanner != nullptr) bmScanner->reset();
-    if (trieScanner != nullptr) trieScanner->reset();
-    if (typeScanner != nullptr) typeScanner->reset();
-    if (ops.wantsDetail()) result.reset();
-    matchedSigId = 0;
+    if (typeScanner) typeScanner->reset();
 }
 
 int StreamScanner::scanBuffer(const char* data, unsigned int len, bool typePass) {
@@ -135,37 +123,11 @@ void StreamScanner::dropFront(unsigned int count, unsigned int end) {
 
 const char* StreamScanner::virusFound(char* text, unsigned int end, unsigned int base,
                                       bool typePass) {
-    if (typePass) {
-        if (typeScanner == nullptr) return nullptr;
-        const TriePattern* found =
-            typeScanner->virusFound(reinterpret_cast<unsigned char*>(text), end, base);
-        return found != nullptr ? found->virName.c_str() : nullptr;
-    }
-    const char* name = matchTrie(text, end, base);
-    return name != nullptr ? name : matchBm(text, end, base);
-}
-
-const char* StreamScanner::matchTrie(const char* text, unsigned int end, unsigned int base) {
-    if (trieScanner == nullptr) return nullptr;
+    if (!typePass) return PatternMatcher::virusFound(text, end, base);
+    if (!typeScanner) return nullptr;
     const TriePattern* found =
-        trieScanner->virusFound(reinterpret_cast<const unsigned char*>(text), end, base);
-    if (found == nullptr) return nullptr;
-    matchEnd = reinterpret_cast<const char*>(trieScanner->getMatchPosition());
-    if (found->sigid != 0 && found->type == 0) matchedSigId = found->sigid;
-    if (ops.detailLog != 0) found->printSigInfo(static_cast<uint32_t>(matchEnd - text) + base);
-    return found->virName.c_str();
-}
-
-const char* StreamScanner::matchBm(const char* text, unsigned int end, unsigned int base) {
-    if (bmScanner == nullptr) return nullptr;
-    const BmPattern* found =
-        bmScanner->virusFound(reinterpret_cast<const unsigned char*>(text), end, base);
-    if (found == nullptr) return nullptr;
-    matchEnd = reinterpret_cast<const char*>(bmScanner->getMatchPosition());
-    const uint32_t matchOffset = static_cast<uint32_t>(matchEnd - text) + base;
-    if (ops.wantsDetail()) recordBmMatch(*found, matchOffset - found->length);
-    if (ops.detailLog != 0) found->printSigInfo(matchOffset);
-    return found->virName.c_str();
+        typeScanner->virusFound(reinterpret_cast<unsigned char*>(text), end, base);
+    return found != nullptr ? found->virName.c_str() : nullptr;
 }
 
 int StreamScanner::sendDetection(const char* name) {

@@ -3,8 +3,7 @@
 // Each chunk is normalised behind the tail of the one before, so that a signature cut by a chunk
 // boundary is still whole in `buffer`. buffer[0] is the byte at stream offset bufferBase.
 // Invariants: bufferUsed <= capacity; after a cycle without a detection bufferUsed <= overlap.
-// With the detail options off a chunk without a detection allocates nothing, but for room for
-// multi-part signatures under way, which is kept.
+// A chunk without a detection allocates no more than its search does, see PatternMatcher.
 //
 // It scans in two passes. The type pass, over the start of the stream, answers whether the stream
 // is to be scanned and chooses the normalisation; the detection pass, over all of it, finds
@@ -20,18 +19,14 @@
 #include <vector>
 
 #include "interface/zvkengine.h"
-#include "scan/BmScanner.h"
 #include "scan/MarkupFilter.h"
 #include "scan/Md5Scanner.h"
 #include "scan/Normaliser.h"
-#include "scan/ScanResult.h"
-#include "scan/TrieScanner.h"
+#include "scan/PatternMatcher.h"
 
 namespace STREAMENGINE_SPACE {
 
-class PatternContainer;
-
-class StreamScanner {
+class StreamScanner : public PatternMatcher {
   public:
     static constexpr uint32_t kCycleLength = 16384;  // normalised bytes that a cycle adds at most
 
@@ -41,15 +36,13 @@ class StreamScanner {
     /// @param owner      the creator's own value, kept and never read
     StreamScanner(const PatternContainer& container, const ZVKScanEngineCallbacks* callbacks,
                   void* userData, uintptr_t owner);
-    StreamScanner(const StreamScanner&) = delete;
-    StreamScanner& operator=(const StreamScanner&) = delete;
 
     /// Starts a new stream.
     void reset();
     /// Starts the detection pass; the normalisation that the type pass chose stays, and so does
     /// the filter's state, but what it has blanked out so far is forgotten.
     void reset2();
-    /// Clears the matchers' state, as after a detection.
+    /// Clears the state of all matchers, as after a detection.
     void init();
 
     /// Scans a chunk.
@@ -67,18 +60,11 @@ class StreamScanner {
     /// @return whether it did
     bool searchNextVirus(const char* name);
 
-    /// Sends an event; sendEngineEvent() takes a plain name, sendEngineEventEx() a scrambled one.
-    /// @return the host's answer, or 3 for ZVK_EVENT_RESERVED
-    int sendEngineEvent(ZVK_ENGINE_EVENT_TYPE type, const char* name);
-    int sendEngineEventEx(ZVK_ENGINE_EVENT_TYPE type, const char* name);
-
     /// @param option  decimal text, or none
     /// @param offset  stream offset at which a match begins
     /// @return whether a signature's offset condition holds there
     static bool verifyExtendedOption(const std::optional<std::string>& option, uint32_t offset);
 
-    const ZVKScanEngineCallbacks* callbacks;
-    void* userData;
     std::unique_ptr<Md5Scanner> md5Scanner;  // null if the container has no digests
     uint32_t safeLength = 0;  // bytes of the chunks scanned to their end without any detection yet
     MarkupFilter filter;      // apart from the scan: fed by its own calls, with the raw bytes
@@ -92,9 +78,6 @@ class StreamScanner {
     Outcome reportDetection(const char* name, unsigned int end);
     /// Notes what the type pass found in the chunk whose raw and normalised starts are given.
     void acceptType(const char* name, const char* raw, unsigned int rawLength, char firstWritten);
-    const char* matchTrie(const char* text, unsigned int end, unsigned int base);
-    const char* matchBm(const char* text, unsigned int end, unsigned int base);
-    void recordBmMatch(const BmPattern& pattern, uint32_t matchOffset);
     /// Drops the first count of the end bytes that buffer holds.
     void dropFront(unsigned int count, unsigned int end);
     uint32_t capacity() const { return static_cast<uint32_t>(buffer.size()); }
@@ -103,14 +86,9 @@ class StreamScanner {
     std::vector<char> buffer;
     uint32_t bufferUsed = 0;
     uint32_t bufferBase = 0;
-    ScanResult result;
-    uint32_t detectionCount = 0;               // reported in this stream
-    std::unique_ptr<BmScanner> bmScanner;      // null where the container has no such patterns,
-    std::unique_ptr<TrieScanner> trieScanner;  // as these
-    std::unique_ptr<TrieScanner> typeScanner;
+    uint32_t detectionCount = 0;             // reported in this stream
+    std::optional<TrieScanner> typeScanner;  // none if the container has no type signatures
     [[maybe_unused]] const uintptr_t owner;
-    const char* matchEnd = nullptr;  // just behind the last match, in the buffer searched; or null
-    uint32_t matchedSigId = 0;       // multi-part signature of the last match, or 0
     Normaliser normaliser;
 };
 

@@ -1,0 +1,68 @@
+// PatternMatcher: finds the body signatures of a set in a text, and tells what it found.
+//
+// The text is taken as it is: whoever hands it over has normalised it. Making a matcher allocates
+// nothing, so that one may live on the stack for the length of a call. With the detail options off
+// a search allocates nothing either, but for room for multi-part signatures under way, which is
+// kept.
+//
+// Threads: one at a time; the container is shared and only read.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "interface/zvkengine.h"
+#include "scan/BmScanner.h"
+#include "scan/ScanResult.h"
+#include "scan/TrieScanner.h"
+
+namespace STREAMENGINE_SPACE {
+
+class PatternContainer;
+
+class PatternMatcher {
+  public:
+    /// Makes the matchers that the container calls for.
+    /// @param container       prepared; borrowed for this object's life
+    /// @param callbackRecord  borrowed until it is replaced
+    PatternMatcher(const PatternContainer& container, const ZVKScanEngineCallbacks* callbackRecord,
+                   void* hostData);
+    PatternMatcher(const PatternMatcher&) = delete;
+    PatternMatcher& operator=(const PatternMatcher&) = delete;
+
+    /// Clears the matchers' state, as after a detection.
+    void init();
+
+    /// Searches text[0, end), whose first byte has stream offset base: with the automaton and,
+    /// where that finds nothing, with the shift table.
+    /// @return the scrambled name of the match, owned by its pattern, or null
+    /// @throws QLT_SPACE::Exception or std::bad_alloc if memory runs out
+    const char* virusFound(const char* text, unsigned int end, unsigned int base);
+
+    /// @return the position just behind the last match, in the text searched; null if none yet
+    const char* getMatchPosition() const { return matchEnd; }
+
+    /// Sends an event; sendEngineEvent() takes a plain name, sendEngineEventEx() a scrambled one.
+    /// @return the host's answer, or 3 for ZVK_EVENT_RESERVED
+    int sendEngineEvent(ZVK_ENGINE_EVENT_TYPE type, const char* name);
+    int sendEngineEventEx(ZVK_ENGINE_EVENT_TYPE type, const char* name);
+
+    const ZVKScanEngineCallbacks* callbacks;
+    void* userData;
+
+  protected:
+    ScanResult result;
+    const char* matchEnd = nullptr;
+
+  private:
+    const char* matchTrie(const char* text, unsigned int end, unsigned int base);
+    const char* matchBm(const char* text, unsigned int end, unsigned int base);
+    void recordBmMatch(const BmPattern& pattern, uint32_t matchOffset);
+
+    std::optional<BmScanner> bmScanner;      // none where the container has no such patterns,
+    std::optional<TrieScanner> trieScanner;  // as this
+    uint32_t matchedSigId = 0;               // multi-part signature of the last match, or 0
+};
+
+}  // namespace STREAMENGINE_SPACE
