@@ -8,6 +8,9 @@
  * space removed and, for a stream that opens with a tag, only tags and script text kept) and
  * matches the normalised stream against one signature set. It never keeps a whole stream.
  *
+ * Beside that, updateKeywords() and matchKeywords() search whole texts for a list of keywords. They
+ * need neither a signature set nor an instance.
+ *
  * @par Calling order
  *   1. setOptions() and setInternalOptions(), both optional, before anything else.
  *   2. loadPattern(), once.
@@ -29,9 +32,11 @@
  * loadPattern(), reloadPattern(), getPatternInfo(), createInstance() and destroyInstance() may be
  * called from any thread, also while others scan. Different instances run in parallel; the calls on
  * one instance must not overlap, and an instance must not be destroyed while another thread uses
- * it. The event function must not call back into the instance that raised the event, nor
- * destroyEngine(). setOptions(), setInternalOptions() and destroyEngine() take no lock: call the
- * first two before scanning starts and the last while no other call runs.
+ * it. updateKeywords() and matchKeywords() may be called from any thread as well; they wait for
+ * each other alone. The event function must not call back into the instance that raised the event,
+ * nor destroyEngine(), nor, during matchKeywords(), either keyword function. setOptions(),
+ * setInternalOptions() and destroyEngine() take no lock: call the first two before scanning starts
+ * and the last while no other call runs.
  *
  * @par Types and versions
  * Lengths and offsets count bytes and are 32 bits wide. The header is plain C99 and also compiles
@@ -120,7 +125,7 @@ struct _ZVKDumpEvent {
  * and by an end call for a stream shorter than 256 bytes): 0 to go on just behind the match, 1 or 3
  * to stop matching the current chunk, so that the call returns at once with the detections counted
  * so far. Other values have no defined meaning: the scan goes on with the next input, the bytes at
- * hand forgotten. For an MD5 detection and for every other event the answer is ignored.
+ * hand forgotten. For an MD5 detection, a keyword and every other event the answer is ignored.
  */
 typedef int32_t (*ZVKEventFunction)(void* reserved, ZVK_ENGINE_EVENT_TYPE type, const void* data,
                                     void* userData);
@@ -477,29 +482,52 @@ ZVK_API int32_t endScanFilter2(void* instance, char* output, uint32_t* outputLen
 ZVK_API int32_t getSafeDataLength(void* instance);
 
 /**
- * Replaces the keyword set of matchKeywords(). The keyword matcher is not part of this version:
- * every list is refused, with an error line in the log.
+ * Replaces the keyword set of matchKeywords(). There is one a process, empty at first; it has
+ * nothing to do with the signature sets, and destroyEngine() leaves it alone.
+ *
+ * The call waits until the matches that run have ended, and matches begun after it wait for the new
+ * set; several updates have their turns in the order of the calls. No call waits for ever: an
+ * update lets in the matches that wait for it before the next one begins.
+ *
+ * A keyword has 2 to 256 bytes, any but NUL, and matches whatever the case of A to Z. One that is
+ * shorter or longer is skipped, with an error line in the log; the others keep their indices. A
+ * list of none but skipped ones gives an empty set.
  *
  * @param keywords  array of NUL-terminated keywords, ended by a null pointer; borrowed for the call
- * @return 1 if the list was taken over, 0 if it was refused
+ * @return 1 if the list was taken over, 0 if it was not; the reason is logged at level 1: keywords
+ *         is null or its first entry is (the set stays as it was), or memory ran out (the set is
+ *         empty)
  * @par Threads
- *         any
+ *         any, but not from the event function of a matchKeywords() call: it would wait for that
+ *         call to end
  */
 ZVK_API int32_t updateKeywords(const char** keywords);
 
 /**
- * Reports the first keyword found in a text. The keyword matcher is not part of this version: a
- * call with good arguments answers ZVK_ERR_NO_MEMORY, as no matcher can be created.
+ * Reports the first keyword found in a text: one ::ZVK_EVENT_VIRUS_FOUND, whose name is the
+ * keyword's index in the array of updateKeywords(), in decimal, or the detail text while the
+ * detail-event option is on. The event's answer is ignored.
  *
- * @param callbacks  receives the keyword's index as a ::ZVK_EVENT_VIRUS_FOUND; not null
+ * The text is searched as it is, but for A to Z taken as lower case; white space counts. Keywords
+ * of 2 to 9 bytes come before longer ones. Of the shorter ones the first is the one whose first
+ * three bytes (both, of a keyword of two) end first in the text; of the longer ones, the leftmost.
+ * Which one it is of several that begin at the same place is not defined.
+ *
+ * The event function is called while the keyword set is held. It must not call updateKeywords(),
+ * which would wait for this call to end, nor matchKeywords(), which would wait for an update that
+ * waits for this call.
+ *
+ * @param callbacks  borrowed for the call; not null
  * @param userData   handed back with the event; not null
- * @param buffer     the text, borrowed for the call; not null
- * @param length     bytes in buffer
- * @return 1 if a keyword was reported, 0 if there is none, or
+ * @param buffer     the text, any bytes, no NUL needed; borrowed for the call, only read; not null
+ * @param length     bytes in buffer; a text of less than 2 is not searched, with an error line in
+ *                   the log
+ * @return 1 if a keyword was reported, 0 if there is none or after a failure that was logged (no
+ *         memory for a copy of the text or for the detail text), or
  *         ZVK_ERR_BAD_PARAM  callbacks, userData or buffer is null
- *         ZVK_ERR_NO_MEMORY  the matcher could not be created
+ *         ZVK_ERR_NO_MEMORY  out of memory for anything else; no keyword was reported
  * @par Threads
- *         any
+ *         any, any number at a time; waits for an update in progress
  */
 ZVK_API int32_t matchKeywords(const struct ZVKScanEngineCallbacks* callbacks, void* userData,
                               char* buffer, uint32_t length);

@@ -1,9 +1,11 @@
-// The exported keyword functions.
+// The exported keyword functions. No exception passes.
 
 #include "engine/ZVKUtil.h"
-#include "keyword/ZVKKeywordMatcher.h"
+#include "keyword/ZVKKeywordMatcherInstance.h"
 
 namespace {
+
+using STREAMENGINE_SPACE::ZVKKeywordMatcherInstance;
 
 constexpr const char* kUnit = "KeywordMatchInterface";
 
@@ -18,11 +20,17 @@ int32_t updateKeywords(const char** keywords) {
 }
 
 int32_t matchKeywords(const ZVKScanEngineCallbacks* callbacks, void* userData, char* buffer,
-                      uint32_t /*length*/) {
+                      uint32_t length) {
     if (callbacks == nullptr || userData == nullptr || buffer == nullptr) {
         ZVK_ERROR("Invalid scan params");
         return ZVK_ERR_BAD_PARAM;
     }
-    ZVK_ERROR("fail to new match instance");
-    return ZVK_ERR_NO_MEMORY;
+    try {
+        return ZVKKeywordMatcherInstance(keyword_matcher, callbacks, userData)
+            .match(buffer, length);
+    } catch (...) {
+        // The instance lives on the stack; what runs out of memory is what it needs for its work.
+        ZVK_ERROR("fail to new match instance");
+        return ZVK_ERR_NO_MEMORY;
+    }
 }

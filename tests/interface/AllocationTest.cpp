@@ -3,8 +3,11 @@
 
 #include <malloc.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
 #include <random>
@@ -50,6 +53,9 @@ void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
+}
+void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
+    return operator new(size, tag);
 }
 void operator delete(void* memory) noexcept {
     release(memory);
@@ -188,6 +194,44 @@ TEST_F(Allocation, LoadsAndStreamsGiveUpCleanly) {
     host.names.clear();
     host.stream(kPage);
     EXPECT_EQ(host.names.size(), 2U);
+}
+
+TEST_F(Allocation, KeywordsGiveUpCleanly) {
+    const char* keywords[] = {"short", "a longer keyword", nullptr};
+    const ZVKScanEngineCallbacks callbacks = {quietEvent};
+    std::string text(1000, '.');
+    const auto match = [&] {
+        return matchKeywords(&callbacks, &text, text.data(), static_cast<uint32_t>(text.size()));
+    };
+    int32_t result = 0;
+    long steps = 0;
+    for (; failing(steps, [&] { result = updateKeywords(keywords); }); ++steps) {
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(match(), 0);  // of the empty set
+        text = "short" + text.substr(5);
+    }
+    EXPECT_GT(steps, 10);
+    EXPECT_EQ(result, 1);
+    const long before = allocations;
+    EXPECT_EQ(match(), 1);
+    EXPECT_EQ(allocations, before);  // a short text needs none
+    text.resize(2000);
+    static std::array<char, 64> logged;  // Log would need memory itself
+    const _ZVKLogOptions log = {
+        1, [](const char* line) { std::snprintf(logged.data(), logged.size(), "%s", line); }};
+    setOptions(ZVK_OPTION_LOG, &log);
+    const Options options({"", 0, 0, 0, 1});
+    const std::pair<int32_t, const char*> answers[] = {
+        {0, "1new array for format fail"},
+        {0, "1Catch the exception [fail to new sig]"},
+        {ZVK_ERR_NO_MEMORY, "1fail to new match instance"}};
+    for (long n = 0; failing(n, [&] { result = match(); }); ++n) {
+        const auto& [expected, line] = answers[std::min(n, 2L)];
+        EXPECT_EQ(result, expected) << n;
+        EXPECT_STREQ(logged.data(), line) << n;
+    }
+    EXPECT_EQ(updateKeywords(keywords), 1);  // it would wait for a match that has not ended
+    EXPECT_EQ(match(), 1);
 }
 
 }  // namespace

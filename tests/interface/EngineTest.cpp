@@ -242,14 +242,4 @@ TEST_F(Engine, ChecksArgumentsInTheirOrder) {
     EXPECT_EQ(host.feed("x"), ZVK_ERR_BAD_STATE);
 }
 
-TEST_F(Engine, KeywordsAreRefused) {
-    Host host;
-    const char* keywords[] = {"word", nullptr};
-    char text[] = "some words";
-    EXPECT_EQ(updateKeywords(nullptr), 0);
-    EXPECT_EQ(updateKeywords(keywords), 0);
-    EXPECT_EQ(matchKeywords(&host.callbacks, &host, nullptr, 4), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(matchKeywords(&host.callbacks, &host, text, 4), ZVK_ERR_NO_MEMORY);
-}
-
 }  // namespace

@@ -58,6 +58,10 @@ TEST(Library, LeavesNothingBehindWhenUnloaded) {
         ASSERT_NE(loadCopy, &loadPattern);
         const _ZVKPatternFile files = {set.c_str(), nullptr};
         EXPECT_EQ(loadCopy(&files), 0);
+        const auto updateCopy =
+            reinterpret_cast<decltype(&updateKeywords)>(dlsym(library, "updateKeywords"));
+        const char* keywords[] = {"short", "and a longer one", nullptr};
+        EXPECT_EQ(updateCopy(keywords), 1);
         dlclose(library);
         EXPECT_EQ(dlopen(copy.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
     }

@@ -1,0 +1,56 @@
+#include "keyword/ZVKKeywordMatcherInstance.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <new>
+
+#include "engine/ZVKUtil.h"
+#include "support/AsciiCase.h"
+#include "support/Exception.h"
+
+namespace STREAMENGINE_SPACE {
+namespace {
+
+constexpr const char* kUnit = "ZVKKeywordMatcher";
+
+// A shorter text is copied to the stack: an allocation would be felt in the time that it takes.
+constexpr size_t kShortText = 1024;
+
+}  // namespace
+
+int ZVKKeywordMatcherInstance::match(const char* buffer, unsigned int len) {
+    const ZVKKeywordMatcher::MatchScope scope(matcher);
+    try {
+        scanner.emplace(matcher.keywordSet(), callbacks, userData);
+        return DoMatch(buffer, len);
+    } catch (QLT_SPACE::Exception& error) {
+        ZVK_ERROR("Catch the exception [%s]", error.toString());
+        return 0;
+    }
+}
+
+int ZVKKeywordMatcherInstance::DoMatch(const char* buffer, unsigned int len) {
+    if (buffer == nullptr || !scanner || len <= 1) {
+        ZVK_ERROR("in_buf or _scanner is NULL");
+        return 0;
+    }
+    std::array<char, kShortText> shortCopy;  // NOLINT: filled right below
+    std::unique_ptr<char[]> longCopy;
+    char* copy = shortCopy.data();
+    if (len > shortCopy.size()) {
+        longCopy.reset(new (std::nothrow) char[len]);
+        copy = longCopy.get();
+    }
+    if (copy == nullptr) {
+        ZVK_ERROR("new array for format fail");
+        return 0;
+    }
+    std::transform(buffer, buffer + len, copy, [](char c) { return QLT_SPACE::lowered(c); });
+    const char* name = scanner->virusFound(copy, len, 0);
+    if (name == nullptr) return 0;
+    scanner->sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name);  // its answer has no meaning here
+    return 1;
+}
+
+}  // namespace STREAMENGINE_SPACE

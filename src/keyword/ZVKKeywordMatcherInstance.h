@@ -1,0 +1,38 @@
+// ZVKKeywordMatcherInstance: one search of a text for the keywords of a set.
+//
+// It lives for one matchKeywords() call, on its stack; all that a call allocates is the lowered
+// copy of a longer text.
+#pragma once
+
+#include <optional>
+
+#include "keyword/ZVKKeywordMatcher.h"
+#include "scan/PatternMatcher.h"
+
+namespace STREAMENGINE_SPACE {
+
+class ZVKKeywordMatcherInstance {
+  public:
+    /// Borrows all for its life.
+    ZVKKeywordMatcherInstance(ZVKKeywordMatcher& keywords,
+                              const ZVKScanEngineCallbacks* callbackRecord, void* hostData)
+        : matcher(keywords), callbacks(callbackRecord), userData(hostData) {}
+
+    /// Searches buffer and reports the first keyword found, with the right to read the set held.
+    /// @param len  bytes in buffer, 2 at least
+    /// @return 1 if a keyword was reported; 0 if there is none, or after a failure that was logged
+    /// @throws whatever but QLT_SPACE::Exception is thrown on the way, std::bad_alloc for instance
+    int match(const char* buffer, unsigned int len);
+
+    /// The search itself; scanner has to exist.
+    /// @throws QLT_SPACE::Exception if memory for a detail record runs out, or as match()
+    int DoMatch(const char* buffer, unsigned int len);
+
+  private:
+    ZVKKeywordMatcher& matcher;
+    const ZVKScanEngineCallbacks* callbacks;
+    void* userData;
+    std::optional<PatternMatcher> scanner;  // made with the right to read held
+};
+
+}  // namespace STREAMENGINE_SPACE
