@@ -38,12 +38,6 @@ bool isCode(int32_t result, uint64_t length) {
 EngineError::EngineError(int32_t code)
     : std::runtime_error(fmt::format("cannot scan: {} ({})", meaning(code), code)) {}
 
-InstancePtr makeInstance() {
-    InstancePtr instance(createInstance());
-    if (!instance) throw std::bad_alloc();
-    return instance;
-}
-
 EngineStream::EngineStream(void* engineInstance, bool stopAtFirst, std::vector<Finding>& detections)
     : instance(engineInstance), firstOnly(stopAtFirst), findings(detections) {
     static constexpr ZVKScanEngineCallbacks kCallbacks{&EngineStream::onEvent};
@@ -105,6 +99,11 @@ void EngineStream::add(const char* name) {
 
 void EngineStream::throwIfOutOfMemory() const {
     if (outOfMemory) throw EngineError(ZVK_ERR_NO_MEMORY);
+}
+
+EngineStreams::EngineStreams(bool stopAtFirst)
+    : instance(createInstance()), firstOnly(stopAtFirst) {
+    if (!instance) throw std::bad_alloc();
 }
 
 }  // namespace zvk

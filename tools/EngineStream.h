@@ -4,19 +4,13 @@
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
-#include <string>
 #include <string_view>
 #include <vector>
 
+#include "ChunkStream.h"
 #include "interface/zvkengine.h"
 
 namespace zvk {
-
-/// Detections of one name in a row: a hostile file can hold hundreds of millions of them.
-struct Finding {
-    std::string name;
-    uint64_t count = 0;
-};
 
 /// The engine answered with a failure; a refused stream is none.
 class EngineError : public std::runtime_error {
@@ -24,16 +18,7 @@ class EngineError : public std::runtime_error {
     explicit EngineError(int32_t code);
 };
 
-struct InstanceDestroyer {
-    void operator()(void* handle) const noexcept { destroyInstance(handle); }
-};
-using InstancePtr = std::unique_ptr<void, InstanceDestroyer>;
-
-/// @return an engine instance
-/// @throws std::bad_alloc
-InstancePtr makeInstance();
-
-class EngineStream {
+class EngineStream : public ChunkStream {
   public:
     /// Opens the stream. The instance and the place for the detections are borrowed for this
     /// object's life.
@@ -41,19 +26,19 @@ class EngineStream {
     /// @throws EngineError
     EngineStream(void* engineInstance, bool stopAtFirst, std::vector<Finding>& detections);
     /// Ends the stream, if end() did not, without a result.
-    ~EngineStream();
+    ~EngineStream() override;
     EngineStream(const EngineStream&) = delete;
     EngineStream& operator=(const EngineStream&) = delete;
 
     /// @return whether the stream wants more: it is not refused, nor stopped at its first detection
     /// @throws EngineError
-    bool scanChunk(std::string_view chunk);
+    bool scanChunk(std::string_view chunk) override;
 
     /// Ends the stream, which can bring detections.
     /// @throws EngineError
-    void end();
+    void end() override;
 
-    bool isRefused() const { return refused; }
+    bool isRefused() const override { return refused; }
 
   private:
     static int32_t onEvent(void* reserved, ZVK_ENGINE_EVENT_TYPE type, const void* data,
@@ -70,6 +55,26 @@ class EngineStream {
     bool isOpen = false;
     bool refused = false;
     bool outOfMemory = false;  // a detection found no room
+};
+
+/// Opens such streams on an engine instance of its own.
+class EngineStreams : public StreamSource {
+  public:
+    /// @param stopAtFirst  take the first detection of each stream only
+    /// @throws std::bad_alloc if there is no memory for the instance
+    explicit EngineStreams(bool stopAtFirst);
+
+    std::unique_ptr<ChunkStream> open(std::vector<Finding>& findings) override {
+        return std::make_unique<EngineStream>(instance.get(), firstOnly, findings);
+    }
+
+  private:
+    struct InstanceDestroyer {
+        void operator()(void* handle) const noexcept { destroyInstance(handle); }
+    };
+
+    std::unique_ptr<void, InstanceDestroyer> instance;
+    bool firstOnly;
 };
 
 }  // namespace zvk

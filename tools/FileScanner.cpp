@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <string_view>
+#include <utility>
 
 #include "ErrorLog.h"
 #include "InputStream.h"
@@ -11,12 +12,13 @@
 
 namespace zvk {
 
-FileScanner::FileScanner(const StreamOptions& streamOptions, ProgressBar& progressBar)
-    : options(streamOptions),
+FileScanner::FileScanner(std::unique_ptr<StreamSource> streamSource, uint32_t bytesAtATime,
+                         ProgressBar& progressBar)
+    : source(std::move(streamSource)),
+      chunkLength(bytesAtATime),
       progress(progressBar),
-      instance(makeInstance()),
       // Not cleared: of a long chunk only the pages that a file fills take up memory.
-      chunk(std::make_unique_for_overwrite<char[]>(options.chunkLength)) {}
+      chunk(std::make_unique_for_overwrite<char[]>(chunkLength)) {}
 
 FileReport FileScanner::scanFile(const InputFile& input, const std::stop_token& stop) {
     FileReport report;
@@ -39,18 +41,18 @@ void FileScanner::scanOpened(const InputFile& input, const std::stop_token& stop
                              FileReport& report) {
     InputStream file(input);
     report.isStream = true;
-    EngineStream stream(instance.get(), options.firstOnly, report.findings);
+    const auto stream = source->open(report.findings);
     bool wantsMore = true;
     bool isAtEnd = false;
     while (wantsMore && !isAtEnd && !stop.stop_requested()) {
-        const size_t length = file.read(chunk.get(), options.chunkLength);
-        isAtEnd = length < options.chunkLength;
+        const size_t length = file.read(chunk.get(), chunkLength);
+        isAtEnd = length < chunkLength;
         report.bytes += length;
         progress.addBytes(length);
-        if (length > 0) wantsMore = stream.scanChunk(std::string_view(chunk.get(), length));
+        if (length > 0) wantsMore = stream->scanChunk(std::string_view(chunk.get(), length));
     }
-    stream.end();
-    report.isRefused = stream.isRefused();
+    stream->end();
+    report.isRefused = stream->isRefused();
     if (isAtEnd) report.error = file.failure();
 }
 

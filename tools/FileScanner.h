@@ -1,4 +1,4 @@
-// FileScanner: scans files as streams, one after the other, on an engine instance of its own.
+// FileScanner: scans files as streams, one after the other.
 #pragma once
 
 #include <cstdint>
@@ -7,17 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "EngineStream.h"
+#include "ChunkStream.h"
 #include "FileWalker.h"
 
 namespace zvk {
 
 class ProgressBar;
-
-struct StreamOptions {
-    uint32_t chunkLength = 65536;
-    bool firstOnly = false;  // leave a file after its first detection
-};
 
 struct FileReport {
     std::string path;
@@ -30,20 +25,23 @@ struct FileReport {
 
 class FileScanner {
   public:
-    /// @param progressBar  is told of the bytes read; borrowed for this object's life
-    /// @throws std::bad_alloc if there is no memory for the instance or the chunk buffer
-    FileScanner(const StreamOptions& streamOptions, ProgressBar& progressBar);
+    /// @param streamSource  opens a stream for each file
+    /// @param bytesAtATime  length of the chunks that a stream is given
+    /// @param progressBar   is told of the bytes read; borrowed for this object's life
+    /// @throws std::bad_alloc if there is no memory for the chunk buffer
+    FileScanner(std::unique_ptr<StreamSource> streamSource, uint32_t bytesAtATime,
+                ProgressBar& progressBar);
 
-    /// Failures of the file or of the engine are told in the report.
+    /// Failures of the file or of its stream are told in the report.
     /// @param stop  ends the scan early, with a report of no use
     FileReport scanFile(const InputFile& input, const std::stop_token& stop);
 
   private:
     void scanOpened(const InputFile& input, const std::stop_token& stop, FileReport& report);
 
-    StreamOptions options;
+    std::unique_ptr<StreamSource> source;
+    uint32_t chunkLength;
     ProgressBar& progress;
-    InstancePtr instance;
     std::unique_ptr<char[]> chunk;
 };
 

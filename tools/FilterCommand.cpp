@@ -64,20 +64,20 @@ void tell(std::string_view line) {
 class SideScan {
   public:
     /// @throws EngineError
-    SideScan(void* instance, const std::string& filePath)
-        : path(filePath), stream(instance, false, findings) {}
+    SideScan(StreamSource& source, const std::string& filePath)
+        : path(filePath), stream(source.open(findings)) {}
 
     /// @throws EngineError
     void scanChunk(std::string_view chunk) {
-        if (stream.isRefused()) return;
-        stream.scanChunk(chunk);
+        if (stream->isRefused()) return;
+        stream->scanChunk(chunk);
         tellFindings();
     }
     /// @throws std::runtime_error if the engine failed at the end or logged an error before
     void end() {
-        stream.end();
+        stream->end();
         tellFindings();
-        if (stream.isRefused()) tell(format->refused(path));
+        if (stream->isRefused()) tell(format->refused(path));
         if (log.others().count > 0) {
             throw std::runtime_error("error of the engine: " + log.others().latest());
         }
@@ -98,19 +98,19 @@ class SideScan {
     const std::unique_ptr<ResultFormat> format = makeTextFormat();
     const ErrorLog log{1};
     std::vector<Finding> findings;  // not told yet
-    EngineStream stream;
+    std::unique_ptr<ChunkStream> stream;
     bool found = false;
 };
 
 /// Writes the copy of a file.
-/// @param instance  to scan it on as well, or null
+/// @param source  opens streams to scan it on as well, or null
 /// @return whether something was blanked or found
 /// @throws OutputError if the copy cannot be written
 /// @throws std::runtime_error if the file cannot be read to its end, or the engine failed
-bool filterFile(const std::string& path, uint8_t mode, void* instance) {
+bool filterFile(const std::string& path, uint8_t mode, StreamSource* source) {
     InputStream file({path, true, {}});
     std::optional<SideScan> scan;
-    if (instance != nullptr) scan.emplace(instance, path);
+    if (source != nullptr) scan.emplace(*source, path);
     MarkupFilter filter;
     std::vector<char> chunk(kChunkLength);
     std::vector<char> copy(kChunkLength + MarkupFilter::kMostHeld);
@@ -134,16 +134,16 @@ bool filterFile(const std::string& path, uint8_t mode, void* instance) {
 
 ExitStatus run(const FilterArguments& arguments) {
     std::optional<PatternSet> patterns;
-    InstancePtr instance;
+    std::optional<EngineStreams> source;
     if (arguments.isScanned) {
         patterns.emplace(arguments.patterns);
         patterns->complainAboutLosses();
-        instance = makeInstance();
+        source.emplace(false);
     }
     ExitStatus status = kNothingFound;
     for (const std::string& path : arguments.paths) {
         try {
-            const bool isChanged = filterFile(path, arguments.mode(), instance.get());
+            const bool isChanged = filterFile(path, arguments.mode(), source ? &*source : nullptr);
             status = std::max(status, isChanged ? kSomethingFound : kNothingFound);
         } catch (const OutputError&) {
             throw;  // no other file can be written either

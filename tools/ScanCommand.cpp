@@ -1,21 +1,17 @@
 // zvk scan: scans files, folders and standard input for the signatures of a pattern set.
 
-#include <tbb/info.h>
-
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <memory>
 
 #include "Command.h"
+#include "EngineStream.h"
 #include "PatternSet.h"
-#include "ResultFormat.h"
 #include "ScanRun.h"
 
 namespace zvk {
 
 namespace {
 
-constexpr int kMostJobs = 1024;
 constexpr int kLongestChunk = 1 << 30;
 
 constexpr const char* kFooter = R"(Examples:
@@ -33,40 +29,30 @@ Exit status: 0 nothing found, 1 something found, 2 an error (also if something w
 struct ScanArguments {
     PatternFiles patterns;
     RunOptions run;
-    bool isJson = false;
+    bool firstOnly = false;
 };
 
 ExitStatus run(const ScanArguments& arguments) {
     const PatternSet patterns(arguments.patterns);
     patterns.complainAboutLosses();
-    const auto format = arguments.isJson ? makeJsonFormat() : makeTextFormat();
-    return runScan(arguments.run, *format);
+    return runScan(arguments.run,
+                   [&] { return std::make_unique<EngineStreams>(arguments.firstOnly); });
 }
 
 CommandAction setUp(CLI::App& parser) {
     auto arguments = std::make_shared<ScanArguments>();
     RunOptions& options = arguments->run;
-    options.jobs =
-        static_cast<uint32_t>(std::clamp(tbb::info::default_concurrency(), 1, kMostJobs));
     arguments->patterns.addTo(parser);
-    parser.add_option("-j,--jobs", options.jobs, "Files to scan at a time")
-        ->check(CLI::Range(1, kMostJobs))
-        ->type_name("N")
-        ->capture_default_str();
-    parser
-        .add_option("--chunk", options.stream.chunkLength, "Bytes to give to the engine at a time")
+    options.addTo(parser);
+    parser.add_option("--chunk", options.chunkLength, "Bytes to give to the engine at a time")
         ->check(CLI::Range(1, kLongestChunk))
         ->type_name("BYTES")
         ->capture_default_str();
-    parser.add_flag("--json", arguments->isJson, "One JSON object a line instead of text");
     auto* all =
         parser.add_flag("--all")->description("Find all detections of a file (the default)");
-    parser.add_flag("--first", options.stream.firstOnly, "Leave a file after its first detection")
+    parser.add_flag("--first", arguments->firstOnly, "Leave a file after its first detection")
         ->excludes(all);
     parser.add_flag("-v,--verbose", options.isVerbose, "A line for each refused file as well");
-    parser.add_option("paths", options.paths, "Files, folders, or - for standard input")
-        ->required()
-        ->type_name("PATH");
     parser.footer(kFooter);
     return [arguments] { return run(*arguments); };
 }

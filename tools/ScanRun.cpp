@@ -4,9 +4,12 @@
 #include <sys/stat.h>
 #include <tbb/enumerable_thread_specific.h>
 #include <tbb/global_control.h>
+#include <tbb/info.h>
 #include <tbb/parallel_pipeline.h>
 #include <tbb/task_arena.h>
 
+#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <optional>
@@ -14,9 +17,11 @@
 #include <thread>
 
 #include "Diagnostics.h"
+#include "FileScanner.h"
 #include "FileWalker.h"
 #include "Output.h"
 #include "ProgressBar.h"
+#include "ResultFormat.h"
 
 namespace zvk {
 
@@ -25,6 +30,7 @@ namespace {
 // Files under way for each that is scanned at a time: the others wait behind a slow file for their
 // turn to be written, and their threads go on with more.
 constexpr size_t kFilesPerJob = 8;
+constexpr int kMostJobs = 1024;
 
 // Adds up the sizes for the progress bar. The answer is given up when a given path is something
 // whose size is not known, standard input for instance.
@@ -86,10 +92,12 @@ class Reporter {
     ScanTotals totals;
 };
 
-void scanAll(const RunOptions& options, ProgressBar& progress, Reporter& reporter) {
+void scanAll(const RunOptions& options,
+             const std::function<std::unique_ptr<StreamSource>()>& makeSource,
+             ProgressBar& progress, Reporter& reporter) {
     FileWalker walker(options.paths);
     tbb::enumerable_thread_specific<FileScanner> scanners(
-        [&] { return FileScanner(options.stream, progress); });
+        [&] { return FileScanner(makeSource(), options.chunkLength, progress); });
     // An exception that leaves a stage would leave the reports that wait for the next one unfreed.
     std::stop_source stop;
     std::exception_ptr failure;
@@ -121,7 +129,20 @@ void scanAll(const RunOptions& options, ProgressBar& progress, Reporter& reporte
 
 }  // namespace
 
-ExitStatus runScan(const RunOptions& options, const ResultFormat& format) {
+void RunOptions::addTo(CLI::App& parser) {
+    jobs = static_cast<uint32_t>(std::clamp(tbb::info::default_concurrency(), 1, kMostJobs));
+    parser.add_option("-j,--jobs", jobs, "Files to scan at a time")
+        ->check(CLI::Range(1, kMostJobs))
+        ->type_name("N")
+        ->capture_default_str();
+    parser.add_flag("--json", isJson, "One JSON object a line instead of text");
+    parser.add_option("paths", paths, "Files, folders, or - for standard input")
+        ->required()
+        ->type_name("PATH");
+}
+
+ExitStatus runScan(const RunOptions& options,
+                   const std::function<std::unique_ptr<StreamSource>()>& makeSource) {
     const auto start = std::chrono::steady_clock::now();
     ProgressBar progress;
     std::jthread measurer;
@@ -129,11 +150,12 @@ ExitStatus runScan(const RunOptions& options, const ResultFormat& format) {
         measurer = std::jthread(
             [&](const std::stop_token& stop) { measure(stop, options.paths, progress); });
     }
-    Reporter reporter(format, options.isVerbose, progress);
+    const auto format = options.isJson ? makeJsonFormat() : makeTextFormat();
+    Reporter reporter(*format, options.isVerbose, progress);
     // The arena has a place for each job, the control lets more threads run than there are cores.
     const tbb::global_control control(tbb::global_control::max_allowed_parallelism, options.jobs);
     tbb::task_arena arena(static_cast<int>(options.jobs));
-    arena.execute([&] { scanAll(options, progress, reporter); });
+    arena.execute([&] { scanAll(options, makeSource, progress, reporter); });
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     const ProgressBar::Hidden hidden(progress);
     return reporter.finish(elapsed.count());

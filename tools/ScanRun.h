@@ -2,25 +2,36 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "ChunkStream.h"
 #include "Command.h"
-#include "FileScanner.h"
-#include "ResultFormat.h"
+
+namespace CLI {
+class App;
+}
 
 namespace zvk {
 
 struct RunOptions {
     std::vector<std::string> paths;
     uint32_t jobs = 1;  // files scanned at a time
-    StreamOptions stream;
+    uint32_t chunkLength = 65536;
+    bool isJson = false;
     bool isVerbose = false;  // a line for each refused file as well
+
+    /// Declares the paths, --jobs and --json; the object must outlive the parsing.
+    void addTo(CLI::App& parser);
 };
 
-/// Scans the files with the engine's loaded set. Results go to standard output, what went wrong
-/// with a file to standard error as well.
+/// Scans the files. Results go to standard output, what went wrong with a file to standard error
+/// as well.
+/// @param makeSource  makes a source of streams for each thread that scans; called from them
 /// @throws OutputError if results cannot be written; the run is broken off
-ExitStatus runScan(const RunOptions& options, const ResultFormat& format);
+ExitStatus runScan(const RunOptions& options,
+                   const std::function<std::unique_ptr<StreamSource>()>& makeSource);
 
 }  // namespace zvk
