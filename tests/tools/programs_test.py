@@ -3,6 +3,7 @@
 import hashlib
 import json
 import os
+import random
 import re
 import struct
 import subprocess
@@ -166,6 +167,12 @@ class ProgramTest(unittest.TestCase):
             (("filter", "--patterns", self.patterns, page), "--scan"),
             (("filter", "--scan", "-p", self.folder / "none.ndb", page), "none.ndb"),
             (("filter", self.folder), str(self.folder)),
+            (("keywords", page), "--list"),
+            (("keywords", "--list", page), "paths"),
+            (("keywords", "-l", container, "-l", self.folder / "none.txt", page), "none.txt: cannot"),
+            (("keywords", "-l", self.folder, page), f"{self.folder}: cannot read"),
+            (("keywords", "-l", container, self.folder / "none.html"), "none.html"),
+            (("keywords", "-l", unknown, page), "set.txt: no keyword"),
         ]
         for arguments, named in cases:
             with self.subTest(arguments=arguments):
@@ -312,6 +319,39 @@ class ProgramTest(unittest.TestCase):
             plain = EXAMPLES / f"patterns/sample.{kinds.pop(magic)}"
             self.assertEqual(lines, plain.read_bytes().splitlines())
         self.assertEqual(kinds, {})
+
+    def test_keywords_are_read_and_told(self):
+        words = self.write("words.txt", b"# no\n\n \t\nFoo\r\nx\nA b\n foo\nnul\0\nFOO\n"
+                           + b"y" * 257 + b"\n#")
+        more = self.write("more.txt", b"foobars\noo")
+        page = self.write("a.bin", b"\0MZ\r\na B\nFooBar \xff")
+        lists = ("--list", words, "-l", more)
+        status, out, err = run("keywords", *lists, page, "-", stdin=b"fo o")
+        self.assertEqual(status, 1)
+        self.assertEqual(out.splitlines()[:-1], [f"{page}: {word}" for word in ("Foo", "A b", "oo")])
+        self.assertEqual([line.split(" keyword")[0] for line in err.splitlines()],
+                         [f"zvk: {words}:{number}:" for number in (5, 8, 10)])
+        rows = [json.loads(line) for line in run("keywords", *lists, "--json", page)[1].splitlines()]
+        self.assertEqual(rows[0], {"type": "detection", "path": str(page), "name": "Foo"})
+        self.assertEqual(rows[-1]["detections"], 3)
+        self.assertEqual(run("keywords", *lists, "-", stdin=b"fo o")[0], 0)
+        rejected = self.write("rejected.txt", b"x\n")
+        self.assertEqual(run("keywords", "-l", rejected, page)[0], 2)
+
+    def test_keywords_agree_with_a_plain_search(self):
+        rng = random.Random(1)
+        some = lambda letters, most: "".join(rng.choices(letters, k=rng.randint(2, most)))
+        for letters in ("ab", "abcdefghijkl "):
+            text = some(letters + letters.upper(), 2) + "".join(rng.choices(letters, k=200_000))
+            words = {some(letters, 20).strip() + rng.choice("aA") for _ in range(1500)}
+            words |= {text[65536 - before:][:256] for before in (1, 100, 255)}
+            words |= {word[:rng.randint(2, 12)] for word in list(words)} | {"no" * 100}
+            words = list({word.lower(): word for word in sorted(words) if len(word) > 1}.values())
+            words_file = self.write("words.txt", "\n".join(words).encode())
+            told = run("keywords", "-l", words_file, "-", stdin=text.encode())[1].splitlines()
+            self.assertEqual(told[:-1], [f"-: {word}" for word in words
+                                         if word.lower() in text.lower()])
+            self.assertTrue(100 < len(told) < len(words))
 
     def test_the_samples_find_their_pages(self):
         kinds = {".ndb": {"Demo.Script.Writer", "Demo.Script.Decoder"},
