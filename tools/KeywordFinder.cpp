@@ -10,7 +10,7 @@
 #include "keyword/ZVKKeywordMatcher.h"
 #include "scan/PatternMatcher.h"
 #include "store/BmList.h"
-#include "support/AsciiCase.h"
+#include "support/Ascii.h"
 #include "support/DecimalNumber.h"
 
 namespace zvk {

@@ -9,7 +9,7 @@
 
 #include "engine/ZVKUtil.h"
 #include "pattern/PatternType.h"
-#include "support/AsciiCase.h"
+#include "support/Ascii.h"
 #include "support/Exception.h"
 
 namespace STREAMENGINE_SPACE {

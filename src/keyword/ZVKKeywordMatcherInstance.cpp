@@ -6,7 +6,7 @@
 #include <new>
 
 #include "engine/ZVKUtil.h"
-#include "support/AsciiCase.h"
+#include "support/Ascii.h"
 #include "support/Exception.h"
 
 namespace STREAMENGINE_SPACE {

@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <string>
 
-#include "scan/Ascii.h"
 #include "scan/FilterTag.h"
 #include "scan/OpeningSearch.h"
+#include "support/Ascii.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
+
+using QLT_SPACE::isSpace;
+using QLT_SPACE::lowered;
 
 constexpr bool endsName(char c) {
     return c == '>' || c == '/' || isSpace(c);
@@ -140,7 +143,7 @@ MarkupFilter::Match MarkupFilter::matchTag(Walk& walk, std::string_view text) {
     while (walk.at < walk.end) {
         const char c = *walk.at++;
         if (pendingCount == text.size()) return endsName(c) ? Match::Whole : Match::Other;
-        if (lower(c) != text[pendingCount]) return Match::Other;
+        if (lowered(c) != text[pendingCount]) return Match::Other;
         ++pendingCount;
     }
     return Match::Undecided;

@@ -3,12 +3,12 @@
 #include <array>
 #include <string_view>
 
-#include "scan/Ascii.h"
-#include "support/AsciiCase.h"
+#include "support/Ascii.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
 
+using QLT_SPACE::isSpace;
 using QLT_SPACE::lowered;
 
 constexpr std::string_view scriptstart = "<script";

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <cstring>
 
-#include "scan/Ascii.h"
 #include "scan/FilterTag.h"
+#include "support/Ascii.h"
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -16,11 +16,13 @@
 namespace STREAMENGINE_SPACE {
 namespace {
 
+using QLT_SPACE::lowered;
+
 /// @param tag  a "<" that counts, with two bytes behind it
 /// @return the bytes that it takes along as text, itself included; 0 if a filtered tag may open
 uint32_t textLength(const char* tag, uint8_t mode) {
     const FilterTag& candidate = filterDelTag[candidateTag(tag[1], mode)];
-    if (lower(tag[2]) == candidate.opening[2]) return 0;
+    if (lowered(tag[2]) == candidate.opening[2]) return 0;
     return candidate.modeMask != 0 ? 3 : 2;
 }
 
