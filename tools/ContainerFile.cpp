@@ -11,6 +11,7 @@
 #include "pattern/BodyRestoration.h"
 #include "pattern/ContainerFault.h"
 #include "pattern/PatternType.h"
+#include "pattern/ZVKDeflate.h"
 #include "pattern/ZVKPatternLoader.h"
 
 namespace zvk {
@@ -33,11 +34,6 @@ FilePtr temporaryFile() {
         fmt::format("cannot create a temporary file: {}", std::generic_category().message(errno)));
 }
 
-uint64_t lengthOf(std::FILE* file) {
-    struct stat status;
-    return fstat(fileno(file), &status) == 0 ? static_cast<uint64_t>(status.st_size) : 0;
-}
-
 }  // namespace
 
 std::string BrokenContainer::where() const {
@@ -47,7 +43,10 @@ std::string BrokenContainer::where() const {
 
 ContainerFile::ContainerFile(const std::string& path)
     : filePath(path), file(openPatternFile(path)) {
-    fileLength = lengthOf(file.get());
+    struct stat status;
+    if (fstat(fileno(file.get()), &status) != 0 || !S_ISREG(status.st_mode))
+        throw PatternError(fmt::format("{} is no regular file", path));
+    fileLength = static_cast<uint64_t>(status.st_size);
     ContainerHeader::Bytes bytes{};
     const size_t read = std::fread(bytes.data(), 1, bytes.size(), file.get());
     if (std::ferror(file.get()) != 0) throw PatternError(fmt::format("cannot read {}", path));
@@ -81,7 +80,7 @@ void ContainerFile::restore() {
     try {
         foundDigest = decipherBody(file.get(), fileHeader, deciphered.get());
     } catch (QLT_SPACE::Exception& failure) {
-        throw PatternError(failure.toString());
+        throw PatternError(fmt::format("{}: {}", filePath, failure.toString()));
     }
     isDigested = true;
     if (foundDigest != fileHeader.bodyDigest) {
@@ -89,44 +88,51 @@ void ContainerFile::restore() {
                               "the deciphered body has another digest than the header tells");
     }
     try {
-        inflateBody(deciphered.get(), restored.get());
-    } catch (QLT_SPACE::Exception& failure) {
+        inflateBody(deciphered.get(), restored.get(), fileHeader.bodyLength);
+    } catch (BrokenDeflateStream& fault) {
         throw BrokenContainer(Place::kFile, kContainerHeaderLength,
-                              fmt::format("the body cannot be inflated: {}", failure.toString()));
+                              fmt::format("the body cannot be inflated: {}", fault.toString()));
+    } catch (QLT_SPACE::Exception& failure) {
+        throw PatternError(fmt::format("{}: {}", filePath, failure.toString()));
     }
     body = std::move(restored);
 }
 
 uint64_t ContainerFile::bodyLength() const {
-    return lengthOf(body.get());
+    return BodyReader(body.get(), 1).length();
 }
 
 void ContainerFile::walk(const OnSection& onSection, const OnRecord& onRecord) const {
-    BodyReader table(body.get(), kSectionEntryLength);
-    BodyBudget budget{table.length()};
+    RestoredBody restored(body.get());
     for (uint32_t i = 0; i < fileHeader.sectionCount; ++i) {
         const uint64_t offset = fileHeader.sectionOffset(i);
         _SectionTable::Bytes bytes{};
-        if (!table.readAll(offset, bytes)) {
-            throw BrokenContainer(Place::kBody, offset,
-                                  fmt::format("entry {} of {} in the section table runs past the "
-                                              "end of the body, at {}",
-                                              i + 1, fileHeader.sectionCount, table.length()));
+        if (!restored.table.readAll(offset, bytes)) {
+            throw BrokenContainer(
+                Place::kBody, offset,
+                fmt::format("entry {} of {} in the section table runs past the "
+                            "end of the body, at {}",
+                            i + 1, fileHeader.sectionCount, restored.table.length()));
         }
         const _SectionTable section = _SectionTable::decode(bytes);
         onSection(i + 1, section);
-        const int type = PatternLoader::getPatternType(section.sectionMagic);
-        if (type == PATTERN_UNKNOWN) continue;
-        SectionReader reader(body.get(), section, budget);
-        uint32_t number = 0;
-        try {
-            if (type == PATTERN_MD5) reader.checkRecordCount();
-            for (number = 1; reader.next(); ++number) onRecord(i + 1, reader);
-        } catch (ContainerFault& fault) {
-            throw BrokenContainer(
-                Place::kBody, fault.offset,
-                fmt::format("section {}, record {}: {}", i + 1, number, fault.detail));
-        }
+        walkRecords(i + 1, section, restored, onRecord);
+    }
+}
+
+void ContainerFile::walkRecords(uint32_t number, const _SectionTable& section,
+                                RestoredBody& restored, const OnRecord& onRecord) {
+    const int type = PatternLoader::getPatternType(section.sectionMagic);
+    if (type == PATTERN_UNKNOWN) return;
+    SectionReader reader(restored, section);
+    uint32_t record = 0;
+    try {
+        if (type == PATTERN_MD5) reader.checkRecordCount();
+        for (record = 1; reader.next(); ++record) onRecord(number, reader);
+    } catch (ContainerFault& fault) {
+        const std::string where = record == 0 ? "" : fmt::format(", record {}", record);
+        throw BrokenContainer(Place::kBody, fault.offset,
+                              fmt::format("section {}{}: {}", number, where, fault.detail));
     }
 }
 

@@ -34,7 +34,7 @@ class BrokenContainer : public std::runtime_error {
 class ContainerFile {
   public:
     /// Opens the file and reads its header, which may be broken.
-    /// @throws PatternError if the file cannot be read
+    /// @throws PatternError if it is no regular file or cannot be read
     explicit ContainerFile(const std::string& path);
 
     const std::string& path() const { return filePath; }
@@ -44,7 +44,8 @@ class ContainerFile {
     bool hasHeader() const { return fileLength >= STREAMENGINE_SPACE::kContainerHeaderLength; }
 
     /// Checks the header and restores the body.
-    /// @throws BrokenContainer, or PatternError if a temporary file cannot be written
+    /// @throws BrokenContainer, or PatternError if a temporary file cannot be written, the body is
+    ///         longer than is allowed, or memory runs out
     void restore();
 
     /// Valid after the digest was computed by restore(), also when it is the wrong one.
@@ -67,6 +68,8 @@ class ContainerFile {
 
   private:
     void checkHeader() const;
+    static void walkRecords(uint32_t number, const STREAMENGINE_SPACE::_SectionTable& section,
+                            STREAMENGINE_SPACE::RestoredBody& restored, const OnRecord& onRecord);
 
     std::string filePath;
     QLT_SPACE::FilePtr file;

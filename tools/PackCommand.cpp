@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <string_view>
@@ -15,6 +16,7 @@
 #include "Output.h"
 #include "PatternFile.h"
 #include "ReplacedFile.h"
+#include "pattern/BodyRestoration.h"
 #include "pattern/ContainerWriter.h"
 #include "pattern/PatternType.h"
 #include "pattern/PlainLineReader.h"
@@ -81,6 +83,11 @@ class Packer {
                 output));
         }
         for (const std::string& path : arguments.inputs) {
+            std::error_code error;
+            if (std::filesystem::equivalent(path, output, error)) {
+                throw PatternError(
+                    fmt::format("cannot write {}: it is {}, which is to be packed", output, path));
+            }
             switch (PatternLoader::getPatternType(path.c_str())) {
                 case PATTERN_MD5:
                 case PATTERN_BASIC:
@@ -112,8 +119,11 @@ class Packer {
 
     void write() {
         ReplacedFile target(arguments.output);
+        uint64_t bodyLength = 0;
+        uint64_t limit = 0;
         try {
-            writer.write(target.stream());
+            bodyLength = writer.write(target.stream());
+            limit = bodyLimit(static_cast<uint64_t>(ftello(target.stream())));
         } catch (QLT_SPACE::Exception& failure) {
             throw PatternError(
                 fmt::format("cannot write {}: {}", arguments.output, failure.toString()));
@@ -125,6 +135,12 @@ class Packer {
         flushOutput();
         if (writer.patternTotal() == 0)
             complain(fmt::format("{}: holds no signature", arguments.output));
+        if (bodyLength > limit) {
+            complain(
+                fmt::format("{}: is restored to {} bytes; only a host whose environment has a "
+                            "{} as high as that loads it",
+                            arguments.output, bodyLength, kBodyLimitVariable));
+        }
     }
 
     const PackArguments& arguments;
@@ -150,23 +166,41 @@ uint32_t defaultBuildTime() {
     return time;
 }
 
-std::array<uint32_t, 4> parseVersion(const std::string& text) {
+uint32_t parseBuildTime(const std::string& text) {
+    uint32_t time = 0;
+    if (parseNumber(text, time)) return time;
+    throw CLI::ValidationError("--build-time",
+                               fmt::format("'{}' is not seconds from 0 to 4294967295", text));
+}
+
+std::array<uint32_t, 4> parseVersion(std::string_view text) {
     std::array<uint32_t, 4> version{};
-    const auto words = CLI::detail::split(text, '.');
-    bool isValid = words.size() == version.size();
-    for (size_t i = 0; isValid && i < version.size(); ++i)
-        isValid = parseNumber(words[i], version[i]);
-    if (!isValid) {
-        throw CLI::ValidationError("--set-version",
-                                   fmt::format("'{}' is not four numbers, like 1.0.0.37", text));
+    std::string_view rest = text;
+    for (size_t i = 0; i < version.size(); ++i) {
+        const bool isLast = i + 1 == version.size();
+        const size_t end = isLast ? rest.size() : std::min(rest.find('.'), rest.size());
+        if (!parseNumber(rest.substr(0, end), version[i]) || (!isLast && end == rest.size())) {
+            throw CLI::ValidationError(
+                "--set-version", fmt::format("'{}' is not four numbers, like 1.0.0.37", text));
+        }
+        rest.remove_prefix(isLast ? end : end + 1);
     }
     return version;
 }
 
+/// Declares an option that takes one of a few words.
+template <class Value>
+void addChoice(CLI::App& parser, const char* name, const std::map<std::string, Value>& choices,
+               Value& chosen, const char* typeName, const char* description) {
+    parser
+        .add_option_function<std::string>(
+            name, [choices, &chosen](const std::string& word) { chosen = choices.at(word); },
+            description)
+        ->check(CLI::IsMember(choices).description(""))
+        ->type_name(typeName);
+}
+
 CommandAction setUp(CLI::App& parser) {
-    const std::map<std::string, CipherMethod> ciphers = {
-        {"none", kCipherNone}, {"des", kCipherDes}, {"3des", kCipherTripleDes}};
-    const std::map<std::string, bool> nameForms = {{"fixed", true}, {"variable", false}};
     auto arguments = std::make_shared<PackArguments>();
     auto& settings = arguments->settings;
     parser.add_option("-o,--output", arguments->output, "The container; its name has no dot")
@@ -175,26 +209,26 @@ CommandAction setUp(CLI::App& parser) {
     parser.add_option("files", arguments->inputs, "Plain pattern files: .db, .ndb, .hdb")
         ->required()
         ->type_name("SIGFILE");
-    parser.add_option("--cipher", settings.cipherMethod, "none (the default), des or 3des")
-        ->transform(CLI::CheckedTransformer(ciphers).description(""))
-        ->type_name("CIPHER");
-    auto* buildTime =
-        parser.add_option("--build-time", settings.buildTime, "Seconds since 1970-01-01 UTC")
+    addChoice<CipherMethod>(
+        parser, "--cipher",
+        {{"none", kCipherNone}, {"des", kCipherDes}, {"3des", kCipherTripleDes}},
+        settings.cipherMethod, "CIPHER", "none (the default), des or 3des");
+    const auto* buildTime =
+        parser
+            .add_option_function<std::string>(
+                "--build-time",
+                [&settings](const std::string& text) { settings.buildTime = parseBuildTime(text); },
+                "Seconds since 1970-01-01 UTC")
             ->type_name("N");
     parser
         .add_option_function<std::string>(
             "--set-version",
-            [arguments](const std::string& text) {
-                arguments->settings.version = parseVersion(text);
-            },
+            [&settings](const std::string& text) { settings.version = parseVersion(text); },
             "Version of the signature set, 0.0.0.0 by default")
         ->type_name("A.B.C.D");
-    parser
-        .add_option(
-            "--names", settings.fixedNames,
-            "How names are kept: fixed, all padded to the longest, or variable (the default)")
-        ->transform(CLI::CheckedTransformer(nameForms).description(""))
-        ->type_name("FORM");
+    addChoice<bool>(
+        parser, "--names", {{"fixed", true}, {"variable", false}}, settings.fixedNames, "FORM",
+        "How names are kept: fixed, all padded to the longest, or variable (the default)");
     parser.add_flag("--strict", arguments->isStrict, "Write nothing if a line is refused");
     parser.footer(kFooter);
     return [arguments, buildTime] {

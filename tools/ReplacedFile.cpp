@@ -26,12 +26,17 @@ mode_t usualMode() {
 
 ReplacedFile::ReplacedFile(std::string targetPath) : target(std::move(targetPath)) {
     std::error_code error;
+    if (fs::is_symlink(fs::symlink_status(target, error))) {
+        const fs::path linked = fs::canonical(target, error);
+        if (error) fail(error.value());
+        target = linked;
+    }
     const fs::file_status status = fs::status(target, error);
+    const bool isNew = !fs::exists(status);
     if (fs::is_directory(status)) fail(EISDIR);
-    if (fs::exists(status) && !fs::is_regular_file(status)) fail(ENOTSUP);
-    if (fs::exists(status)) target = fs::canonical(target);
+    if (!isNew && !fs::is_regular_file(status)) fail(ENOTSUP);
 
-    temporary = target + ".XXXXXX";
+    temporary = fs::path(target).replace_filename(".zvk-XXXXXX");
     const int descriptor = mkstemp(temporary.data());
     if (descriptor == -1) {
         const int number = errno;
@@ -39,7 +44,11 @@ ReplacedFile::ReplacedFile(std::string targetPath) : target(std::move(targetPath
         fail(number);
     }
     file.reset(fdopen(descriptor, "w"));
-    if (!file || fchmod(descriptor, usualMode()) != 0) fail(errno);
+    const mode_t mode = isNew ? usualMode() : static_cast<mode_t>(status.permissions()) & 0777;
+    if (file && fchmod(descriptor, mode) == 0) return;
+    const int number = errno;
+    unlink(temporary.c_str());
+    fail(number);
 }
 
 ReplacedFile::~ReplacedFile() {
@@ -50,8 +59,13 @@ void ReplacedFile::write(std::string_view text) {
     if (std::fwrite(text.data(), 1, text.size(), file.get()) != text.size()) fail(errno);
 }
 
-void ReplacedFile::commit() {
+void ReplacedFile::close() {
     if (std::fflush(file.get()) != 0 || fsync(fileno(file.get())) != 0) fail(errno);
+    if (std::fclose(file.release()) != 0) fail(errno);
+}
+
+void ReplacedFile::commit() {
+    if (file) close();
     if (std::rename(temporary.c_str(), target.c_str()) != 0) fail(errno);
     temporary.clear();
 }

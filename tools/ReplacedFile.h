@@ -13,7 +13,7 @@ namespace zvk {
 class ReplacedFile {
   public:
     /// @param targetPath  what is to be written; an existing regular file is replaced, through a
-    ///                    symbolic link as well
+    ///                    symbolic link as well, and keeps its permissions
     /// @throws std::system_error, whose text names the target, if it or its folder cannot be used
     explicit ReplacedFile(std::string targetPath);
     /// Without commit() the target is as it was.
@@ -21,12 +21,17 @@ class ReplacedFile {
     ReplacedFile(const ReplacedFile&) = delete;
     ReplacedFile& operator=(const ReplacedFile&) = delete;
 
+    /// Null after close().
     std::FILE* stream() const { return file.get(); }
 
     /// @throws std::system_error
     void write(std::string_view text);
 
-    /// Brings the content to the disk and gives it the target's name.
+    /// Brings the content to the disk and closes the file.
+    /// @throws std::system_error
+    void close();
+
+    /// Gives the file, which is closed if it was not, the target's name.
     /// @throws std::system_error; the target is as it was then
     void commit();
 

@@ -27,10 +27,10 @@ constexpr const char* kFooter = R"(Examples:
   zvk unpack base -o lines
   zvk pack -o again lines/base-*
 
-Writes one plain pattern file for each section, named after the container, the section's number and
-the kind of its lines: base-1.ndb, base-2.db, base-3.hdb. Packed again in the order of these names
-they load to the same set. Files that exist are kept, unless --force is given. Nothing is written if
-the container is broken.
+Writes one plain pattern file for each section that has records, named after the container, the
+section's number and the kind of its lines: base-1.ndb, base-2.db, base-3.hdb. Packed again in the
+order of these names they load to the same set. Files that exist are kept, unless --force is given.
+Nothing is written if the container is broken.
 
 Exit status: 0 all records written, 1 some cannot stand in a plain file, 2 an error.)";
 
@@ -93,12 +93,14 @@ class Unpacker {
                                  arguments.path, number, table.sectionMagic));
             return;
         }
+        if (table.recordCount == 0) return;
+        if (!files.empty()) files.back()->close();  // there may be more of them than can be open
         const size_t digits = std::to_string(container.header().sectionCount).size();
         const fs::path path =
             fs::path(arguments.folder) / fmt::format("{}-{:0{}}{}",
                                                      fs::path(arguments.path).filename().string(),
                                                      number, digits, ending);
-        if (!arguments.isForced && fs::exists(path))
+        if (!arguments.isForced && fs::exists(fs::symlink_status(path)))
             throw PatternError(fmt::format("{} exists (see --force)", path.string()));
         paths.push_back(path.string());
         files.push_back(std::make_unique<ReplacedFile>(path.string()));

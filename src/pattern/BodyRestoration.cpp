@@ -1,5 +1,6 @@
 #include "pattern/BodyRestoration.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
@@ -58,18 +59,20 @@ std::array<uint8_t, 16> decipherBody(std::FILE* in, const ContainerHeader& heade
     return digest;
 }
 
-uint64_t bodyLimit() {
+uint64_t bodyLimit(uint64_t storedLength) {
+    const uint64_t usual =
+        std::clamp(storedLength * kMostInflation, kLeastBodyLimit, kMostBodyLimit);
     const char* text = std::getenv(kBodyLimitVariable);  // NOLINT(concurrency-mt-unsafe): read only
-    if (text == nullptr) return kDefaultBodyLimit;
+    if (text == nullptr) return usual;
     uint64_t limit = 0;
     const char* end = text + std::strlen(text);
     const auto [stop, error] = std::from_chars(text, end, limit);
-    return error == std::errc() && stop == end ? limit : kDefaultBodyLimit;
+    return error == std::errc() && stop == end ? limit : usual;
 }
 
-void inflateBody(std::FILE* deciphered, std::FILE* out) {
+void inflateBody(std::FILE* deciphered, std::FILE* out, uint64_t storedLength) {
     std::rewind(deciphered);
-    DeflateDecompressor(false, bodyLimit()).decompress(deciphered, out);
+    DeflateDecompressor(false, bodyLimit(storedLength)).decompress(deciphered, out);
     if (std::fflush(out) != 0) throw writeFailure();
 }
 
@@ -88,11 +91,11 @@ FilePtr PatternLoader::decryptBody(std::FILE* file, const ContainerHeader& heade
     return deciphered;
 }
 
-FilePtr PatternLoader::uncompressBody(const FilePtr deciphered) {
+FilePtr PatternLoader::uncompressBody(const FilePtr deciphered, const ContainerHeader& header) {
     FilePtr body = createTemporaryFile();
     if (body == nullptr) return nullptr;
     try {
-        inflateBody(deciphered.get(), body.get());
+        inflateBody(deciphered.get(), body.get(), header.bodyLength);
     } catch (Exception& failure) {
         ZVK_ERROR("compress fail : %s", failure.toString());
         return nullptr;
@@ -103,7 +106,7 @@ FilePtr PatternLoader::uncompressBody(const FilePtr deciphered) {
 FilePtr PatternLoader::restoreBody(std::FILE* file, const ContainerHeader& header) {
     FilePtr deciphered = decryptBody(file, header);
     if (deciphered == nullptr) return nullptr;
-    return uncompressBody(std::move(deciphered));
+    return uncompressBody(std::move(deciphered), header);
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -12,13 +12,12 @@ namespace {
 using QLT_SPACE::Exception;
 
 constexpr const char* kUnit = "ZVKPatternLoader";
-constexpr size_t kTableWindow = 4096;
 
-_SectionTable readSectionEntry(BodyReader& body, const ContainerHeader& header, uint32_t index) {
+_SectionTable readSectionEntry(BodyReader& table, const ContainerHeader& header, uint32_t index) {
     _SectionTable::Bytes bytes{};
     const uint64_t offset = header.sectionOffset(index);
-    if (!body.readAll(offset, bytes)) {
-        const size_t length = body.view(offset, bytes.size()).size();
+    if (!table.readAll(offset, bytes)) {
+        const size_t length = table.view(offset, bytes.size()).size();
         ZVK_ERROR("fail to read section table, readlen[%d]", static_cast<int>(length));
         throw Exception("fail to read section table.");
     }
@@ -27,18 +26,17 @@ _SectionTable readSectionEntry(BodyReader& body, const ContainerHeader& header, 
 
 }  // namespace
 
-int PatternLoader::loadSections(std::FILE* body, const ContainerHeader& header,
+int PatternLoader::loadSections(std::FILE* file, const ContainerHeader& header,
                                 PatternContainer& container) {
-    BodyReader table(body, kTableWindow);
-    BodyBudget budget{table.length()};
+    RestoredBody body(file);
     uint32_t total = 0;
     for (uint32_t i = 0; i < header.sectionCount; ++i) {
-        const _SectionTable section = readSectionEntry(table, header, i);
+        const _SectionTable section = readSectionEntry(body.table, header, i);
         if (getPatternType(section.sectionMagic) == PATTERN_UNKNOWN) {
             ZVK_ERROR("table magic[%08x] is invalid", section.sectionMagic);
             continue;
         }
-        if (!parseSection(body, section, budget, container)) {
+        if (!parseSection(body, section, container)) {
             ZVK_ERROR("fail to parse section table[%08x].", section.sectionMagic);
             throw Exception("fail to parse section table.");
         }
@@ -47,14 +45,14 @@ int PatternLoader::loadSections(std::FILE* body, const ContainerHeader& header,
     return static_cast<int>(total);
 }
 
-bool PatternLoader::parseSection(std::FILE* body, const _SectionTable& section, BodyBudget& budget,
+bool PatternLoader::parseSection(RestoredBody& body, const _SectionTable& section,
                                  PatternContainer& container) {
     currentLine = 0;
     const int type = getPatternType(section.sectionMagic);
-    SectionReader reader(body, section, budget);
+    SectionReader reader(body, section);
     try {
         if (type == PATTERN_MD5 && section.recordCount != 0) {
-            reader.checkRecordCount();  // before so many are allocated
+            reader.checkRecordCount();  // before room is made for so many
             if (!container.md5List.allocate(static_cast<int>(section.recordCount))) return false;
         }
         while (reader.next()) {

@@ -16,8 +16,6 @@ namespace {
 using QLT_SPACE::Exception;
 using QLT_SPACE::Utils;
 
-constexpr size_t kNameOffsetRoom = 10;  // digits of the largest name offset that is written
-constexpr size_t kLongestRest = kLongestRecord - kNameOffsetRoom;
 constexpr uint64_t kLongestBody = std::numeric_limits<int32_t>::max();  // readers' name offsets
 
 uint32_t magicOf(int type) {
@@ -80,8 +78,10 @@ void writeHeader(const ContainerHeader& header, std::FILE* file) {
 /// Where everything stands in the restored body: the section table, the records of each section,
 /// the name table.
 struct ContainerWriter::BodyLayout {
+    size_t longestName = 0;             // bytes
     std::vector<uint32_t> nameOffsets;  // of each name in the table
     std::vector<_SectionTable> entries;
+    uint64_t length = 0;  // bytes
 };
 
 void ContainerWriter::addLine(std::string_view line, int type) {
@@ -94,34 +94,40 @@ void ContainerWriter::addLine(std::string_view line, int type) {
     }
     const std::string_view rest =
         magic == kMD5Section ? line.substr(0, field.position) : line.substr(field.length);
-    if (rest.size() > kLongestRest) {
-        throw Exception(Utils::formatString(
-            "%zu bytes beside the name, a container holds up to %zu", rest.size(), kLongestRest));
+    const std::string name(line.substr(field.position, field.length));
+    const size_t length = rest.size() + std::to_string(mostOffsetOf(name)).size();
+    if (length > kLongestRecord) {
+        throw Exception(Utils::formatString("a record of %zu bytes, a container holds up to %u",
+                                            length, kLongestRecord));
     }
-    const uint32_t name = indexOfName(line.substr(field.position, field.length));
-    sectionOf(magic).records.push_back({std::string(rest), name});
+    if (sections.empty() || sections.back().magic != magic) sections.push_back({magic, {}});
+    sections.back().records.push_back({std::string(rest), indexOfName(name)});
     ++total;
 }
 
-ContainerWriter::Section& ContainerWriter::sectionOf(uint32_t magic) {
-    const auto found = std::find_if(sections.begin(), sections.end(),
-                                    [magic](const Section& s) { return s.magic == magic; });
-    return found != sections.end() ? *found : sections.emplace_back(Section{magic, {}});
+uint64_t ContainerWriter::mostOffsetOf(const std::string& name) const {
+    if (const auto known = nameIndices.find(name); known != nameIndices.end())
+        return names[known->second].mostOffset;
+    if (names.empty()) return 0;
+    const Name& last = names.back();
+    return last.mostOffset + (settings.fixedNames ? kLongestName : 1 + last.text.size());
 }
 
-uint32_t ContainerWriter::indexOfName(std::string_view name) {
-    const auto [entry, isNew] = nameIndices.try_emplace(std::string(name), nameTotal());
-    if (isNew) names.emplace_back(name);
-    longestName = std::max(longestName, name.size());
+uint32_t ContainerWriter::indexOfName(const std::string& name) {
+    const uint64_t offset = mostOffsetOf(name);
+    const auto [entry, isNew] = nameIndices.try_emplace(name, nameTotal());
+    if (isNew) names.push_back({name, offset});
     return entry->second;
 }
 
 ContainerWriter::BodyLayout ContainerWriter::layOutBody() const {
     BodyLayout layout;
+    for (const Name& name : names)
+        layout.longestName = std::max(layout.longestName, name.text.size());
     uint64_t nameOffset = 0;
-    for (const std::string& name : names) {
+    for (const Name& name : names) {
         layout.nameOffsets.push_back(checkedOffset(nameOffset));
-        nameOffset += settings.fixedNames ? longestName : 1 + name.size();
+        nameOffset += settings.fixedNames ? layout.longestName : 1 + name.text.size();
     }
     uint64_t offset = sections.size() * kSectionEntryLength;
     for (const Section& section : sections) {
@@ -132,13 +138,13 @@ ContainerWriter::BodyLayout ContainerWriter::layOutBody() const {
             offset += kRecordHeaderLength + recordText(record.rest, place, section.magic).size();
         }
     }
-    checkedOffset(offset + kNameTableHeaderLength + nameOffset);
+    layout.length = checkedOffset(offset + kNameTableHeaderLength + nameOffset);
     for (_SectionTable& entry : layout.entries)
         entry.nameTableOffset = static_cast<uint32_t>(offset);
     return layout;
 }
 
-void ContainerWriter::write(std::FILE* file) const {
+uint64_t ContainerWriter::write(std::FILE* file) const {
     const BodyLayout layout = layOutBody();
     ContainerHeader header;
     header.magic = kContainerMagic;
@@ -153,9 +159,10 @@ void ContainerWriter::write(std::FILE* file) const {
     BodyWriter body(file, header);
     for (const _SectionTable& entry : layout.entries) body.write(entry.encode());
     for (const Section& section : sections) writeRecords(section, layout, body);
-    writeNames(body);
+    writeNames(layout, body);
     body.finish(header);
     writeHeader(header, file);
+    return layout.length;
 }
 
 void ContainerWriter::writeRecords(const Section& section, const BodyLayout& layout,
@@ -168,20 +175,21 @@ void ContainerWriter::writeRecords(const Section& section, const BodyLayout& lay
     }
 }
 
-void ContainerWriter::writeNames(BodyWriter& body) const {
+void ContainerWriter::writeNames(const BodyLayout& layout, BodyWriter& body) const {
     NameTableHeader header;
     if (settings.fixedNames) {
         header.fixedNames = 1;
-        header.fixedNameSize = static_cast<uint16_t>(longestName);
+        header.fixedNameSize = static_cast<uint16_t>(layout.longestName);
     }
     body.write(header.encode());
-    for (std::string name : names) {
+    for (const Name& name : names) {
+        std::string text = name.text;
         if (settings.fixedNames) {
-            name.resize(longestName, '\0');
+            text.resize(layout.longestName, '\0');
         } else {
-            name.insert(name.begin(), static_cast<char>(name.size()));
+            text.insert(text.begin(), static_cast<char>(text.size()));
         }
-        body.write(name);
+        body.write(text);
     }
 }
 

@@ -1,8 +1,9 @@
 // ContainerWriter: makes container pattern files, which PatternLoader reads.
 //
-// One section a kind of line, in the order in which the kinds came; one name table, which all of
-// them share and which holds each name once. Equal lines and settings give equal bytes (as far as
-// zlib does).
+// One section for each run of lines of one kind, so that the order of all lines is kept: of several
+// matches at one place the order decides which one is told. One name table, which all sections
+// share and which holds each name once. Equal lines and settings give equal bytes (as far as zlib
+// does).
 #pragma once
 
 #include <array>
@@ -38,9 +39,10 @@ class ContainerWriter {
     void addLine(std::string_view line, int type);
 
     /// Writes the whole container from the start of an empty file and flushes it.
+    /// @return bytes that its body has when it is restored
     /// @throws QLT_SPACE::Exception if a length is more than the format can tell, or the file
     ///         cannot be written; it is then of no use
-    void write(std::FILE* file) const;
+    uint64_t write(std::FILE* file) const;
 
     uint32_t patternTotal() const { return total; }
     uint32_t nameTotal() const { return static_cast<uint32_t>(names.size()); }
@@ -54,19 +56,22 @@ class ContainerWriter {
         uint32_t magic;
         std::vector<Record> records;
     };
+    struct Name {
+        std::string text;
+        uint64_t mostOffset;  // the name offset that it has, or with fixed names has at most
+    };
     struct BodyLayout;
 
-    Section& sectionOf(uint32_t magic);
-    uint32_t indexOfName(std::string_view name);
+    uint64_t mostOffsetOf(const std::string& name) const;
+    uint32_t indexOfName(const std::string& name);
     BodyLayout layOutBody() const;
     void writeRecords(const Section& section, const BodyLayout& layout, BodyWriter& body) const;
-    void writeNames(BodyWriter& body) const;
+    void writeNames(const BodyLayout& layout, BodyWriter& body) const;
 
     ContainerSettings settings;
     std::vector<Section> sections;
-    std::vector<std::string> names;  // in the order of their first use
+    std::vector<Name> names;  // in the order of their first use
     std::unordered_map<std::string, uint32_t> nameIndices;
-    size_t longestName = 0;
     uint32_t total = 0;  // records of all sections
 };
 

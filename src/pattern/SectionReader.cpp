@@ -1,7 +1,6 @@
 #include "pattern/SectionReader.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "pattern/ContainerFault.h"
 #include "support/Utils.h"
@@ -17,6 +16,7 @@ constexpr const char* kNoName = "fail to get name";
 // Records are read one after the other, names mostly from any place.
 constexpr size_t kRecordWindow = 32768;
 constexpr size_t kNameWindow = 8192;
+constexpr size_t kTableWindow = 4096;
 static_assert(kRecordWindow >= kLongestRecord && kNameWindow >= kLongestName);
 
 /// Texts and names are strings that end at a NUL, if they hold one.
@@ -38,18 +38,22 @@ ContainerFault nameRunsOut(uint64_t offset) {
 
 }  // namespace
 
-SectionReader::SectionReader(std::FILE* file, const _SectionTable& table, BodyBudget& bodyBudget)
-    : records(file, kRecordWindow),
+RestoredBody::RestoredBody(std::FILE* file)
+    : table(file, kTableWindow),
+      records(file, kRecordWindow),
       names(file, kNameWindow),
+      recordBytesLeft(table.length()) {}
+
+SectionReader::SectionReader(RestoredBody& restoredBody, const _SectionTable& table)
+    : body(restoredBody),
       section(table),
-      budget(bodyBudget),
       recordsLeft(table.recordCount),
       position(table.recordOffset) {}
 
 void SectionReader::checkRecordCount() const {
     constexpr uint64_t kShortestRecord = kRecordHeaderLength + kShortestRecordText;
-    const uint64_t behind = records.length() - std::min(position, records.length());
-    const uint64_t room = std::min(behind, budget.recordBytes) / kShortestRecord;
+    const uint64_t behind = body.records.length() - std::min(position, body.records.length());
+    const uint64_t room = std::min(behind, body.recordBytesLeft) / kShortestRecord;
     if (section.recordCount <= room) return;
     throw ContainerFault(
         kShortRead,
@@ -81,7 +85,7 @@ std::string_view SectionReader::readText() {
         return ContainerFault(kShortRead, "the record runs past the end of the body", position);
     };
     RecordHeaderBytes header{};
-    if (!records.readAll(position, header)) throw shortRead();
+    if (!body.records.readAll(position, header)) throw shortRead();
     const uint32_t length = decodeRecordLength(header);
     if (length > kLongestRecord) {
         throw ContainerFault(
@@ -89,15 +93,15 @@ std::string_view SectionReader::readText() {
             Utils::formatString("a record of %u bytes, %u are allowed", length, kLongestRecord),
             position);
     }
-    const std::string_view stored = records.view(position + header.size(), length);
+    const std::string_view stored = body.records.view(position + header.size(), length);
     if (stored.size() != length) throw shortRead();
     const uint64_t whole = header.size() + length;
-    if (whole > budget.recordBytes) {
+    if (whole > body.recordBytesLeft) {
         throw ContainerFault(
             kShortRead, "the records of all sections are longer than the body, so some overlap",
             position);
     }
-    budget.recordBytes -= whole;
+    body.recordBytesLeft -= whole;
     position += whole;
     return upToNul(stored);
 }
@@ -116,20 +120,19 @@ std::optional<SectionReader::NameField> SectionReader::getPatternNameOffset(uint
         field.length = text.size() - field.position;
     }
     if (field.length == 0 || field.length > kLongestNameOffset) return std::nullopt;
-    int64_t value = 0;  // 16 digits fit
+    uint64_t value = 0;  // 16 digits fit
     for (const char c : text.substr(field.position, field.length)) {
         if (c < '0' || c > '9') return std::nullopt;
-        value = value * 10 + (c - '0');
+        value = value * 10 + static_cast<uint64_t>(c - '0');
     }
-    constexpr int64_t kLargest = std::numeric_limits<int32_t>::max();
-    field.nameOffset = static_cast<int32_t>(std::min(value, kLargest));
+    field.nameOffset = value;
     return field;
 }
 
 void SectionReader::readNameTableHeader() {
     NameTableHeader::Bytes bytes{};
     const uint64_t place = section.nameTableOffset;
-    if (!names.readAll(place, bytes))
+    if (!body.names.readAll(place, bytes))
         throw ContainerFault(kNoName, "the name table runs past the end of the body", place);
     const NameTableHeader header = NameTableHeader::decode(bytes);
     if (header.fixedNames == 1 && !isNameLength(header.fixedNameSize)) {
@@ -140,19 +143,18 @@ void SectionReader::readNameTableHeader() {
     nameTable = header;
 }
 
-std::string_view SectionReader::getPatternName(int32_t nameOffset) {
+std::string_view SectionReader::getPatternName(uint64_t nameOffset) {
     if (!nameTable) readNameTableHeader();
-    uint64_t place = uint64_t{section.nameTableOffset} + kNameTableHeaderLength +
-                     static_cast<uint64_t>(nameOffset);
+    uint64_t place = section.nameTableOffset + kNameTableHeaderLength + nameOffset;
     uint32_t length = nameTable->fixedNameSize;
     if (nameTable->fixedNames != 1) {
         std::array<uint8_t, 1> lengthByte{};
-        if (!names.readAll(place, lengthByte)) throw nameRunsOut(place);
+        if (!body.names.readAll(place, lengthByte)) throw nameRunsOut(place);
         length = lengthByte[0];
         if (!isNameLength(length)) throw ContainerFault(kNoName, wrongLengthText(length), place);
         place += lengthByte.size();
     }
-    const std::string_view stored = names.view(place, length);
+    const std::string_view stored = body.names.view(place, length);
     if (stored.size() != length) throw nameRunsOut(place);
     return upToNul(stored);
 }

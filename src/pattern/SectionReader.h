@@ -11,20 +11,26 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// Shares one BodyBudget with the readers of the file's other sections.
+/// A restored body as the readers of its sections share it.
 ///
 /// Sections may lie anywhere, also on top of one another, so that a small body could tell of
 /// endlessly many records. What all sections read together is held to the body's length: each byte
 /// serves as a record once.
-struct BodyBudget {
-    uint64_t recordBytes;  // still to be read, length fields included
+struct RestoredBody {
+    /// @param file  borrowed; nothing unwritten in its buffer
+    explicit RestoredBody(std::FILE* file);
+
+    BodyReader table;
+    BodyReader records;
+    BodyReader names;  // readers of their own, as these lie apart
+    uint64_t recordBytesLeft;
 };
 
 class SectionReader {
   public:
-    /// @param file   the body, borrowed
-    /// @param table  the section's entry
-    SectionReader(std::FILE* file, const _SectionTable& table, BodyBudget& bodyBudget);
+    /// @param restoredBody  borrowed
+    /// @param table         the section's entry
+    SectionReader(RestoredBody& restoredBody, const _SectionTable& table);
 
     /// @throws ContainerFault if the body cannot hold as many records as the section tells
     void checkRecordCount() const;
@@ -45,26 +51,24 @@ class SectionReader {
     struct NameField {
         size_t position;
         size_t length;
-        int32_t nameOffset;
+        uint64_t nameOffset;
     };
     /// @return nothing if the record has no such field or it is not 1 to 16 decimal digits
     static std::optional<NameField> getPatternNameOffset(uint32_t magic, std::string_view text);
 
   private:
     std::string_view readText();
-    std::string_view getPatternName(int32_t nameOffset);
+    std::string_view getPatternName(uint64_t nameOffset);
     void readNameTableHeader();
 
-    BodyReader records;
-    BodyReader names;  // a window of its own: records and names lie apart
+    RestoredBody& body;
     _SectionTable section;
-    BodyBudget& budget;
     uint32_t recordsLeft;
     uint64_t position;  // of the next record
     std::optional<NameTableHeader> nameTable;
     uint64_t recordOffset = 0;
-    std::string_view recordText;  // in the window of records
-    std::string_view recordName;  // in the window of names
+    std::string_view recordText;  // in the window of body.records
+    std::string_view recordName;  // in the window of body.names
     std::string recordLine;
 };
 

@@ -43,7 +43,8 @@ class Inflation {
         while (result != Z_STREAM_END) {
             if (stream.avail_in == 0 && !inputEnded) readInput();
             result = inflate(&stream, Z_NO_FLUSH);
-            if (result == Z_NEED_DICT) throw Exception("inflate: need dictionary", kUnit, __LINE__);
+            if (result == Z_NEED_DICT)
+                throw BrokenDeflateStream("inflate: need dictionary", kUnit, __LINE__);
             if (result == Z_MEM_ERROR) throw OutOfMemoryException(kUnit, __LINE__);
             if (result != Z_OK && result != Z_STREAM_END) fail(result);
             if (result == Z_STREAM_END || stream.avail_out == 0) writeOutput();
@@ -56,9 +57,9 @@ class Inflation {
 
   private:
     [[noreturn]] void fail(int result) const {
-        throw Exception(Utils::formatString("inflate: error%d: %s", result,
-                                            stream.msg != nullptr ? stream.msg : ""),
-                        kUnit, __LINE__);
+        throw BrokenDeflateStream(Utils::formatString("inflate: error%d: %s", result,
+                                                      stream.msg != nullptr ? stream.msg : ""),
+                                  kUnit, __LINE__);
     }
 
     Exception tooLong() const {

@@ -5,7 +5,15 @@
 #include <cstdio>
 #include <limits>
 
+#include "support/Exception.h"
+
 namespace STREAMENGINE_SPACE {
+
+/// The stream itself is at fault, not what its inflation needs.
+class BrokenDeflateStream : public QLT_SPACE::Exception {
+  public:
+    using Exception::Exception;
+};
 
 class DeflateDecompressor {
   public:
@@ -19,9 +27,10 @@ class DeflateDecompressor {
 
     /// Inflates from the position of in, which is left behind the end of the deflate stream, to the
     /// position of out. Both stay the caller's.
-    /// @throws QLT_SPACE::Exception if a file is null, the stream is broken, cut or too long, or
-    ///         out cannot be written
+    /// @throws BrokenDeflateStream if the stream is broken or cut
     /// @throws QLT_SPACE::OutOfMemoryException
+    /// @throws QLT_SPACE::Exception if a file is null, the output is too long, or out cannot be
+    ///         written
     void decompress(std::FILE* in, std::FILE* out) const;
 
   private:

@@ -22,7 +22,7 @@
 namespace STREAMENGINE_SPACE {
 
 class PatternContainer;
-struct BodyBudget;
+struct RestoredBody;
 
 class PatternLoader {
   public:
@@ -49,13 +49,12 @@ class PatternLoader {
     /// Hands all records of the sections that the header names to container.
     /// @return the number of records
     /// @throws QLT_SPACE::Exception if the table or a section of a known kind is broken
-    static int loadSections(std::FILE* body, const ContainerHeader& header,
+    static int loadSections(std::FILE* file, const ContainerHeader& header,
                             PatternContainer& container);
 
     /// Hands the records of one section to container; records that it refuses are logged.
-    /// @param budget  shared by the sections of one body
     /// @return false if the section is broken; with a log line, but for a reservation that failed
-    static bool parseSection(std::FILE* body, const _SectionTable& section, BodyBudget& budget,
+    static bool parseSection(RestoredBody& body, const _SectionTable& section,
                              PatternContainer& container);
 
     static void printHeader(const char* name, const ContainerHeader& header);
@@ -68,7 +67,8 @@ class PatternLoader {
     /// checked, and inflating from the start of the file, which is closed in any case.
     /// @return null, after a log line, if the body is not valid
     static QLT_SPACE::FilePtr decryptBody(std::FILE* file, const ContainerHeader& header);
-    static QLT_SPACE::FilePtr uncompressBody(QLT_SPACE::FilePtr deciphered);
+    static QLT_SPACE::FilePtr uncompressBody(QLT_SPACE::FilePtr deciphered,
+                                             const ContainerHeader& header);
 
     static int getLineNo() { return currentLine; }
     static const char* getPatternFileName() { return currentFile.data(); }

@@ -182,6 +182,19 @@ TEST(ContainerRoundTrip, FindsWhatThePlainFilesFind) {
     EXPECT_GT(detections, 2000U);
 }
 
+// Of equal signatures the newest is told: kinds that take turns have to stay in their order.
+TEST(ContainerRoundTrip, KeepsTheOrderOfKinds) {
+    const TempFolder folder;
+    const std::string evil = hex("evilcode(1)");
+    const std::vector<PlainFile> files = {{PATTERN_BASIC, {"A=" + evil}},
+                                          {PATTERN_EXTENDED, {"B:0:*:" + evil}},
+                                          {PATTERN_BASIC, {"C=" + evil}}};
+    pack(folder.path("set"), files, {});
+    _ZVKPatternInfo info = {};
+    const auto names = found({folder.path("set").c_str(), nullptr}, {"x<br>evilcode(1)"}, info);
+    EXPECT_EQ(names[0], std::vector<std::string>{"C"});
+}
+
 TEST(ContainerRoundTrip, DefaultFilesMakeOneSet) {
     const TempFolder folder;
     std::filesystem::create_directory(folder.path("pattern"));
@@ -212,7 +225,7 @@ TEST(ContainerRoundTrip, DefaultFilesMakeOneSet) {
 
 TEST(ContainerWriter, LinesThatTheFormatCannotHold) {
     ContainerWriter writer({});
-    const std::string longRest(4086, '6');
+    const std::string longRest(4096, '6');
     const std::tuple<std::string, int, const char*> cases[] = {
         {std::string(126, 'n') + "=6162", PATTERN_BASIC, ""},
         {std::string(127, 'n') + "=6162", PATTERN_BASIC,
@@ -222,9 +235,10 @@ TEST(ContainerWriter, LinesThatTheFormatCannotHold) {
         {std::string(32, 'a') + ":5", PATTERN_MD5, "no name"},
         {std::string(32, 'a') + ":5:", PATTERN_MD5, "no name"},
         {"n" + longRest, PATTERN_BASIC, "no name"},
-        {"n=" + longRest.substr(1), PATTERN_BASIC, ""},
-        {"n=" + longRest, PATTERN_BASIC,
-         "4087 bytes beside the name, a container holds up to 4086"},
+        {"n=" + longRest.substr(4), PATTERN_BASIC, ""},  // its name offset is 127
+        {"n=" + longRest.substr(3), PATTERN_BASIC,
+         "a record of 4097 bytes, a container holds up to 4096"},
+        {std::string(126, 'n') + "=" + longRest.substr(2), PATTERN_BASIC, ""},
         {"n=6162", PATTERN_HWINFO, "lines of type 6 cannot be packed"},
     };
     for (const auto& [line, type, reason] : cases) {
@@ -235,7 +249,8 @@ TEST(ContainerWriter, LinesThatTheFormatCannotHold) {
             EXPECT_STREQ(refusal.toString(), reason);
         }
     }
-    EXPECT_EQ(writer.patternTotal(), 2U);
+    EXPECT_EQ(writer.patternTotal(), 3U);
+    EXPECT_EQ(writer.nameTotal(), 2U);
     const QLT_SPACE::FilePtr full(std::fopen("/dev/full", "wb"));
     EXPECT_THROW(writer.write(full.get()), QLT_SPACE::Exception);
 }

@@ -139,6 +139,9 @@ class ProgramTest(unittest.TestCase):
         page = self.write("a.html", PAGE)
         unknown = self.write("set.txt", b"")
         container = self.write("container", b"VQPattern")
+        link, dangling = self.folder / "link", self.folder / "dangling"
+        link.symlink_to(self.patterns)
+        dangling.symlink_to(self.folder / "nowhere")
         cases = [
             ((), "subcommand"),
             (("scan", page), "--patterns"),
@@ -160,7 +163,12 @@ class ProgramTest(unittest.TestCase):
             (("pack", "-o", self.folder / "x", "--cipher", "aes", self.patterns), "aes"),
             (("pack", "-o", self.folder / "x", "--set-version", "1.2.3", self.patterns), "1.2.3"),
             (("pack", "-o", "/dev/full", self.patterns), "/dev/full"),
+            (("pack", "-o", self.folder / "x", "--set-version", "1.2.3.4.", self.patterns), "1.2.3.4."),
+            (("pack", "-o", self.folder / "x", "--build-time", "0x10", self.patterns), "0x10"),
+            (("pack", "-o", link, self.patterns), "which is to be packed"),
+            (("pack", "-o", dangling, self.patterns), "dangling"),
             (("inspect", self.folder / "none"), "none"),
+            (("inspect", "/dev/null"), "/dev/null"),
             (("inspect", self.folder), str(self.folder)),
             (("unpack", container, "-o", self.folder / "o"), "offset 9 of the file"),
             (("filter", "--scan", page), "--patterns"),
@@ -273,6 +281,9 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual([line.split(" ")[1] for line in err.splitlines()],
                          [f"{patterns}:2:", f"{patterns}:3:"])
         self.assertIn("up to 126", err)
+        packed.chmod(0o600)
+        run("pack", "-o", packed, patterns)
+        self.assertEqual(packed.stat().st_mode & 0o777, 0o600)
         self.assertEqual(read_container(packed.read_bytes())[0][1], [b"Good=61626364656667686970"])
         self.assertEqual([path.name for path in self.folder.iterdir() if "packed" in path.name],
                          ["packed"])
