@@ -29,9 +29,9 @@ constexpr const char* kFooter = R"(Examples:
   zvk inspect base --records | grep -c Script
 
 Tells the header, the digest that the body has, the sections and, with --records, each record as
-section, offset in the restored body, name and signature line. A body that would restore to more than
-1 GiB is refused; the environment variable ZVK_BODY_LIMIT sets another limit, in bytes. Lines that the
-engine refuses are no fault of a container; 'zvk info' tells them.
+section, offset in the restored body, name and signature line. Of a body that would restore to far more
+than lines deflate to nothing is told, unless the environment variable ZVK_BODY_LIMIT allows as many
+bytes. Lines that the engine refuses are no fault of a container; 'zvk info' tells them.
 
 Exit status: 0 a sound container, 1 a broken one, 2 an error.)";
 

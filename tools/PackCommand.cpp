@@ -41,7 +41,7 @@ that the engine tells of the set; if it is not given it is SOURCE_DATE_EPOCH or,
 Equal input, settings and build time give equal bytes.
 
 A cipher keeps names and signatures from a casual look, no more: its key is in the file. It makes
-loading slower, 3des about twice as slow.
+loading slower, 3des more than twice as slow.
 
 Exit status: 0 all lines packed, 1 some were refused, 2 an error.)";
 

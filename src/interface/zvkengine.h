@@ -163,8 +163,9 @@ struct _ZVKEngineInfo {
  * file of any other name loads nothing.
  *
  * A container file is restored through two temporary files where tmpfile() puts them. One that
- * would restore to more than 1 GiB is broken, unless the environment variable ZVK_BODY_LIMIT, a
- * decimal number of bytes, allows it.
+ * would restore to more than 100 times its body's length (or 16 MiB, if that is more), or to more
+ * than 1 GiB, is broken, unless the environment variable ZVK_BODY_LIMIT, a decimal number of bytes,
+ * allows it.
  */
 struct _ZVKPatternFile {
     const char* base;   /**< path of the base pattern file, NUL-terminated; required */
