@@ -86,7 +86,8 @@ void addUnboundedParts(TrieTree& tree, const SignatureTraits& traits, const char
     place.sigid = ++tree.lastSigid;
     place.parts = countParts(hexsig, "*");
     for (place.partno = 1; place.partno <= place.parts; ++place.partno) {
-        const auto part = Utils::strToK(hexsig, place.partno - 1, "*");
+        const auto part = Utils::strToK(hexsig, 0, "*");
+        hexsig = Utils::skipToken(hexsig, "*");
         if (!part) {
             throw Exception(Utils::formatString(
                 "Can't extract part %d of partial signature [%s:%d]", place.partno,
@@ -101,10 +102,12 @@ std::vector<uint8_t> groupValues(const std::string& group) {
     const auto bars = std::count(group.begin(), group.end(), '|');
     if (bars == 0) throw malformed();
     std::vector<uint8_t> values;
-    for (int i = 0; i <= bars; ++i) {
-        const auto alternative = Utils::strToK(group.c_str(), i, "|");
+    const char* rest = group.c_str();
+    for (auto i = bars; i >= 0; --i) {
+        const auto alternative = Utils::strToK(rest, 0, "|");
         if (!alternative) throw malformed();
         values.push_back(PatternParser::hex2str(*alternative).front());
+        rest = Utils::skipToken(rest, "|");
     }
     return values;
 }

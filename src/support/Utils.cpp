@@ -18,13 +18,15 @@ std::string Utils::formatString(const char* format, ...) {
 
 std::optional<std::string> Utils::strToK(const char* text, int index, const char* delimiters) {
     const char* token = text;
-    for (int passed = 0; passed < index; ++passed) {
-        token += std::strcspn(token, delimiters);
-        token += std::strspn(token, delimiters);
-    }
+    for (int passed = 0; passed < index; ++passed) token = skipToken(token, delimiters);
     const size_t length = std::strcspn(token, delimiters);
     if (length == 0) return std::nullopt;
     return std::string(token, length);
+}
+
+const char* Utils::skipToken(const char* text, const char* delimiters) {
+    text += std::strcspn(text, delimiters);
+    return text + std::strspn(text, delimiters);
 }
 
 }  // namespace QLT_SPACE

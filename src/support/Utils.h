@@ -18,6 +18,9 @@ class Utils {
     /// "a::b" has the tokens "a" and "b"; token 0 begins at the first character.
     /// @return the token, or nothing if the text has no such token or it is empty
     static std::optional<std::string> strToK(const char* text, int index, const char* delimiters);
+    /// @return where token 1 of the text begins, its end if there is none: from there on it is
+    /// token 0
+    static const char* skipToken(const char* text, const char* delimiters);
 };
 
 }  // namespace QLT_SPACE
