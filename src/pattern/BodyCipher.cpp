@@ -30,16 +30,16 @@ void eachBlock(const uint8_t* in, uint8_t* out, size_t length, TurnBlock turnBlo
     for (size_t i = 0; i + kBlockLength <= length; i += kBlockLength) turnBlock(in + i, out + i);
 }
 
-uint8_t byteOf(uint32_t value, int index) {
+uint8_t byteOf(uint32_t value, size_t index) {
     return static_cast<uint8_t>(value >> (8 * index));
 }
 
 /// @return the bytes of two words as they stand in the file
 DesBlock blockOf(uint32_t first, uint32_t second) {
     DesBlock block{};
-    for (int i = 0; i < 4; ++i) {
-        block[static_cast<size_t>(i)] = byteOf(first, i);
-        block[static_cast<size_t>(i + 4)] = byteOf(second, i);
+    for (size_t i = 0; i < 4; ++i) {
+        block[i] = byteOf(first, i);
+        block[i + 4] = byteOf(second, i);
     }
     return block;
 }
@@ -89,11 +89,11 @@ void crypt(const DesKey& k1, const DesKey& k2, const DesKey& k3, int mode, const
 }
 
 void getKey(const ContainerHeader& header, DesBlock& k1) {
-    constexpr int kTimeByte[4] = {2, 0, 3, 1};
-    for (int i = 0; i < 4; ++i) {
+    constexpr size_t kTimeByte[4] = {2, 0, 3, 1};
+    for (size_t i = 0; i < 4; ++i) {
         const uint8_t mask = byteOf(header.buildTime, kTimeByte[i]);
-        k1[static_cast<size_t>(i)] = mask ^ byteOf(header.nameTotal, i);
-        k1[static_cast<size_t>(i + 4)] = mask ^ byteOf(header.patternTotal, i);
+        k1[i] = mask ^ byteOf(header.nameTotal, i);
+        k1[i + 4] = mask ^ byteOf(header.patternTotal, i);
     }
 }
 

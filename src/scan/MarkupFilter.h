@@ -24,9 +24,8 @@ class MarkupFilter {
     /// @param in    the chunk, borrowed for the call
     /// @param len   bytes in it, at most UINT32_MAX - kMostHeld
     /// @param out   room for len + kMostHeld bytes; must not overlap in
-    /// @param mode  ZVK_FILTER_OBJECTS, ZVK_FILTER_SCRIPTS, both or none; other bits are ignored.
-    /// It
-    ///              decides when a tag opens; an element that is open stays blanked in every mode.
+    /// @param mode  ZVK_FILTER_OBJECTS, ZVK_FILTER_SCRIPTS, both or none; other bits play no part.
+    ///              Asked when a tag opens; an element that is open stays blanked in every mode.
     /// @return the bytes written: len and what was held back before, less what is held back now
     uint32_t getBufferFilter(const char* in, uint32_t len, char* out, uint8_t mode);
 
