@@ -4,8 +4,8 @@
 // found too. That is right only if each match is the leftmost one and nothing else begins where it
 // does. Hence the layers: in one layer no keyword begins another, and all keywords of a layer are
 // in the same store of the engine, which searches one after the other. Of such a layer the engine
-// reports the matches in the order of their starts. A layer costs a pass over the text; a list in
-// which no keyword begins another makes two layers.
+// reports the matches in the order of their starts. A layer costs a pass over the text: a list in
+// which no keyword begins another makes two layers, one of "aa", "aaa" and so on as many as words.
 //
 // Threads: any number of them may search at once.
 #pragma once

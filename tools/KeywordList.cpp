@@ -20,6 +20,8 @@ namespace {
 
 using STREAMENGINE_SPACE::ZVKKeywordMatcher;
 
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors write it into UTF-8
+
 std::string readFile(const std::string& path) {
     try {
         InputStream file(InputFile{path, true, {}});
@@ -51,6 +53,12 @@ std::string objection(std::string_view keyword) {
                        ZVKKeywordMatcher::kShortestKeyword, ZVKKeywordMatcher::kLongestKeyword);
 }
 
+/// @return so much of a line as helps to find it
+std::string shortened(std::string_view line) {
+    constexpr size_t kShown = 40;  // bytes
+    return std::string(line.substr(0, kShown)) + (line.size() > kShown ? "..." : "");
+}
+
 }  // namespace
 
 std::vector<std::string> readKeywordLists(const std::vector<std::string>& paths) {
@@ -59,6 +67,7 @@ std::vector<std::string> readKeywordLists(const std::vector<std::string>& paths)
     for (const std::string& path : paths) {
         const std::string content = readFile(path);
         std::string_view rest = content;
+        if (rest.starts_with(kByteOrderMark)) rest.remove_prefix(kByteOrderMark.size());
         for (size_t number = 1; !rest.empty(); ++number) {
             std::string_view line = rest.substr(0, rest.find('\n'));
             rest.remove_prefix(std::min(line.size() + 1, rest.size()));
@@ -66,7 +75,8 @@ std::vector<std::string> readKeywordLists(const std::vector<std::string>& paths)
             if (isSkipped(line)) continue;
             const std::string reason = objection(line);
             if (!reason.empty()) {
-                complain(fmt::format("{}:{}: keyword left out: {}", path, number, reason));
+                complain(fmt::format("{}:{}: keyword left out: {}: {}", path, number, reason,
+                                     shortened(line)));
             } else if (known.insert(loweredText(line)).second) {
                 keywords.emplace_back(line);
             }

@@ -1,11 +1,13 @@
 // zvk keywords: which files hold which keywords of a list.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "Command.h"
+#include "FileWalker.h"
 #include "KeywordFinder.h"
 #include "KeywordList.h"
 #include "KeywordStream.h"
@@ -26,8 +28,8 @@ Files of any kind are searched as they are; the case of A to Z makes no differen
 Folders are searched with all that is below them, symbolic links and special files left out.
 
 A list has one keyword a line, of 2 to 256 bytes. Blank lines and lines that begin with # are
-skipped. A carriage return at the end of a line is not part of the keyword, blanks around it are. A
-keyword that cannot be used is told on standard error and left out; of keywords that differ only in
+skipped. A carriage return at the end of a line is not part of the keyword, blanks around it are, and a
+byte order mark in front of the list is skipped. A keyword that cannot be used is told on standard error and left out; of keywords that differ only in
 case the first is taken.
 
 Exit status: 0 nothing found, 1 something found, 2 an error (also if something was found).)";
@@ -38,6 +40,12 @@ struct KeywordsArguments {
 };
 
 ExitStatus run(const KeywordsArguments& arguments) {
+    const auto isStandardInput = [](const std::string& path) { return path == kStandardInput; };
+    if (std::count_if(arguments.lists.begin(), arguments.lists.end(), isStandardInput) +
+            std::count_if(arguments.run.paths.begin(), arguments.run.paths.end(), isStandardInput) >
+        1) {
+        throw KeywordListError("standard input can be one list or one text, not both");
+    }
     const std::vector<std::string> keywords = readKeywordLists(arguments.lists);
     const KeywordFinder finder(keywords);
     return runScan(arguments.run,

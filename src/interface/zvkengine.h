@@ -36,7 +36,7 @@
  * each other alone. The event function must not call back into the instance that raised the event,
  * nor destroyEngine(), nor, during matchKeywords(), either keyword function. setOptions(),
  * setInternalOptions() and destroyEngine() take no lock: call the first two before scanning starts
- * and the last while no other call runs.
+ * and the last while no other call runs. A thread must not be cancelled, nor exit, within a call.
  *
  * @par Types and versions
  * Lengths and offsets count bytes and are 32 bits wide. The header is plain C99 and also compiles
@@ -511,8 +511,10 @@ ZVK_API int32_t updateKeywords(const char** keywords);
  *
  * The text is searched as it is, but for A to Z taken as lower case; white space counts. Keywords
  * of 2 to 9 bytes come before longer ones. Of the shorter ones the first is the one whose first
- * three bytes (both, of a keyword of two) end first in the text; of the longer ones, the leftmost.
- * Which one it is of several that begin at the same place is not defined.
+ * three bytes (both, of a keyword of two) end first in the text, and where two end there, that with
+ * three; of the longer ones, the leftmost. Which one it is of several that begin at the same place
+ * is not defined. Longer keywords that have their first 10 bytes in common are compared one by one
+ * wherever these occur: thousands of them make the search of such texts slow.
  *
  * The event function is called while the keyword set is held. It must not call updateKeywords(),
  * which would wait for this call to end, nor matchKeywords(), which would wait for an update that

@@ -17,24 +17,6 @@ namespace {
 
 constexpr const char* kUnit = "ZVKKeywordMatcher";
 
-bool isAccepted(std::string_view keyword) {
-    return keyword.size() >= ZVKKeywordMatcher::kShortestKeyword &&
-           keyword.size() <= ZVKKeywordMatcher::kLongestKeyword;
-}
-
-/// Logs the keywords that are too short or too long.
-/// @return how many entries the array has
-int reviewKeywords(const char** keywords) {
-    int index = 0;
-    for (; keywords[index] != nullptr; ++index) {
-        const std::string_view keyword = keywords[index];
-        if (isAccepted(keyword)) continue;
-        ZVK_ERROR("keyword[%s] length[%d] index[%d]:too short or too long", keywords[index],
-                  static_cast<int>(std::min<size_t>(keyword.size(), INT_MAX)), index);
-    }
-    return index;
-}
-
 /// @return the basic signature line of a keyword, named by its index
 std::string signatureLine(int index, std::string_view keyword) {
     constexpr std::string_view kDigits = "0123456789abcdef";
@@ -53,17 +35,12 @@ class ZVKKeywordMatcher::UpdateScope {
   public:
     explicit UpdateScope(ZVKKeywordMatcher& keywords) : matcher(keywords) {
         std::unique_lock lock(matcher.mutex);
-        isNested = matcher.updater == std::this_thread::get_id();
-        if (isNested) return;
         const uint64_t turn = matcher.updatesAsked++;
         matcher.cond.wait(lock,
                           [&] { return matcher.updatesDone == turn && matcher.matchCount == 0; });
-        matcher.updater = std::this_thread::get_id();
     }
     ~UpdateScope() {
-        if (isNested) return;
         const std::lock_guard lock(matcher.mutex);
-        matcher.updater = {};
         ++matcher.updatesDone;
         matcher.matchCount = std::exchange(matcher.matchesWaiting, 0);
         matcher.cond.notify_all();
@@ -73,7 +50,6 @@ class ZVKKeywordMatcher::UpdateScope {
 
   private:
     ZVKKeywordMatcher& matcher;
-    bool isNested;
 };
 
 ZVKKeywordMatcher::MatchScope::MatchScope(ZVKKeywordMatcher& keywords) : matcher(keywords) {
@@ -113,15 +89,21 @@ bool ZVKKeywordMatcher::DoUpdate(const char** keywords) {
         ZVK_ERROR("keywordsArray is NULL");
         return false;
     }
-    const int count = reviewKeywords(keywords);
     container.reset();
-    for (int i = 0; i < count; ++i) {
-        if (!isAccepted(keywords[i])) continue;
-        container.addString(signatureLine(i, keywords[i]).c_str(), PATTERN_BASIC, true);
-    }
-    ZVK_DEBUG("Total keywords [%d]", count);
+    int index = 0;
+    for (; keywords[index] != nullptr; ++index) addKeyword(index, keywords[index]);
+    ZVK_DEBUG("Total keywords [%d]", index);
     container.prepare();
     return true;
+}
+
+void ZVKKeywordMatcher::addKeyword(int index, std::string_view keyword) {
+    if (keyword.size() < kShortestKeyword || keyword.size() > kLongestKeyword) {
+        ZVK_ERROR("keyword[%s] length[%d] index[%d]:too short or too long", keyword.data(),
+                  static_cast<int>(std::min<size_t>(keyword.size(), INT_MAX)), index);
+        return;
+    }
+    container.addString(signatureLine(index, keyword).c_str(), PATTERN_BASIC, true);
 }
 
 }  // namespace STREAMENGINE_SPACE

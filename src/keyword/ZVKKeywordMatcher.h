@@ -13,7 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
-#include <thread>
+#include <string_view>
 
 #include "interface/zvkengine.h"
 #include "store/ZVKPatternContainer.h"
@@ -54,13 +54,14 @@ class ZVKKeywordMatcher {
     const PatternContainer& keywordSet() const { return container; }
 
   private:
-    /// The right to replace the set, held for one scope. A thread that holds it already, as its
-    /// log function updates, does not wait for itself.
+    /// The right to replace the set, held for one scope.
     class UpdateScope;
+
+    /// @param keyword  NUL-terminated; one that is too short or too long is logged and left out
+    void addKeyword(int index, std::string_view keyword);
 
     std::mutex mutex;  // guards all but the container
     std::condition_variable cond;
-    std::thread::id updater;     // the thread that replaces the set now, if any
     uint64_t updatesAsked = 0;   // the turn that the next update will get
     uint64_t updatesDone = 0;    // the turn that is on, or next
     int32_t matchCount = 0;      // matches let in that have not ended

@@ -21,14 +21,15 @@ const BmPattern* BmScanner::virusFound(const unsigned char* buf, unsigned int le
               reinterpret_cast<const char*>(buf), len);
     if (!bmList->hasTables() || len < BmList::kWindow) return nullptr;
     const uint32_t* shifts = bmList->bm_shift.data();
-    for (unsigned int p = BmList::kLastBlock; p < len - (BmList::kBlock - 1);) {
+    // Wider than len: a step from just below 4 GiB must not come out at the front.
+    for (uint64_t p = BmList::kLastBlock; p < len - (BmList::kBlock - 1);) {
         const uint16_t hash = blockHash(buf + p);
         if (shifts[hash] != 0) {
             p += shifts[hash];
             continue;
         }
-        const BmPattern* found =
-            searchBucket(bmList->bm_suffix[hash], buf, len, base, p - BmList::kLastBlock);
+        const auto start = static_cast<unsigned int>(p - BmList::kLastBlock);
+        const BmPattern* found = searchBucket(bmList->bm_suffix[hash], buf, len, base, start);
         if (found != nullptr) return found;
         ++p;
     }

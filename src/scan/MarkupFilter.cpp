@@ -105,7 +105,7 @@ void MarkupFilter::passAttributes(Walk& walk) {
             quoteChar = '\0';
             continue;
         }
-        walk.at = std::find_if(walk.at, walk.end, isOfNote);
+        walk.at = std::find_if(walk.at, walk.end, isOfNote);  // byte by byte, but tags are short
         if (walk.at != start) slashSeen = walk.at[-1] == '/';
         if (walk.at == walk.end) return;
         const char c = *walk.at++;

@@ -44,6 +44,7 @@ const Case kCases[] = {
     {"white_space_counts", {"a b", "cd"}, "ab c\td", {}},
     {"white_space_matches", {"a b\n"}, "xA B\nx", {"0"}},
     {"short_before_longer", {"abcdefghij", "012345678"}, "abcdefghij 012345678", {"1"}},
+    {"head_of_three_before_two", {"ab", "xab"}, "xab", {"1"}},
     {"256_bytes", {k256}, "x" + k256, {"0"}},
     {"257_bytes", {"k" + k256, "yy"}, "kk" + k256, {}},
     {"both_ends_of_the_alphabet_fold", {"az AZ"}, "AZ az", {"0"}},
@@ -83,14 +84,6 @@ TEST(KeywordSet, TellsItsRoadInTheLog) {
                                   "1Invalid scan params", "1in_buf or _scanner is NULL"}));
     destroyEngine();
     EXPECT_EQ(match("ok"), Lines{"0"});  // the set is still there after the refused updates
-}
-
-TEST(KeywordSet, AnUpdateFromItsOwnLogLineDoesNotWait) {
-    const Log restoring(0);
-    const _ZVKLogOptions log = {1, [](const char* /*line*/) { update({"inner", "inner too"}); }};
-    setOptions(ZVK_OPTION_LOG, &log);
-    EXPECT_EQ(update({"x", "outer"}), 1);
-    EXPECT_EQ(match("inner outer"), Lines{"1"});
 }
 
 TEST(KeywordSet, TellsDetailAndDebugLines) {

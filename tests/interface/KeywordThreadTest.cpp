@@ -80,6 +80,12 @@ TEST(KeywordThreads, UpdatesWaitForMatchesAndMatchesForThem) {
         });
     });
     isInside.get_future().wait();
+    // Comes to stand still when an update has asked, and then sees the new set.
+    std::atomic<long> tries = 0;
+    std::thread matcher([&] {
+        while (match([] {}) == 0) ++tries;
+    });
+    while (tries == 0) std::this_thread::yield();
     std::atomic<int> updated = 0;
     std::vector<std::thread> updaters(2);
     for (auto& updater : updaters) {
@@ -88,11 +94,6 @@ TEST(KeywordThreads, UpdatesWaitForMatchesAndMatchesForThem) {
             ++updated;
         });
     }
-    // Comes to stand still when an update has asked, and then sees the new set.
-    std::atomic<long> tries = 0;
-    std::thread matcher([&] {
-        while (match([] {}) == 0) ++tries;
-    });
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     for (long seen = -1; seen != tries && std::chrono::steady_clock::now() < deadline;) {
         seen = tries;

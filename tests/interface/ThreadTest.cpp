@@ -84,6 +84,7 @@ TEST_F(Reloads, ABrokenContainerLeavesTheOldSet) {
     std::string broken = "VQPattern" + std::string(75, '\0');  // no body, and not its digest
     const std::string path = folder.write("broken", broken);
     const _ZVKPatternFile files = {path.c_str(), nullptr};
+    const Log log(1);
     std::atomic<bool> isOver = false;
     std::vector<std::thread> threads(kScanners);
     for (auto& thread : threads) {
@@ -92,7 +93,6 @@ TEST_F(Reloads, ABrokenContainerLeavesTheOldSet) {
             while (!isOver) scanOnce(host);
         });
     }
-    const Log log(1);
     testing::internal::CaptureStderr();
     for (int i = 0; i < kReloads; ++i) EXPECT_EQ(reloadPattern(&files), ZVK_ERR_LOAD_FAILED);
     const std::string told = testing::internal::GetCapturedStderr();
