@@ -1,0 +1,86 @@
+// How fast single pieces of the engine are; compare rows of one run.
+//
+//   piece_speed [--benchmark_filter=REGEX]
+//
+// filter/...    the markup filter, all elements, in chunks of 64 KiB; "copy" is memcpy() over the
+//               same chunks, the limit
+// keywords/...  a matchKeywords() call that finds nothing, by the length of the text
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "interface/zvkengine.h"
+#include "scan/MarkupFilter.h"
+
+namespace {
+
+using STREAMENGINE_SPACE::MarkupFilter;
+
+constexpr size_t kChunk = 65536;
+constexpr size_t kInput = 256 * kChunk;
+constexpr const char* kWords = "the quick brown fox jumps over the lazy dog and runs on. ";
+
+std::string repeated(const std::string& text, size_t length) {
+    std::string out;
+    while (out.size() < length) out += text;
+    out.resize(length);
+    return out;
+}
+
+/// Calls piece(chunk, length, out) for each chunk of the input.
+template <class Piece>
+void runChunks(benchmark::State& state, const std::string& text, Piece piece) {
+    const std::string input = repeated(text, kInput);
+    std::vector<char> out(kChunk + MarkupFilter::kMostHeld);
+    for (auto _ : state) {
+        for (size_t i = 0; i < input.size(); i += kChunk) piece(&input[i], kChunk, out.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(kInput));
+}
+
+void filterText(benchmark::State& state, const std::string& text) {
+    MarkupFilter filter;
+    runChunks(state, text, [&](const char* chunk, size_t length, char* out) {
+        filter.getBufferFilter(chunk, static_cast<uint32_t>(length), out,
+                               ZVK_FILTER_OBJECTS | ZVK_FILTER_SCRIPTS);
+    });
+}
+
+void copyText(benchmark::State& state) {
+    runChunks(state, kWords,
+              [](const char* chunk, size_t length, char* out) { std::memcpy(out, chunk, length); });
+}
+
+void matchText(benchmark::State& state) {
+    std::vector<std::string> keywords;
+    for (int i = 0; i < 3000; ++i) keywords.push_back("keyword" + std::to_string(i));
+    std::vector<const char*> array;
+    for (const std::string& keyword : keywords) array.push_back(keyword.c_str());
+    array.push_back(nullptr);
+    updateKeywords(array.data());
+    const ZVKScanEngineCallbacks callbacks = {
+        [](void*, ZVK_ENGINE_EVENT_TYPE, const void*, void*) { return 0; }};
+    std::string text = repeated(kWords, static_cast<size_t>(state.range(0)));
+    for (auto _ : state) {
+        const int32_t found =
+            matchKeywords(&callbacks, &text, text.data(), static_cast<uint32_t>(text.size()));
+        if (found != 0) state.SkipWithError("a keyword was found");
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+
+BENCHMARK(copyText)->Name("filter/copy");
+BENCHMARK_CAPTURE(filterText, plain, std::string(kWords))->Name("filter/plain");
+BENCHMARK_CAPTURE(filterText, markup, std::string("<p class=a>") + kWords + "<a href=b>c</a></p>")
+    ->Name("filter/markup");
+BENCHMARK_CAPTURE(filterText, scripts,
+                  std::string("<script>if (a < b) c();</script><p>") + kWords + "</p>")
+    ->Name("filter/scripts");
+BENCHMARK_CAPTURE(filterText, brackets, std::string("<"))->Name("filter/brackets");
+BENCHMARK(matchText)->Name("keywords")->Arg(64)->Arg(1024)->Arg(1 << 20);
+
+}  // namespace
