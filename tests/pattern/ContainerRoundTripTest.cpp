@@ -146,11 +146,11 @@ TEST(ContainerRoundTrip, FindsWhatThePlainFilesFind) {
     for (unsigned int seed = 0; seed < 60; ++seed) {
         Generator generator(seed);
         const size_t most = seed == 59 ? 5000 : 1 + generator.below(40);
-        std::vector<PlainFile> files;
-        for (int i = 0; i < 2; ++i) {
-            files.push_back(generator.file(1 + static_cast<int>(generator.below(3)),
-                                           seed == 0 ? 0 : generator.below(most + 1)));
-        }
+        const auto someFile = [&] {
+            const int type = 1 + static_cast<int>(generator.below(3));
+            return generator.file(type, seed == 0 ? 0 : generator.below(most + 1));
+        };
+        const std::vector<PlainFile> files = {someFile(), someFile()};
         const std::string base =
             folder.write(std::string("base") + kEndings[files[0].type], joined(files[0].lines));
         const std::string update =
