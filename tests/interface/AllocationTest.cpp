@@ -94,34 +94,27 @@ class Allocation : public testing::Test {
     void TearDown() override { destroyEngine(); }
 };
 
-int32_t quietEvent(void* /*reserved*/, ZVK_ENGINE_EVENT_TYPE /*type*/, const void* /*data*/,
-                   void* /*userData*/) {
-    return 0;
-}
-
 TEST_F(Allocation, NoneOnTheRoadOfAChunk) {
     ASSERT_EQ(load(".ndb", kLines), 0);
-    void* instance = createInstance();
-    const ZVKScanEngineCallbacks callbacks = {quietEvent};
+    Host host;
+    host.names.reserve(1000);
     const std::string start = "x<br>" + std::string(251, '.');
     for (const bool isWarm : {false, true}) {
-        ASSERT_EQ(beginScan(instance, 0, &callbacks, instance), 0);
-        scan(instance, start.data(), static_cast<uint32_t>(start.size()));
+        host.begin();
+        host.feed(start);
         const long before = allocations;
         char out[7 + 10];
         uint32_t written = 0;
         for (size_t i = 0; i + 7 <= kPage.size(); i += 7) {
-            scanfilter(instance, &kPage[i], 7, out, &written, 7);
+            scanfilter(host.instance, &kPage[i], 7, out, &written, 7);
         }
-        for (int i = 0; i < 100; ++i) {
-            scan(instance, start.data(), static_cast<uint32_t>(start.size()));
-        }
+        for (int i = 0; i < 100; ++i) host.feed(start);
         if (isWarm) {
             EXPECT_EQ(allocations, before);
         }
-        endScan(instance);
+        host.end();
     }
-    destroyInstance(instance);
+    EXPECT_EQ(host.names.size(), 4U);
 }
 
 TEST_F(Allocation, LargeSetsAndIdleInstancesAreSmall) {
@@ -191,17 +184,16 @@ TEST_F(Allocation, LoadsAndStreamsGiveUpCleanly) {
     EXPECT_GT(refused, 3);
     // Every stream has let go of its set, so that both can be replaced.
     for (int i = 0; i < 2; ++i) EXPECT_EQ(reloadPattern(&files), 0);
-    host.names.clear();
-    host.stream(kPage);
-    EXPECT_EQ(host.names.size(), 2U);
+    EXPECT_EQ(host.found(kPage).size(), 2U);
 }
 
 TEST_F(Allocation, KeywordsGiveUpCleanly) {
     const char* keywords[] = {"short", "a longer keyword", nullptr};
-    const ZVKScanEngineCallbacks callbacks = {quietEvent};
+    const ZVKScanEngineCallbacks quiet = {
+        [](void*, ZVK_ENGINE_EVENT_TYPE, const void*, void*) -> int32_t { return 0; }};
     std::string text(1000, '.');
     const auto match = [&] {
-        return matchKeywords(&callbacks, &text, text.data(), static_cast<uint32_t>(text.size()));
+        return matchKeywords(&quiet, &text, text.data(), static_cast<uint32_t>(text.size()));
     };
     int32_t result = 0;
     long steps = 0;

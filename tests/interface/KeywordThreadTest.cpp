@@ -44,19 +44,16 @@ int match(OnEvent onEvent) {
 
 TEST(KeywordThreads, AnswersComeFromASetThatWasThere) {
     std::atomic<int> started = 0, finished = 0;
-    std::atomic<bool> isOver = false;
     std::atomic<long> matches = 0;
     ASSERT_EQ(updateTo(0), 1);
-    std::vector<std::thread> threads(kThreads);
-    for (auto& thread : threads) {
-        thread = std::thread([&] {
-            while (!isOver) {
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+        threads.emplace_back([&](const std::stop_token& stop) {
+            for (; !stop.stop_requested(); ++matches) {
                 const int first = finished;
                 const int number = match([] {});
-                const int last = started;
                 EXPECT_GE(number, first);
-                EXPECT_LE(number, last);
-                ++matches;
+                EXPECT_LE(number, started);
             }
         });
     }
@@ -65,15 +62,17 @@ TEST(KeywordThreads, AnswersComeFromASetThatWasThere) {
         EXPECT_EQ(updateTo(number), 1);
         finished = number;
     }
-    isOver = true;
-    for (auto& thread : threads) thread.join();
+    threads.clear();
     EXPECT_GT(matches, kThreads);
 }
 
 TEST(KeywordThreads, UpdatesWaitForMatchesAndMatchesForThem) {
     ASSERT_EQ(updateTo(0), 1);
     std::promise<void> isInside, mayLeave;
-    std::thread holder([&] {
+    std::atomic<long> tries = 0;  // these outlive the threads
+    std::atomic<int> updated = 0;
+    std::vector<std::jthread> threads;
+    threads.emplace_back([&] {
         match([&] {
             isInside.set_value();
             mayLeave.get_future().wait();
@@ -81,15 +80,12 @@ TEST(KeywordThreads, UpdatesWaitForMatchesAndMatchesForThem) {
     });
     isInside.get_future().wait();
     // Comes to stand still when an update has asked, and then sees the new set.
-    std::atomic<long> tries = 0;
-    std::thread matcher([&] {
+    threads.emplace_back([&] {
         while (match([] {}) == 0) ++tries;
     });
     while (tries == 0) std::this_thread::yield();
-    std::atomic<int> updated = 0;
-    std::vector<std::thread> updaters(2);
-    for (auto& updater : updaters) {
-        updater = std::thread([&] {
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&] {
             EXPECT_EQ(updateTo(kUpdates), 1);
             ++updated;
         });
@@ -102,39 +98,33 @@ TEST(KeywordThreads, UpdatesWaitForMatchesAndMatchesForThem) {
     EXPECT_LT(std::chrono::steady_clock::now(), deadline) << "matches go on in front of an update";
     EXPECT_EQ(updated, 0);
     mayLeave.set_value();
-    holder.join();
-    matcher.join();
-    for (auto& updater : updaters) updater.join();
 }
 
 TEST(KeywordThreads, NobodyStarves) {
     constexpr int kRounds = 50;
     ASSERT_EQ(updateTo(kUpdates), 1);
-    std::atomic<int> updating = 2;
-    std::atomic<bool> isPressed = true;
-    std::vector<std::thread> threads(6);
-    for (size_t i = 0; i < 2; ++i) {
-        threads[i] = std::thread([&] {
-            for (int round = 0; round < kRounds; ++round) EXPECT_EQ(updateTo(kUpdates), 1);
-            --updating;
-        });
-    }
-    // Overlapping matches, so that there is hardly a moment without one.
-    for (size_t i = 2; i < threads.size(); ++i) {
-        threads[i] = std::thread([&] {
-            while (updating > 0) match([] { std::this_thread::sleep_for(milliseconds(2)); });
-        });
-    }
     const auto start = std::chrono::steady_clock::now();
-    for (auto& thread : threads) thread.join();
+    {
+        // Overlapping matches, so that there is hardly a moment without one.
+        std::vector<std::jthread> matchers;
+        for (int i = 0; i < 4; ++i) {
+            matchers.emplace_back([](const std::stop_token& stop) {
+                const auto pause = [] { std::this_thread::sleep_for(milliseconds(2)); };
+                while (!stop.stop_requested()) match(pause);
+            });
+        }
+        const auto update = [] {
+            for (int round = 0; round < kRounds; ++round) EXPECT_EQ(updateTo(kUpdates), 1);
+        };
+        const std::jthread other(update);
+        update();
+    }
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
     // An update in a tight loop leaves room for matches.
-    std::thread presser([&] {
-        while (isPressed) updateTo(kUpdates);
+    const std::jthread presser([](const std::stop_token& stop) {
+        while (!stop.stop_requested()) updateTo(kUpdates);
     });
     for (int round = 0; round < kRounds; ++round) EXPECT_EQ(match([] {}), kUpdates);
-    isPressed = false;
-    presser.join();
 }
 
 }  // namespace

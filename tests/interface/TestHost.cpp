@@ -85,11 +85,12 @@ void Log::clear() {
     logLines.clear();
 }
 
-int32_t load(std::string_view ending, std::string_view lines) {
+int32_t load(std::string_view ending, std::string_view lines,
+             int32_t (*loader)(const _ZVKPatternFile*)) {
     const TempFolder folder;
     const std::string path = folder.write("set" + std::string(ending), lines);
     const _ZVKPatternFile files = {path.c_str(), nullptr};
-    return loadPattern(&files);
+    return loader(&files);
 }
 
 std::string hex(std::string_view bytes) {
@@ -116,4 +117,10 @@ int32_t Host::stream(std::string_view text, size_t chunkLength) {
     begin();
     for (size_t i = 0; i < text.size(); i += chunkLength) feed(text.substr(i, chunkLength));
     return end();
+}
+
+const std::vector<std::string>& Host::found(std::string_view text, size_t chunkLength) {
+    names.clear();
+    stream(text, chunkLength);
+    return names;
 }

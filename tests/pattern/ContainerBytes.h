@@ -3,6 +3,8 @@
 
 #include <zlib.h>
 
+#include <algorithm>
+#include <array>
 #include <string>
 #include <string_view>
 
@@ -28,16 +30,37 @@ inline std::string deflated(std::string_view text) {
     return out;
 }
 
+/// At most 4096 bytes of it.
+inline std::string inflated(const std::string& zlib) {
+    uLongf length = 4096;
+    std::string out(length, '\0');
+    uncompress(reinterpret_cast<Bytef*>(out.data()), &length,
+               reinterpret_cast<const Bytef*>(zlib.data()), zlib.size());
+    out.resize(length);
+    return out;
+}
+
+inline ContainerHeader headerOf(const std::string& file) {
+    ContainerHeader::Bytes bytes{};
+    std::copy_n(file.begin(), bytes.size(), bytes.begin());
+    return ContainerHeader::decode(bytes);
+}
+
+inline std::array<uint8_t, 16> digestOf(std::string_view text) {
+    QLT_SPACE::MD5 md5;
+    md5.update(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    std::array<uint8_t, 16> digest{};
+    md5.final(digest.data());
+    return digest;
+}
+
 /// A file whose header fits the body, which is deflated or what stands for that.
 inline std::string fileOf(ContainerHeader header, std::string deflatedBody) {
     const BodyCipher cipher(header);
     deflatedBody.resize((deflatedBody.size() + cipher.blockLength() - 1) / cipher.blockLength() *
                         cipher.blockLength());
-    auto* bytes = reinterpret_cast<uint8_t*>(deflatedBody.data());
-    QLT_SPACE::MD5 md5;
-    md5.update(bytes, deflatedBody.size());
-    md5.final(header.bodyDigest.data());
-    cipher.encipher(bytes, deflatedBody.size());
+    header.bodyDigest = digestOf(deflatedBody);
+    cipher.encipher(reinterpret_cast<uint8_t*>(deflatedBody.data()), deflatedBody.size());
     header.magic = kContainerMagic;
     header.bodyLength = static_cast<uint32_t>(deflatedBody.size());
     return textOf(header.encode()) + deflatedBody;

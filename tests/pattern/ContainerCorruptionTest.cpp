@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include "interface/TestHost.h"
-#include "pattern/ContainerBytes.h"
+#include "pattern/PackedLines.h"
 
 namespace {
 
@@ -21,30 +23,9 @@ constexpr bool kKeepsFreedMemory = false;
 #endif
 constexpr uint8_t kFlips[] = {0x01, 0x02, 0x04, 0x10, 0x20, 0x80, 0x7F, 0xFF};
 
-/// Three sections, which have their records and names in common places.
-std::string soundBody() {
-    const std::vector<std::pair<uint32_t, std::string>> sections = {
-        {kBasicSection, "0=6576696c636f64652831"},
-        {kExtendedSection, "5:0:*:6162??{1-3}6364"},
-        {kMD5Section, std::string(32, 'a') + ":5:9"}};
-    const std::string names = std::string(
-        "\x04"
-        "Evil\x03"
-        "Two\x05"
-        "Three");
-    const size_t tableLength = sections.size() * kSectionEntryLength;
-    std::string records;
-    for (const auto& [magic, text] : sections)
-        records += textOf(encodeRecordLength(static_cast<uint32_t>(text.size()))) + text;
-    std::string table;
-    size_t offset = tableLength;
-    for (const auto& [magic, text] : sections) {
-        table += textOf(_SectionTable{magic, 1, static_cast<uint32_t>(offset),
-                                      static_cast<uint32_t>(tableLength + records.size())}
-                            .encode());
-        offset += kRecordHeaderLength + text.size();
-    }
-    return table + records + textOf(NameTableHeader{}.encode()) + names;
+std::string flipped(std::string bytes, size_t at, uint8_t flip) {
+    bytes[at] = static_cast<char>(static_cast<uint8_t>(bytes[at]) ^ flip);
+    return bytes;
 }
 
 long peakMemory() {
@@ -56,11 +37,17 @@ long peakMemory() {
 class ContainerCorruption : public testing::Test {
   protected:
     void SetUp() override {
-        header.sectionCount = 3;
-        header.patternTotal = 3;
-        header.nameTotal = 3;
-        header.buildTime = 1700000000;
-        ASSERT_EQ(loads(fileOf(header, deflated(soundBody()))), true);
+        const std::string path = folder.path("set");
+        pack(path,
+             {{PATTERN_BASIC, {"Evil=6576696c636f64652831"}},
+              {PATTERN_EXTENDED, {"Two:0:*:6162??{1-3}6364"}},
+              {PATTERN_MD5, {std::string(32, 'a') + ":5:Three"}}},
+             {.buildTime = 1700000000});
+        std::ifstream packed(path, std::ios::binary);
+        const std::string file{std::istreambuf_iterator<char>(packed), {}};
+        header = headerOf(file);
+        body = inflated(file.substr(kContainerHeaderLength));
+        ASSERT_TRUE(loads(fileOf(header, deflated(body))));
     }
 
     void TearDown() override {
@@ -90,27 +77,24 @@ class ContainerCorruption : public testing::Test {
     const TempFolder folder;
     Log log{1};
     ContainerHeader header;
+    std::string body;  // restored
     const long memoryBefore = peakMemory();
 };
 
 TEST_F(ContainerCorruption, EveryByteOfTheFile) {
     for (const uint16_t cipher : {kCipherNone, kCipherTripleDes}) {
         header.cipherMethod = cipher;
-        const std::string sound = fileOf(header, deflated(soundBody()));
+        const std::string sound = fileOf(header, deflated(body));
         for (size_t i = 0; i < sound.size(); ++i) {
             for (const uint8_t flip : kFlips) {
-                std::string bytes = sound;
-                bytes[i] = static_cast<char>(static_cast<uint8_t>(bytes[i]) ^ flip);
-                const bool isLoaded = loads(bytes);
+                const bool isLoaded = loads(flipped(sound, i, flip));
                 EXPECT_FALSE(isLoaded && i >= kContainerHeaderLength) << i;
             }
         }
         for (size_t length = 0; length < sound.size(); ++length) {
             EXPECT_FALSE(loads(sound.substr(0, length))) << length;
             if (length < kContainerHeaderLength) continue;
-            ContainerHeader::Bytes fitting{};
-            std::copy_n(sound.begin(), fitting.size(), fitting.begin());
-            ContainerHeader cut = ContainerHeader::decode(fitting);
+            ContainerHeader cut = headerOf(sound);
             cut.bodyLength = static_cast<uint32_t>(length - kContainerHeaderLength);
             EXPECT_FALSE(
                 loads(textOf(cut.encode()) + sound.substr(kContainerHeaderLength, cut.bodyLength)));
@@ -120,13 +104,11 @@ TEST_F(ContainerCorruption, EveryByteOfTheFile) {
 
 // The same behind the digest, as somebody could write it who knows the format.
 TEST_F(ContainerCorruption, EveryByteOfTheRestoredBody) {
-    const std::string sound = soundBody();
+    const std::string sound = body;
     size_t loaded = 0;
     for (size_t i = 0; i < sound.size(); ++i) {
         for (const uint8_t flip : kFlips) {
-            std::string body = sound;
-            body[i] = static_cast<char>(static_cast<uint8_t>(body[i]) ^ flip);
-            loaded += loads(fileOf(header, deflated(body))) ? 1 : 0;
+            loaded += loads(fileOf(header, deflated(flipped(sound, i, flip)))) ? 1 : 0;
         }
         EXPECT_FALSE(loads(fileOf(header, deflated(sound.substr(0, i))))) << i;
     }

@@ -5,26 +5,16 @@
 #include <algorithm>
 #include <filesystem>
 #include <random>
-#include <sstream>
 
 #include "interface/TestHost.h"
-#include "pattern/ContainerWriter.h"
-#include "pattern/PatternType.h"
-#include "store/ZVKPatternContainer.h"
-#include "support/Exception.h"
-#include "support/FilePtr.h"
-#include "support/MD5.h"
+#include "pattern/PackedLines.h"
+#include "support/Refusal.h"
 
 namespace {
 
-using namespace STREAMENGINE_SPACE;
+using namespace zvk_test;
 
-constexpr const char* kEndings[] = {"", ".hdb", ".db", ".ndb"};  // by PatternType
-
-struct PlainFile {
-    int type;
-    std::vector<std::string> lines;
-};
+const std::string kEndings[] = {"", ".hdb", ".db", ".ndb"};  // by PatternType
 
 /// Random lines, some of them malformed, and texts that many of them match.
 class Generator {
@@ -79,12 +69,8 @@ class Generator {
         if (type == PATTERN_EXTENDED) return name() + ":0:*:" + signature();
         const std::string text = "x<br>" + word(1, 300);
         digested.push_back(text);
-        QLT_SPACE::MD5 md5;
-        md5.update(reinterpret_cast<const unsigned char*>(text.data()), text.size());
-        std::string digest(16, '\0');
-        md5.final(reinterpret_cast<unsigned char*>(digest.data()));
         const char* form = below(4) == 0 ? "::" : ":";
-        return hex(digest) + ":" + std::to_string(text.size()) + form + name() +
+        return hex(textOf(digestOf(text))) + ":" + std::to_string(text.size()) + form + name() +
                (below(4) == 0 ? ":more" : "");
     }
 
@@ -98,27 +84,6 @@ std::string joined(const std::vector<std::string>& lines) {
     return text;
 }
 
-/// Writes a container with the lines that the engine takes.
-/// @return their number
-uint32_t pack(const std::string& path, const std::vector<PlainFile>& files,
-              const ContainerSettings& settings) {
-    PatternContainer parsed;
-    ContainerWriter writer(settings);
-    for (const auto& [type, lines] : files) {
-        for (const std::string& line : lines) {
-            try {
-                parsed.addString(line.c_str(), type, false);
-                writer.addLine(line, type);
-            } catch (QLT_SPACE::Exception&) {
-                continue;
-            }
-        }
-    }
-    const QLT_SPACE::FilePtr file(std::fopen(path.c_str(), "wb"));
-    writer.write(file.get());
-    return writer.patternTotal();
-}
-
 /// Loads, scans all streams, and unloads.
 /// @return the names found in each stream, and the set's number of signatures
 std::vector<std::vector<std::string>> found(const _ZVKPatternFile& files,
@@ -127,14 +92,8 @@ std::vector<std::vector<std::string>> found(const _ZVKPatternFile& files,
     EXPECT_EQ(loadPattern(&files), 0);
     EXPECT_EQ(getPatternInfo(&info), 0);
     std::vector<std::vector<std::string>> names;
-    {
-        Host host;
-        for (const std::string& text : streams) {
-            host.names.clear();
-            host.stream(text, 700);
-            names.push_back(host.names);
-        }
-    }
+    Host host;
+    for (const std::string& text : streams) names.push_back(host.found(text, 700));
     destroyEngine();
     return names;
 }
@@ -146,21 +105,20 @@ TEST(ContainerRoundTrip, FindsWhatThePlainFilesFind) {
     for (unsigned int seed = 0; seed < 60; ++seed) {
         Generator generator(seed);
         const size_t most = seed == 59 ? 5000 : 1 + generator.below(40);
-        const auto someFile = [&] {
-            const int type = 1 + static_cast<int>(generator.below(3));
-            return generator.file(type, seed == 0 ? 0 : generator.below(most + 1));
-        };
-        const std::vector<PlainFile> files = {someFile(), someFile()};
-        const std::string base =
-            folder.write(std::string("base") + kEndings[files[0].type], joined(files[0].lines));
-        const std::string update =
-            folder.write(std::string("update") + kEndings[files[1].type], joined(files[1].lines));
+        std::vector<PlainFile> files;
+        std::vector<std::string> paths;
+        for (const char* name : {"base", "update"}) {
+            files.push_back(generator.file(1 + static_cast<int>(generator.below(3)),
+                                           seed == 0 ? 0 : generator.below(most + 1)));
+            paths.push_back(
+                folder.write(name + kEndings[files.back().type], joined(files.back().lines)));
+        }
         std::vector<std::string> streams = generator.digested;
         streams.resize(std::min<size_t>(streams.size(), 50));
         for (int i = 0; i < 20; ++i) streams.push_back(generator.stream());
 
         _ZVKPatternInfo plainInfo = {};
-        const auto expected = found({base.c_str(), update.c_str()}, streams, plainInfo);
+        const auto expected = found({paths[0].c_str(), paths[1].c_str()}, streams, plainInfo);
         for (const auto& names : expected) detections += names.size();
         for (const CipherMethod cipher : {kCipherNone, kCipherDes, kCipherTripleDes}) {
             const ContainerSettings settings = {
@@ -197,28 +155,40 @@ TEST(ContainerRoundTrip, KeepsTheOrderOfKinds) {
 
 TEST(ContainerRoundTrip, DefaultFilesMakeOneSet) {
     const TempFolder folder;
+    const Log log(1);
+    unsetenv("ZVK_DIR");
+    EXPECT_EQ(loadPattern(nullptr), ZVK_ERR_NULL_ARG);
+    setenv("ZVK_DIR", "/none/such", 1);
+    EXPECT_EQ(reloadPattern(nullptr), ZVK_ERR_NULL_ARG);
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{"1ZVKEngine::loadPatten, pf is NULL",
+                                                     "1relaodPattrn, pf is NULL"}));
+    setenv("ZVK_DIR", (" " + folder.path("") + " ").c_str(), 1);
     std::filesystem::create_directory(folder.path("pattern"));
-    const auto write = [&](const char* name, const std::string& evil, uint32_t buildTime) {
-        const std::vector<PlainFile> lines = {{PATTERN_BASIC, {evil + "=" + hex(evil)}}};
-        pack(folder.path(std::string("pattern/") + name), lines, {.buildTime = buildTime});
+    const std::string base = folder.path("pattern/base");
+    const std::string update = folder.path("pattern/update");
+    const auto write = [](const std::string& path, const std::string& evil, uint32_t buildTime) {
+        pack(path, {{PATTERN_BASIC, {evil + "=" + hex(evil)}}}, {.buildTime = buildTime});
     };
-    write("base", "evilcode(1)", 2000);
-    write("update", "evilcode(2)", 1000);
-    setenv("ZVK_DIR", folder.path("").c_str(), 1);
+    const auto expectSet = [](uint32_t version, const std::vector<std::string>& names) {
+        _ZVKPatternInfo info = {};
+        EXPECT_EQ(getPatternInfo(&info), 0);
+        EXPECT_EQ(info.patternVersion, version);
+        EXPECT_EQ(info.patternCount, names.size());
+        EXPECT_EQ(Host().found("x<br>evilcode(1)evilcode(2)evilcode(3)"), names);
+    };
+    write(base, "evilcode(1)", 2000);
+    EXPECT_EQ(loadPattern(nullptr), ZVK_ERR_LOAD_FAILED);
+    EXPECT_EQ(log.lines().back(),
+              "1ZVKEngine::loadPattern, load pattern fail : [Cannot open " + update + "]");
+    write(update, "evilcode(2)", 1000);
     ASSERT_EQ(loadPattern(nullptr), 0);
-    _ZVKPatternInfo info = {};
-    getPatternInfo(&info);
-    EXPECT_EQ(info.patternVersion, 2000U);
-    EXPECT_EQ(info.patternCount, 2U);
-    write("update", "evilcode(3)", 3000);
+    expectSet(2000, {"evilcode(1)", "evilcode(2)"});
+    write(update, "evilcode(3)", 3000);
     ASSERT_EQ(reloadPattern(nullptr), 0);
-    getPatternInfo(&info);
-    EXPECT_EQ(info.patternVersion, 3000U);
-    {
-        Host host;
-        host.stream("x<br>" + std::string(300, '.') + "evilcode(1)evilcode(2)evilcode(3)");
-        EXPECT_EQ(host.names, (std::vector<std::string>{"evilcode(1)", "evilcode(3)"}));
-    }
+    expectSet(3000, {"evilcode(1)", "evilcode(3)"});
+    std::filesystem::remove(base);
+    ASSERT_EQ(reloadPattern(nullptr), 0);
+    expectSet(3000, {"evilcode(3)"});
     unsetenv("ZVK_DIR");
     destroyEngine();
 }
@@ -242,12 +212,8 @@ TEST(ContainerWriter, LinesThatTheFormatCannotHold) {
         {"n=6162", PATTERN_HWINFO, "lines of type 6 cannot be packed"},
     };
     for (const auto& [line, type, reason] : cases) {
-        try {
-            writer.addLine(line, type);
-            EXPECT_STREQ(reason, "") << line;
-        } catch (QLT_SPACE::Exception& refusal) {
-            EXPECT_STREQ(refusal.toString(), reason);
-        }
+        EXPECT_EQ(refusalOf([&, &line = line, &type = type] { writer.addLine(line, type); }),
+                  reason);
     }
     EXPECT_EQ(writer.patternTotal(), 3U);
     EXPECT_EQ(writer.nameTotal(), 2U);
