@@ -60,23 +60,6 @@ TEST_F(Logging, BoundsAllocations) {
     std::free(memory);
 }
 
-TEST(EngUtil, Trims) {
-    const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
-        {" a b \t\r\n", " a b", "a b \t\r\n", "a b"},
-        {"   ", "", "", ""},
-        {"\va", "\va", "\va", "\va"}};
-    for (const auto& [text, right, left, both] : cases) {
-        const auto trimmed = [from = std::string(text)](auto function) {
-            std::string copy = from;
-            return std::string(function(copy.data()));
-        };
-        EXPECT_EQ(trimmed(EngUtil::rtrim), right);
-        EXPECT_EQ(trimmed(EngUtil::ltrim), left);
-        EXPECT_EQ(trimmed(EngUtil::trim), both);
-    }
-    EXPECT_EQ(EngUtil::trim(nullptr), nullptr);
-}
-
 TEST(EngUtil, FindsTheBaseDirectory) {
     const std::string room126(126, 'd');
     const std::tuple<std::string, bool, std::string> cases[] = {
@@ -107,16 +90,6 @@ TEST(EngUtil, ScramblesAndBack) {
         EXPECT_EQ(name == plain, key == 0);
         EXPECT_EQ(EngUtil::XorString(name.data(), static_cast<unsigned char>(key)), plain);
     }
-}
-
-TEST(EngUtil, MeasuresFiles) {
-    std::FILE* file = std::tmpfile();
-    std::fputs(std::string(1000, 'x').c_str(), file);
-    std::fseek(file, 10, SEEK_SET);
-    EXPECT_EQ(EngUtil::getFileLength(file), 1000);
-    EXPECT_EQ(std::ftell(file), 10);
-    EXPECT_EQ(EngUtil::getFileLength(nullptr), 0);
-    std::fclose(file);
 }
 
 }  // namespace

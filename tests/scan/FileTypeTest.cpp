@@ -6,92 +6,74 @@ namespace {
 
 using namespace STREAMENGINE_SPACE;
 
-struct TypeCase {
-    std::string_view start;
-    uint32_t type;
-    const char* description;  // of a known format
-    uint32_t position;        // at which the lookup stops
-};
-
 using namespace std::literals;
+using Starts = std::vector<std::string_view>;
 
-constexpr TypeCase kCases[] = {
-    {"MZ", 505, "DOS/W32 executable/library/driver", 1},
-    {"M", 500, nullptr, 1},
-    {"xMZ", 500, nullptr, 3},
-    {"\x1f\x8b", 501, nullptr, 0},
-    {"BM", 519, "BMP", 1},
-    {"BZh", 511, "BZip", 2},
-    {"GIF", 519, "GIF", 2},
-    {"\xff\xd8\xff", 519, "JPEG", 2},
-    {"ID3", 507, "MP3", 2},
-    {"\xff\xfb\x90", 507, "MP3", 2},
-    {"\x7f"
-     "ELF",
-     501, nullptr, 0},
-    {"Rar!", 513, "RAR", 3},
-    {"PK\x03\x04", 501, nullptr, 2},
-    {"SZDD", 514, "compress.exe'd", 3},
-    {"MSCF", 516, "MS CAB", 3},
-    {"ITSF", 517, "MS CHM", 3},
-    {"#@~^", 518, "SCRENC", 3},
-    {"To: ", 526, "Mail", 3},
-    {"\x89PNG", 519, "PNG", 3},
-    {"RIFF", 520, "RIFF", 3},
-    {"RIFX", 520, "RIFX", 3},
-    {"\0\0\x01\xb3"sv, 501, nullptr, 0},
-    {"\0\0\x01\xba"sv, 501, nullptr, 0},
-    {"OggS", 507, "Ogg Stream", 3},
-    {".RMF", 507, "Real Media File", 3},
-    {"From ", 526, "MBox", 4},
-    {"X-EVS", 526, "EVS mail", 4},
-    {"For: ", 526, "Eserv mail", 4},
-    {"%PDF-", 507, "PDF document", 4},
-    {">From ", 526, "Mail", 5},
-    {"Date: ", 526, "Mail", 5},
-    {"From: ", 526, "Exim mail", 5},
-    {"0&\xb2u\x8e"
-     "f\xcf",
-     507, "WMA/WMV/ASF", 6},
-    {"PK00PK\x03\x04", 501, nullptr, 6},
-    {"X-UIDL: ", 526, "Mail", 7},
-    {"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1", 501, nullptr, 2},
-    {"X-Sieve: ", 526, "Mail", 8},
-    {"Subject: ", 526, "Mail", 8},
-    {"Received: ", 526, "Raw mail", 9},
-    {"xxxxxxJFIF", 519, "JPEG", 9},
-    {"xxxxxxExif", 519, "JPEG", 9},
-    {"X-Symantec-", 526, "Symantec", 10},
-    {"X-Real-To: ", 526, "Mail", 10},
-    {"%!PS-Adobe-", 507, "PostScript", 10},
-    {"Message-Id: ", 526, "Mail", 11},
-    {"Message-ID: ", 526, "Mail", 11},
-    {"Return-Path: ", 526, "Maildir", 12},
-    {"Return-path: ", 526, "Maildir", 12},
-    {"Envelope-to: ", 526, "Mail", 12},
-    {"v:\nReceived: ", 526, "VPOP3 Mail (UNIX)", 12},
-    {"Delivered-To: ", 526, "Mail", 13},
-    {"v:\r\nReceived: ", 526, "VPOP3 Mail (DOS)", 13},
-    {"X-Original-To: ", 526, "Mail", 14},
-    {"Delivery-date: ", 526, "Mail", 14},
-    {"X-Apparently-To: ", 526, "Mail", 16},
-    {"X-Envelope-From: ", 526, "Mail", 16},
-    {"<HTML><BODY>", 500, nullptr, 12},
+struct FormatCase {
+    uint32_t type;
+    const char* description;
+    Starts starts;
+    int64_t position = -1;  // at which the lookup stops; -1: at the last byte
 };
+const FormatCase kFormats[] = {
+    {505, "DOS/W32 executable/library/driver", {"MZ"}},
+    {507, "MP3", {"ID3", "\xff\xfb\x90"}},
+    {507, "Ogg Stream", {"OggS"}},
+    {507, "PDF document", {"%PDF-"}},
+    {507, "PostScript", {"%!PS-Adobe-"}},
+    {507, "Real Media File", {".RMF"}},
+    {507, "WMA/WMV/ASF", {"0&\xb2u\x8e\x66\xcf"}},
+    {511, "BZip", {"BZh"}},
+    {513, "RAR", {"Rar!"}},
+    {514, "compress.exe'd", {"SZDD"}},
+    {516, "MS CAB", {"MSCF"}},
+    {517, "MS CHM", {"ITSF"}},
+    {518, "SCRENC", {"#@~^"}},
+    {519, "BMP", {"BM"}},
+    {519, "GIF", {"GIF"}},
+    {519, "JPEG", {"\xff\xd8\xff", "xxxxxxJFIF", "xxxxxxExif"}},
+    {519, "PNG", {"\x89PNG"}},
+    {520, "RIFF", {"RIFF"}},
+    {520, "RIFX", {"RIFX"}},
+    {526, "EVS mail", {"X-EVS"}},
+    {526, "Eserv mail", {"For: "}},
+    {526, "Exim mail", {"From: "}},
+    {526, "MBox", {"From "}},
+    {526, "Mail", {"To: ", ">From ", "Date: ", "X-UIDL: ", "X-Sieve: ", "Subject: "}},
+    {526, "Mail", {"X-Real-To: ", "Message-Id: ", "Message-ID: ", "Envelope-to: "}},
+    {526, "Mail", {"Delivered-To: ", "X-Original-To: ", "Delivery-date: "}},
+    {526, "Mail", {"X-Apparently-To: ", "X-Envelope-From: "}},
+    {526, "Maildir", {"Return-Path: ", "Return-path: "}},
+    {526, "Raw mail", {"Received: "}},
+    {526, "Symantec", {"X-Symantec-"}},
+    {526, "VPOP3 Mail (DOS)", {"v:\r\nReceived: "}},
+    {526, "VPOP3 Mail (UNIX)", {"v:\nReceived: "}},
+    {500, nullptr, {"M"}, 1},
+    {500, nullptr, {"xMZ"}, 3},
+    {500, nullptr, {"<HTML><BODY>"}, 12},
+    {501, nullptr, {"\x1f\x8b", "\x7f\x45LF", "\0\0\x01\xb3"sv, "\0\0\x01\xba"sv}, 0},
+    {501, nullptr, {"PK\x03\x04", "\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1"}, 2},
+    {501, nullptr, {"PK00PK\x03\x04"}, 6},
+};
+
+/// Looks a start up, all of it or byte by byte.
+void expectType(std::string_view start, bool isWhole, const FormatCase& row) {
+    const auto length = static_cast<unsigned int>(start.size());
+    unsigned int position = 0;
+    _st_filetype_info info;
+    uint32_t type = kTypeUndecided;
+    for (unsigned int n = isWhole ? length : 1; n <= length && type == kTypeUndecided; ++n) {
+        type = EngUtil::getFileType(start.data(), n, position, &info);
+    }
+    EXPECT_EQ(type, row.type) << start;
+    EXPECT_EQ(position, row.position < 0 ? length - 1 : row.position) << start;
+    EXPECT_STREQ(info.description, row.description);
+}
 
 TEST(FileType, ByItsFirstBytes) {
-    for (const TypeCase& row : kCases) {
-        for (const bool byByte : {false, true}) {
-            unsigned int position = 0;
-            _st_filetype_info info;
-            uint32_t type = kTypeUndecided;
-            const auto length = static_cast<unsigned int>(row.start.size());
-            for (unsigned int n = byByte ? 1 : length; n <= length && type == kTypeUndecided; ++n) {
-                type = EngUtil::getFileType(row.start.data(), n, position, &info);
-            }
-            EXPECT_EQ(type, row.type) << row.start;
-            EXPECT_EQ(position, row.position) << row.start;
-            EXPECT_STREQ(info.description, row.description);
+    for (const FormatCase& row : kFormats) {
+        for (const auto start : row.starts) {
+            for (const bool isWhole : {false, true}) expectType(start, isWhole, row);
         }
     }
 }

@@ -46,12 +46,8 @@ std::string blanks(size_t count) {
 }
 
 TEST(MarkupFilter, Table) {
-    struct Case {
-        uint8_t mode;
-        Texts chunks;
-        Texts expected;  // of each chunk and the end
-    };
-    const Case cases[] = {
+    // The mode, the chunks, what each of them gives and what the end.
+    const std::tuple<uint8_t, Texts, Texts> cases[] = {
         {2, {"a<script>x=1;</script>b"}, {"a" + blanks(21) + "b", ""}},
         {2, {"<script src=a.js/>ok"}, {blanks(18) + "ok", ""}},
         {2, {"<span>x</span>"}, {"<span>x</span>", ""}},
@@ -96,11 +92,10 @@ TEST(MarkupFilter, Table) {
         {2, {"<script /''", ">a"}, {blanks(11), blanks(2), ""}},
         {2, {"<script '", "/", "'>a"}, {blanks(9), " ", blanks(3), ""}},
     };
-    for (const Case& row : cases) {
-        const Filtered result = filter(row.chunks, row.mode);
-        EXPECT_EQ(result.pieces, row.expected) << row.chunks[0];
-        const std::string raw = join(row.chunks);
-        EXPECT_EQ(result.isChanged, result.all() != raw) << raw;
+    for (const auto& [mode, chunks, expected] : cases) {
+        const Filtered result = filter(chunks, mode);
+        EXPECT_EQ(result.pieces, expected) << chunks[0];
+        EXPECT_EQ(result.isChanged, result.all() != join(chunks)) << chunks[0];
     }
 }
 

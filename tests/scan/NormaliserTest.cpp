@@ -22,11 +22,7 @@ std::string normalise(std::string_view raw, bool markup) {
     return feed(normaliser, raw);
 }
 
-struct NormaliseCase {
-    bool markup;
-    std::string_view raw, expected;
-};
-constexpr NormaliseCase kCases[] = {
+constexpr std::tuple<bool, std::string_view, std::string_view> kCases[] = {
     {false, "Hello World", "helloworld"},
     {false, "\t\n\v\f\r A[Z`a{\x08\x0e\x1b\xc0\xff", "a[z`a{\x08\x0e\x1b\xc0\xff"},
     {false, "a<B>c</B>", "a<b>c</b>"},
@@ -56,8 +52,8 @@ constexpr NormaliseCase kCases[] = {
 };
 
 TEST(Normaliser, Table) {
-    for (const auto& row : kCases) {
-        EXPECT_EQ(normalise(row.raw, row.markup), row.expected) << row.raw;
+    for (const auto& [markup, raw, expected] : kCases) {
+        EXPECT_EQ(normalise(raw, markup), expected) << raw;
     }
 }
 
