@@ -89,6 +89,8 @@ TEST_F(Stream, DetectionsInLongChunks) {
     std::string page = "x<br>";
     for (int i = 0; i < 40; ++i) page += filler(4000) + kEvil;
     expect({{page, Names(40, "Evil")}}, {16384, 65536, page.size()});
+    host.answers = {0, 3};  // the second one ends the chunk
+    EXPECT_EQ(host.found(page).size(), 2U);
 }
 
 TEST_F(Stream, SafeLength) {

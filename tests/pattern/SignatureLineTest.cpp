@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <span>
 #include <sstream>
 #include <thread>
 
@@ -80,100 +81,80 @@ std::string describe(const PatternContainer& container) {
 const std::string kTen = "61626364656667686970";
 const std::string kDigest = "000102030405060708090A0b0c0d0e0f";
 
-struct LineCase {
-    int type;
-    std::vector<std::string> lines;
-    std::string records;       // what the container holds after each
-    std::string refusal = "";  // why each is refused
+// Lines, and what each of them gives: the records that the container then holds, and the reason why
+// the rest is refused.
+using LineCase = std::pair<std::vector<std::string>, std::string>;
+const LineCase kBasicLines[] = {
+    {{"N=" + kTen}, "bm N 10;"},
+    {{"N (Clam)x=" + kTen}, "bm N  10;"},
+    {{"N=6162??"}, "N d2 6162??;"},
+    {{"N=", "N==" + kTen}, ""},
+    {{"no equals sign", ""}, "Malformed basic pattern line 0"},
+    {{"=" + kTen}, "Malformed bm string at [:0]"},
+    {{"N=" + kTen.substr(2)}, "Malformed bm string at [:0], sig too short than 10"},
+    {{"N=616"}, "Malformed signature at [:0:616]"},
+    {{"N=61zz", "N=61\xc3\xa9"}, "Invalid hex string in [:0]"},
 };
-const LineCase kCases[] = {
-    {kBasic, {"N=" + kTen}, "bm N 10;"},
-    {kBasic, {"N (Clam)x=" + kTen}, "bm N  10;"},
-    {kBasic, {"N=6162??"}, "N d2 6162??;"},
-    {kBasic, {"N=", "N==" + kTen}, ""},
-    {kBasic, {"no equals sign", ""}, "", "Malformed basic pattern line 0"},
-    {kBasic, {"=" + kTen}, "", "Malformed bm string at [:0]"},
-    {kBasic, {"N=" + kTen.substr(2)}, "", "Malformed bm string at [:0], sig too short than 10"},
-    {kBasic, {"N=616"}, "", "Malformed signature at [:0:616]"},
-    {kBasic, {"N=61zz", "N=61\xc3\xa9"}, "", "Invalid hex string in [:0]"},
-    // Fields of extended lines.
-    {kExtended, {"N:65537:12:" + kTen + ":more:fields"}, "bm N@12/1 10;"},
-    {kExtended, {"N:99999999999999999999x:EP+9:" + kTen}, "bm N@EP+9/65535 10;"},
-    {kExtended, {"N(Clam):0:*:" + kTen}, "bm N 10;"},
-    {kExtended, {"Foo(Clam):3:7:aabb??"}, "Foo@7/3 d2 aabb??;"},
-    {kExtended,
-     {"", ":0:*:" + kTen, "N:x:*:" + kTen, "N:-1:*:" + kTen, "N:0:*", "N:0::" + kTen},
-     "",
-     "Malformed extended pattern line 0"},
-    // Digests.
-    {kMD5, {kDigest + ":42:N(Clam):more"}, "md5 N(Clam) 42"},
-    {kMD5, {kDigest + ":-7:N"}, "md5 N -7"},
-    {kMD5, {kDigest + ":none:N", kDigest + ":::0:N:more"}, "md5 N 0"},
-    {kMD5, {kDigest + ":99999999999:N"}, "md5 N 2147483647"},
-    {kMD5, {""}, "", "Malformed md5 pattern []"},
-    {kMD5, {"# comment"}, "", "Malformed md5 pattern [# comment]"},
-    {kMD5, {kDigest + ":1:"}, "", "Malformed md5 pattern [" + kDigest + ":1:]"},
-    {kMD5, {kDigest + ":1"}, "", "Malformed md5 pattern [" + kDigest + ":1]"},
-    {kMD5, {kDigest + "0:1:N"}, "", "Malformed md5 pattern [" + kDigest + "0:1:N]"},
-    {kMD5,
-     {kDigest.substr(1) + "x:1:N"},
-     "",
+const LineCase kMD5Lines[] = {
+    {{kDigest + ":42:N(Clam):more"}, "md5 N(Clam) 42"},
+    {{kDigest + ":-7:N"}, "md5 N -7"},
+    {{kDigest + ":none:N", kDigest + ":::0:N:more"}, "md5 N 0"},
+    {{kDigest + ":99999999999:N"}, "md5 N 2147483647"},
+    {{""}, "Malformed md5 pattern []"},
+    {{"# comment"}, "Malformed md5 pattern [# comment]"},
+    {{kDigest + ":1:"}, "Malformed md5 pattern [" + kDigest + ":1:]"},
+    {{kDigest + ":1"}, "Malformed md5 pattern [" + kDigest + ":1]"},
+    {{kDigest + "0:1:N"}, "Malformed md5 pattern [" + kDigest + "0:1:N]"},
+    {{kDigest.substr(1) + "x:1:N"},
      "Malformed [" + kDigest.substr(1) + "x] in chk-sum string at [:0]."},
-    // Other types.
-    {0, {"anything"}, ""},
-    {6, {"anything"}, ""},
 };
-
-// Signatures of extended lines "N:0:*:".
+const LineCase kExtendedLines[] = {
+    {{"N:65537:12:" + kTen + ":more:fields"}, "bm N@12/1 10;"},
+    {{"N:99999999999999999999x:EP+9:" + kTen}, "bm N@EP+9/65535 10;"},
+    {{"N(Clam):0:*:" + kTen}, "bm N 10;"},
+    {{"Foo(Clam):3:7:aabb??"}, "Foo@7/3 d2 aabb??;"},
+    {{"", ":0:*:" + kTen, "N:x:*:" + kTen, "N:-1:*:" + kTen, "N:0:*", "N:0::" + kTen},
+     "Malformed extended pattern line 0"},
+    {{"(Clam):0:*:aabb??"}, "Malformed pattern at [:0]"},
+};
+// The signatures of extended lines "N:0:*:".
 const LineCase kSignatures[] = {
-    // One part.
-    {kExtended, {"AAbb??dD"}, "N d2 aabb??dd;"},
-    {kExtended, {"aabbcc?x"}, "N d3 aabbcc??;"},
-    {kExtended, {"aabb(cc|dd|ee)ff"}, "N d2 aabb|cc|dd|eeff;"},
-    {kExtended, {"aabb(41|c8)(0011|?a)"}, "N d2 aabb|41|c8|00|38;"},
-    {kExtended, {"aabb?(cc|dd)0"}, "N d2 aabb??|cc|dd;"},
-    {kExtended,
-     {"aabb(cc)ff", "aabb(cc|)ff", "aabb(cc|dd", "aabb(cc|dd)@@", "aabb??@@", "aabb*@@ccdd",
+    {{"AAbb??dD"}, "N d2 aabb??dd;"},
+    {{"aabbcc?x"}, "N d3 aabbcc??;"},
+    {{"aabb(cc|dd|ee)ff"}, "N d2 aabb|cc|dd|eeff;"},
+    {{"aabb(41|c8)(0011|?a)"}, "N d2 aabb|41|c8|00|38;"},
+    {{"aabb?(cc|dd)0"}, "N d2 aabb??|cc|dd;"},
+    {{"aabb(cc)ff", "aabb(cc|)ff", "aabb(cc|dd", "aabb(cc|dd)@@", "aabb??@@", "aabb*@@ccdd",
       "aabb{@}ccdd"},
-     "",
      "Malformed pattern at [:0]"},
-    {kExtended, {"aabb(cc|@@)", "aab(cc|dd)e", "aagg??"}, "", "Invalid hex string in [:0]"},
-    {kExtended, {"aa??b"}, "", "Malformed signature at [:0:L5::aa??b]"},
-    {kExtended, {"aa??", "(aa|bb)ccdd", "aa*bb"}, "", "Trie:addPattern failed, too short pattern"},
-    // Parts.
-    {kExtended, {"aabbcc*ddee"}, "N d3 aabbcc 1:1/2;N d2 ddee 1:2/2;"},
-    {kExtended,
-     {"aabbcc{10-20}ddeeff{5}1122"},
+    {{"aabb(cc|@@)", "aab(cc|dd)e", "aagg??"}, "Invalid hex string in [:0]"},
+    {{"aa??b"}, "Malformed signature at [:0:L5::aa??b]"},
+    {{"aa??", "(aa|bb)ccdd", "aa*bb"}, "Trie:addPattern failed, too short pattern"},
+    {{"aabbcc*ddee"}, "N d3 aabbcc 1:1/2;N d2 ddee 1:2/2;"},
+    {{"aabbcc{10-20}ddeeff{5}1122"},
      "N d2 1122 1:3/3 5-5;N d3 aabbcc 1:1/3;N d3 ddeeff 1:2/3 10-20;"},
-    {kExtended,
-     {"aabb{-8}ccdd{8-}eeff"},
-     "N d2 aabb 1:1/3;N d2 ccdd 1:2/3 0-8;N d2 eeff 1:3/3 8-0;"},
-    {kExtended,
-     {"aabb{0}ccdd*eeff", "aabb{x}ccdd{}eeff"},
-     "N d2 aabb 1:1/3;N d2 ccdd 1:2/3;N d2 eeff 1:3/3;"},
-    {kExtended,
-     {"aabb{99999999999999999999-3--4}ccdd"},
-     "N d2 aabb 1:1/2;N d2 ccdd 1:2/2 4294967295-3;"},
-    {kExtended, {"aabbcc{5ddee"}, "N d3 aabbcc 1:1/2;", "Malformed pattern at [:0]"},
-    {kExtended, {"aabb{1- -5}ccdd"}, "N d2 aabb 1:1/2;", "Malformed pattern at [:0]"},
-    {kExtended, {"aabb{5{3}ccdd"}, "N d2 aabb 1:1/3;", "Malformed pattern at [:0]"},
-    {kExtended, {"aabb{5}"}, "N d2 aabb 1:1/2;", "Trie:addPattern failed, too short pattern"},
-    {kExtended,
-     {"aabb**ccdd"},
-     "N d2 aabb 1:1/3;N d2 ccdd 1:2/3;",
-     "Can't extract part 3 of partial signature [:0]"},
-    {kExtended, {"*aabb"}, "", "Can't extract part 1 of partial signature [:0]"},
-    {kExtended, {"aabb*"}, "N d2 aabb 1:1/2;", "Can't extract part 2 of partial signature [:0]"},
+    {{"aabb{-8}ccdd{8-}eeff"}, "N d2 aabb 1:1/3;N d2 ccdd 1:2/3 0-8;N d2 eeff 1:3/3 8-0;"},
+    {{"aabb{0}ccdd*eeff", "aabb{x}ccdd{}eeff"}, "N d2 aabb 1:1/3;N d2 ccdd 1:2/3;N d2 eeff 1:3/3;"},
+    {{"aabb{99999999999999999999-3--4}ccdd"}, "N d2 aabb 1:1/2;N d2 ccdd 1:2/2 4294967295-3;"},
+    {{"aabbcc{5ddee"}, "N d3 aabbcc 1:1/2;Malformed pattern at [:0]"},
+    {{"aabb{1- -5}ccdd"}, "N d2 aabb 1:1/2;Malformed pattern at [:0]"},
+    {{"aabb{5{3}ccdd"}, "N d2 aabb 1:1/3;Malformed pattern at [:0]"},
+    {{"aabb{5}"}, "N d2 aabb 1:1/2;Trie:addPattern failed, too short pattern"},
+    {{"aabb**ccdd"},
+     "N d2 aabb 1:1/3;N d2 ccdd 1:2/3;Can't extract part 3 of partial signature [:0]"},
+    {{"*aabb"}, "Can't extract part 1 of partial signature [:0]"},
+    {{"aabb*"}, "N d2 aabb 1:1/2;Can't extract part 2 of partial signature [:0]"},
 };
 
-void expectGiven(const LineCase& row, const std::string& front) {
-    for (const auto& text : row.lines) {
-        const std::string line = front + text;
-        PatternContainer container;
-        EXPECT_EQ(refusalOf([&] { container.addString(line.c_str(), row.type, false); }),
-                  row.refusal)
-            << line;
-        EXPECT_EQ(describe(container), row.records) << line;
+void expectGiven(int type, const std::string& front, std::span<const LineCase> cases) {
+    for (const auto& [lines, given] : cases) {
+        for (const auto& text : lines) {
+            PatternContainer container;
+            const std::string line = front + text;
+            const std::string refusal =
+                refusalOf([&] { container.addString(line.c_str(), type, false); });
+            EXPECT_EQ(describe(container) + refusal, given) << line;
+        }
     }
 }
 
@@ -181,9 +162,12 @@ TEST(SignatureLine, GivesRecordsOrAReason) {
     ops.scrambleKey = 0x5A;
     // A thread that has loaded nothing has no position to tell.
     std::thread([] {
-        for (const LineCase& row : kCases) expectGiven(row, "");
-        for (const LineCase& row : kSignatures) expectGiven(row, "N:0:*:");
-        expectGiven({kExtended, {"(Clam):0:*:aabb??"}, "", "Malformed pattern at [:0]"}, "");
+        expectGiven(kBasic, "", kBasicLines);
+        expectGiven(kMD5, "", kMD5Lines);
+        expectGiven(kExtended, "", kExtendedLines);
+        expectGiven(kExtended, "N:0:*:", kSignatures);
+        const LineCase ignored[] = {{{"anything"}, ""}};
+        for (const int other : {0, 6}) expectGiven(other, "", ignored);
     }).join();
 }
 
