@@ -46,9 +46,9 @@ TEST(KeywordThreads, AnswersComeFromASetThatWasThere) {
     std::atomic<int> started = 0, finished = 0;
     std::atomic<long> matches = 0;
     ASSERT_EQ(updateTo(0), 1);
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&](const std::stop_token& stop) {
+    std::vector<std::jthread> threads(kThreads);
+    for (auto& thread : threads) {
+        thread = std::jthread([&](const std::stop_token& stop) {
             for (; !stop.stop_requested(); ++matches) {
                 const int first = finished;
                 const int number = match([] {});
@@ -106,9 +106,9 @@ TEST(KeywordThreads, NobodyStarves) {
     const auto start = std::chrono::steady_clock::now();
     {
         // Overlapping matches, so that there is hardly a moment without one.
-        std::vector<std::jthread> matchers;
-        for (int i = 0; i < 4; ++i) {
-            matchers.emplace_back([](const std::stop_token& stop) {
+        std::vector<std::jthread> matchers(4);
+        for (auto& matcher : matchers) {
+            matcher = std::jthread([](const std::stop_token& stop) {
                 const auto pause = [] { std::this_thread::sleep_for(milliseconds(2)); };
                 while (!stop.stop_requested()) match(pause);
             });

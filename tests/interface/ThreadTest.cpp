@@ -48,9 +48,9 @@ class Reloads : public testing::Test {
 
 TEST_F(Reloads, StreamsKeepTheSetTheyBeganWith) {
     std::atomic<long> streams = 0;
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&](const std::stop_token& stop) {
+    std::vector<std::jthread> threads(kThreads);
+    for (auto& thread : threads) {
+        thread = std::jthread([&](const std::stop_token& stop) {
             while (!stop.stop_requested()) {
                 Host host;
                 for (int stream = 0; stream < 5; ++stream, ++streams) scanOnce(host);
@@ -76,9 +76,9 @@ TEST_F(Reloads, StreamsKeepTheSetTheyBeganWith) {
 TEST_F(Reloads, ABrokenContainerLeavesTheOldSet) {
     const std::string broken = "VQPattern" + std::string(75, '\0');  // no body, and not its digest
     const Log log(1);  // longer than the threads scan
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&](const std::stop_token& stop) {
+    std::vector<std::jthread> threads(4);
+    for (auto& thread : threads) {
+        thread = std::jthread([&](const std::stop_token& stop) {
             Host host;
             while (!stop.stop_requested()) scanOnce(host);
         });
@@ -95,9 +95,9 @@ TEST_F(Reloads, ABrokenContainerLeavesTheOldSet) {
 
 TEST_F(Reloads, InstancesMayWaitForTheFirstSet) {
     destroyEngine();
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([] {
+    std::vector<std::jthread> threads(kThreads);
+    for (auto& thread : threads) {
+        thread = std::jthread([] {
             Host host;
             while (host.begin() == ZVK_ERR_NO_CONTAINER) std::this_thread::yield();
             host.feed("x<br>evilcode(1)");

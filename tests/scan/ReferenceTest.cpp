@@ -288,6 +288,7 @@ TEST(Reference, AgreesWithTheEngine) {
             host.names.clear();
             host.begin();
             std::vector<int32_t> counts;
+            counts.reserve(chunks.size());
             for (const auto& chunk : chunks) counts.push_back(host.feed(chunk));
             host.end();
             std::transform(host.names.begin(), host.names.end(), host.names.begin(), digestOf);

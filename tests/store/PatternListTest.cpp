@@ -7,7 +7,21 @@ namespace {
 
 using namespace STREAMENGINE_SPACE;
 
-// How nodes are ordered, grouped and found is what the comparison with the plain matcher sees.
+TriePatternNode nodeOf(std::string_view bytes) {
+    auto pattern = std::make_unique<TriePattern>();
+    pattern->sig.assign(bytes.begin(), bytes.end());
+    return TriePatternNode(std::move(pattern));
+}
+
+// How nodes are grouped and found is what the comparison with the plain matcher sees.
+TEST(PatternNode, ComparesUnsignedBytesAndHeads) {
+    const auto ab = nodeOf("AB"), abc = nodeOf("ABC"), high = nodeOf("\x80");
+    EXPECT_EQ(ab.compareTo(&abc), -1);
+    EXPECT_EQ(high.compareTo(&abc), 1);
+    EXPECT_FALSE(ab.beginWith(&abc));
+    EXPECT_TRUE(abc.beginWith(&ab));
+}
+
 TEST(PatternNode, RefusesWhatCannotBeCompared) {
     const TriePatternNode plain(std::make_unique<TriePattern>());
     auto wildcard = std::make_unique<TriePattern>();
