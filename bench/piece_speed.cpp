@@ -35,7 +35,7 @@ template <class Piece>
 void runChunks(benchmark::State& state, const std::string& text, Piece piece) {
     const std::string input = repeated(text, kInput);
     std::vector<char> out(kChunk + MarkupFilter::kMostHeld);
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         for (size_t i = 0; i < input.size(); i += kChunk) piece(&input[i], kChunk, out.data());
         benchmark::ClobberMemory();
     }
@@ -56,16 +56,17 @@ void copyText(benchmark::State& state) {
 }
 
 void matchText(benchmark::State& state) {
-    std::vector<std::string> keywords;
-    for (int i = 0; i < 3000; ++i) keywords.push_back("keyword" + std::to_string(i));
-    std::vector<const char*> array;
-    for (const std::string& keyword : keywords) array.push_back(keyword.c_str());
-    array.push_back(nullptr);
+    std::vector<std::string> keywords(3000);
+    std::vector<const char*> array(keywords.size() + 1);  // ended by a null pointer
+    for (size_t i = 0; i < keywords.size(); ++i) {
+        keywords[i] = "keyword" + std::to_string(i);
+        array[i] = keywords[i].c_str();
+    }
     updateKeywords(array.data());
     const ZVKScanEngineCallbacks callbacks = {
         [](void*, ZVK_ENGINE_EVENT_TYPE, const void*, void*) { return 0; }};
     std::string text = repeated(kWords, static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const int32_t found =
             matchKeywords(&callbacks, &text, text.data(), static_cast<uint32_t>(text.size()));
         if (found != 0) state.SkipWithError("a keyword was found");
