@@ -19,6 +19,7 @@ void PatternContainer::addString(const char* line, int type, bool shortToTrie) {
 }
 
 void PatternContainer::prepare() {
+    kernel = QLT_SPACE::chooseKernel();
     typeTrieTree.addTypeSigs();
     typeTrieTree.prepare();
     maxPatternLength = std::max(static_cast<int32_t>(trieTree.maxPatternLength),

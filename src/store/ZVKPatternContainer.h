@@ -10,6 +10,7 @@
 #include "store/BmList.h"
 #include "store/MD5List.h"
 #include "store/TrieTree.h"
+#include "support/Kernel.h"
 #include "support/Mutex.h"
 
 namespace STREAMENGINE_SPACE {
@@ -49,6 +50,7 @@ class PatternContainer {
     PatternContainer* partner = nullptr;  // the engine's other container
     uint32_t patternCount = 0;            // sum of what the loaded files reported
     uint32_t patternVersion = 0;          // highest build time of the container files loaded
+    QLT_SPACE::Kernel kernel = QLT_SPACE::Kernel::Baseline;  // that scans it; chosen by prepare()
 
   private:
     QLT_SPACE::Mutex mutex;  // guards usingCount
