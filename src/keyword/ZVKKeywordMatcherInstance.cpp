@@ -16,6 +16,7 @@ constexpr const char* kUnit = "ZVKKeywordMatcher";
 
 // A shorter text is copied to the stack: an allocation would be felt in the time that it takes.
 constexpr size_t kShortText = 1024;
+constexpr size_t kSlack = SignatureScanner::kSlack;  // behind a copy
 
 }  // namespace
 
@@ -35,11 +36,11 @@ int ZVKKeywordMatcherInstance::DoMatch(const char* buffer, unsigned int len) {
         ZVK_ERROR("in_buf or _scanner is NULL");
         return 0;
     }
-    std::array<char, kShortText> shortCopy;  // NOLINT: filled right below
+    std::array<char, kShortText + kSlack> shortCopy;  // NOLINT: filled right below
     std::unique_ptr<char[]> longCopy;
     char* copy = shortCopy.data();
-    if (len > shortCopy.size()) {
-        longCopy.reset(new (std::nothrow) char[len]);
+    if (len > kShortText) {
+        longCopy.reset(new (std::nothrow) char[len + kSlack]);
         copy = longCopy.get();
     }
     if (copy == nullptr) {
@@ -47,7 +48,7 @@ int ZVKKeywordMatcherInstance::DoMatch(const char* buffer, unsigned int len) {
         return 0;
     }
     std::transform(buffer, buffer + len, copy, [](char c) { return QLT_SPACE::lowered(c); });
-    const char* name = scanner->virusFound(copy, len, 0);
+    const char* name = scanner->virusFound(copy, len, 0, 0);
     if (name == nullptr) return 0;
     scanner->sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name);  // its answer has no meaning here
     return 1;

@@ -1,13 +1,20 @@
 #include "scan/PartProgress.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "store/VQPattern.h"
 
 namespace STREAMENGINE_SPACE {
 
-PartProgress::Entry* PartProgress::find(uint32_t sigid) {
+const PartProgress::Entry* PartProgress::find(uint32_t sigid) const {
     if (entries.empty()) return nullptr;
     const uint32_t index = slots[slotOf(sigid)];
     return index != 0 ? &entries[index - 1] : nullptr;
+}
+
+PartProgress::Entry* PartProgress::find(uint32_t sigid) {
+    return const_cast<Entry*>(std::as_const(*this).find(sigid));
 }
 
 PartProgress::Entry& PartProgress::start(uint32_t sigid) {
@@ -15,6 +22,14 @@ PartProgress::Entry& PartProgress::start(uint32_t sigid) {
     entries.push_back({sigid, 0, 0});
     slots[slotOf(sigid)] = static_cast<uint32_t>(entries.size());
     return entries.back();
+}
+
+bool PartProgress::fits(const TriePattern& part, uint32_t partsMatched, uint32_t partEnd,
+                        uint32_t pos) {
+    if (partsMatched + 1 != part.partno || pos < partEnd) return false;
+    const uint32_t gap = pos - partEnd;
+    return (part.maxDistance == 0 || gap <= part.maxDistance) &&
+           (part.minDistance == 0 || gap >= part.minDistance);
 }
 
 void PartProgress::clear() {

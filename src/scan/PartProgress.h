@@ -1,4 +1,4 @@
-// PartProgress: how far the multi-part signatures of a stream have come.
+// PartProgress: how far the multi-part signatures of a stream have come, and by which rule they do.
 //
 // Only signatures under way have an entry, so that a stream's memory and the cost of starting one
 // depend on what it holds and not on the size of the set. A hash table with linear probing: slots
@@ -11,19 +11,30 @@
 
 namespace STREAMENGINE_SPACE {
 
+struct TriePattern;
+
 class PartProgress {
   public:
     struct Entry {
-        uint32_t sigid = 0;
+        uint32_t sigid = 0;         // or another number that the user keeps entries by
         uint32_t partsMatched = 0;  // parts accepted so far
         uint32_t partEnd = 0;       // stream offset just behind the last of them
     };
 
     /// @return the entry of a signature under way, valid until start() or clear(); else null
     Entry* find(uint32_t sigid);
+    const Entry* find(uint32_t sigid) const;
+
+    bool empty() const { return entries.empty(); }
 
     /// Enters a signature, which must not be under way, with nothing accepted yet.
     Entry& start(uint32_t sigid);
+
+    /// Parts are accepted strictly in order, each once, none before the one in front of it ends.
+    /// @param partsMatched, partEnd  how far its signature has come
+    /// @param pos                    stream offset at which the part matches
+    static bool fits(const TriePattern& part, uint32_t partsMatched, uint32_t partEnd,
+                     uint32_t pos);
 
     /// Forgets all, at a cost that depends on the entries alone.
     void clear();

@@ -7,22 +7,40 @@ namespace STREAMENGINE_SPACE {
 
 PatternMatcher::PatternMatcher(const PatternContainer& container,
                                const ZVKScanEngineCallbacks* callbackRecord, void* hostData)
-    : callbacks(callbackRecord), userData(hostData) {
+    : callbacks(callbackRecord),
+      userData(hostData),
+      signatureScanner(container.index, &result),
+      hasIndex(container.index.isBuilt()) {
     if (container.bmList.maxPatternLength != 0) bmScanner.emplace(container.bmList);
     if (container.trieTree.maxPatternLength != 0) trieScanner.emplace(container.trieTree, &result);
+    isPlain = !hasIndex || EngUtil::debugIsOn();
 }
 
 void PatternMatcher::init() {
     matchEnd = nullptr;
     if (bmScanner) bmScanner->reset();
     if (trieScanner) trieScanner->reset();
+    signatureScanner.reset();
+    isPlain = !hasIndex || EngUtil::debugIsOn();
     if (ops.wantsDetail()) result.reset();
     matchedSigId = 0;
 }
 
-const char* PatternMatcher::virusFound(const char* text, unsigned int end, unsigned int base) {
+const char* PatternMatcher::virusFound(const char* text, unsigned int end, unsigned int base,
+                                       unsigned int settled) {
+    if (!isPlain) return matchIndex(text, end, base, settled);
     const char* name = matchTrie(text, end, base);
     return name != nullptr ? name : matchBm(text, end, base);
+}
+
+const char* PatternMatcher::matchIndex(const char* text, unsigned int end, unsigned int base,
+                                       unsigned int settled) {
+    const auto match =
+        signatureScanner.virusFound(reinterpret_cast<const uint8_t*>(text), end, base, settled);
+    if (match.pattern == nullptr) return nullptr;
+    matchEnd = text + match.end;
+    if (match.isTrie) return tellTrie(static_cast<const TriePattern&>(*match.pattern));
+    return tellBm(static_cast<const BmPattern&>(*match.pattern), match.end + base);
 }
 
 const char* PatternMatcher::matchTrie(const char* text, unsigned int end, unsigned int base) {
@@ -31,9 +49,8 @@ const char* PatternMatcher::matchTrie(const char* text, unsigned int end, unsign
         trieScanner->virusFound(reinterpret_cast<const unsigned char*>(text), end, base);
     if (found == nullptr) return nullptr;
     matchEnd = reinterpret_cast<const char*>(trieScanner->getMatchPosition());
-    if (found->sigid != 0 && found->type == 0) matchedSigId = found->sigid;
     if (ops.detailLog != 0) found->printSigInfo(static_cast<uint32_t>(matchEnd - text) + base);
-    return found->virName.c_str();
+    return tellTrie(*found);
 }
 
 const char* PatternMatcher::matchBm(const char* text, unsigned int end, unsigned int base) {
@@ -42,10 +59,18 @@ const char* PatternMatcher::matchBm(const char* text, unsigned int end, unsigned
         bmScanner->virusFound(reinterpret_cast<const unsigned char*>(text), end, base);
     if (found == nullptr) return nullptr;
     matchEnd = reinterpret_cast<const char*>(bmScanner->getMatchPosition());
-    const uint32_t matchOffset = static_cast<uint32_t>(matchEnd - text) + base;
-    if (ops.wantsDetail()) recordBmMatch(*found, matchOffset - found->length);
-    if (ops.detailLog != 0) found->printSigInfo(matchOffset);
-    return found->virName.c_str();
+    return tellBm(*found, static_cast<uint32_t>(matchEnd - text) + base);
+}
+
+const char* PatternMatcher::tellTrie(const TriePattern& found) {
+    if (found.sigid != 0 && found.type == 0) matchedSigId = found.sigid;
+    return found.virName.c_str();
+}
+
+const char* PatternMatcher::tellBm(const BmPattern& found, uint32_t endOffset) {
+    if (ops.wantsDetail()) recordBmMatch(found, endOffset - found.length);
+    if (ops.detailLog != 0) found.printSigInfo(endOffset);
+    return found.virName.c_str();
 }
 
 }  // namespace STREAMENGINE_SPACE

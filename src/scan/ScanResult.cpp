@@ -2,6 +2,7 @@
 
 #include "engine/ZVKUtil.h"
 #include "store/VQPattern.h"
+#include "support/Allocation.h"
 #include "support/StringHelper.h"
 #include "support/Utils.h"
 
@@ -43,6 +44,21 @@ bool ScanResult::addSigInfo(const std::string& name, std::unique_ptr<SigInfo> si
     sigName = name;
     if (sig != nullptr) sigInfos.push_back(std::move(sig));
     return true;
+}
+
+void ScanResult::addPart(const TriePattern& pattern, uint32_t pos) {
+    if (!ops.wantsDetail() || pattern.type != 0) return;
+    auto sig = QLT_SPACE::makeUniqueOr<SigInfo>("fail to new sig");
+    sig->length = static_cast<int32_t>(pattern.length);
+    sig->offset = static_cast<int32_t>(pos);
+    sig->partId = pattern.sigid;
+    QLT_SPACE::allocateOr("fail to new sig->signature", [&] {
+        sig->elements.reserve(pattern.length);
+        for (uint32_t i = 0; i < pattern.length; ++i) {
+            sig->elements.push_back(static_cast<int16_t>(pattern.symbolAt(i)));
+        }
+    });
+    addSigInfo(pattern.virName, std::move(sig));
 }
 
 const char* ScanResult::getInfo(uint32_t sigId) {

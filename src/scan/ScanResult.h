@@ -10,6 +10,8 @@
 
 namespace STREAMENGINE_SPACE {
 
+struct TriePattern;
+
 /// One matched part of a signature.
 struct SigInfo {
     static constexpr int32_t kDigestOffset = -1;  // a detection by digest, which has no place
@@ -27,6 +29,12 @@ class ScanResult {
     /// Names the detection and, unless sig is null, records a part of it.
     /// @param name  scrambled
     bool addSigInfo(const std::string& name, std::unique_ptr<SigInfo> sig);
+
+    /// Records a part that was accepted, while a detail option is on and if it is not of a type
+    /// signature.
+    /// @param pos  stream offset at which it matches
+    /// @throws QLT_SPACE::Exception if memory runs out
+    void addPart(const TriePattern& pattern, uint32_t pos);
 
     /// Builds the detail text, forgetting the parts that do not belong to it.
     /// @param sigId  the multi-part signature whose parts are told; 0 for the last part alone

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "engine/ZVKUtil.h"
+#include "scan/WorkBuffer.h"
 #include "store/ZVKPatternContainer.h"
 #include "support/DecimalNumber.h"
 
@@ -19,11 +20,11 @@ StreamScanner::StreamScanner(const PatternContainer& container,
                              uintptr_t ownerValue)
     : PatternMatcher(container, callbackRecord, hostData),
       overlap(static_cast<uint32_t>(container.maxPatternLength)),
-      buffer(size_t{overlap} + kCycleLength),
       owner(ownerValue) {
     if (container.md5List.hasTables()) {
         md5Scanner = std::make_unique<Md5Scanner>(container.md5List, &result);
     }
+    tail.reserve(overlap);
     if (container.typeTrieTree.maxPatternLength != 0) {
         typeScanner.emplace(container.typeTrieTree, &result);
     }
@@ -38,8 +39,9 @@ void StreamScanner::reset() {
 
 void StreamScanner::reset2() {
     detectionCount = 0;
-    bufferUsed = 0;
-    bufferBase = 0;
+    tail.clear();
+    tailBase = 0;
+    tailSettled = 0;
     safeLength = 0;
     filter.filterChanged = false;
     normaliser.restart();
@@ -53,81 +55,93 @@ void StreamScanner::init() {
 }
 
 int StreamScanner::scanBuffer(const char* data, unsigned int len, bool typePass) {
+    WorkBuffer<kInlineOverlap + kCycleLength + kSlack> work(capacity() + kSlack);
+    Window window = {work.data(), static_cast<uint32_t>(tail.size()), tailBase, tailSettled};
+    if (!tail.empty()) std::memcpy(window.text, tail.data(), tail.size());
+    if (typePass) return findType(window, data, len);
+    const int count = runCycles(window, data, len);
+    tail.assign(window.text, window.text + window.used);
+    tailBase = window.base;
+    tailSettled = window.settled;
+    return count;
+}
+
+int StreamScanner::findType(Window& window, const char* data, unsigned int len) {
     const char* const chunk = data;
+    const unsigned int chunkLength = len;
+    char* const added = window.text + window.used;
+    const unsigned int produced = normaliser.getBuffer(data, len, added, capacity() - window.used);
+    if (produced == 0 || !typeScanner) return 0;
+    const TriePattern* found = typeScanner->virusFound(
+        reinterpret_cast<const unsigned char*>(window.text), window.used + produced, window.base);
+    if (found == nullptr) return 0;
+    if (*added == '<' && Normaliser::checkHeader(chunk, chunkLength)) normaliser.htmlMode = true;
+    ZVK_DEBUG("StreamScanner::scanBuffer, find type name [%s].",
+              EngUtil::scrambled(found->virName).c_str());
+    return 1;
+}
+
+int StreamScanner::runCycles(Window& window, const char* data, unsigned int len) {
     const unsigned int chunkLength = len;
     int count = 0;
     bool isResumed = false;  // the last cycle ended with a detection that the host wants passed
     while (true) {
-        const unsigned int room = capacity() - bufferUsed;
+        const uint32_t room = capacity() - window.used;
         if (len != 0 && room == 0) {
             ZVK_ERROR("Can't scan, the scan buffer is too small, it must more than %d bytes.",
                       static_cast<int>(overlap));
             return count;
         }
-        char* const added = buffer.data() + bufferUsed;
+        char* const added = window.text + window.used;
         const unsigned int produced = normaliser.getBuffer(data, len, added, room);
         if (produced == 0 && !isResumed) {
             if (detectionCount == 0) safeLength += chunkLength;
             return count;
         }
-        if (!typePass) EngUtil::sendDumpEvent(added, produced, callbacks, userData);
-        const unsigned int end = bufferUsed + produced;
-        const char* name = virusFound(buffer.data(), end, bufferBase, typePass);
-        if (typePass) {
-            if (name == nullptr) return 0;
-            acceptType(name, chunk, chunkLength, *added);
-            return 1;
-        }
+        EngUtil::sendDumpEvent(added, produced, callbacks, userData);
+        const uint32_t end = window.used + produced;
+        const char* name = virusFound(window.text, end, window.base, window.settled);
         if (md5Scanner != nullptr) md5Scanner->MD5Update(added, produced);
         isResumed = false;
-        if (name != nullptr) {
-            ++count;
-            const Outcome outcome = reportDetection(name, end);
-            if (outcome == Outcome::Stop) return count;
-            isResumed = outcome == Outcome::Resume;
-        } else if (end > overlap) {
-            dropFront(end - overlap, end);
-        } else {
-            bufferUsed = end;
+        if (name == nullptr) {
+            keepTail(window, end);
+            continue;
         }
+        ++count;
+        const Outcome outcome = reportDetection(name, window, end);
+        if (outcome == Outcome::Stop) return count;
+        isResumed = outcome == Outcome::Resume;
     }
 }
 
-void StreamScanner::acceptType(const char* name, const char* raw, unsigned int rawLength,
-                               char firstWritten) {
-    if (firstWritten == '<' && Normaliser::checkHeader(raw, rawLength)) normaliser.htmlMode = true;
-    ZVK_DEBUG("StreamScanner::scanBuffer, find type name [%s].", EngUtil::scrambled(name).c_str());
+void StreamScanner::keepTail(Window& window, uint32_t end) const {
+    const uint32_t dropped = end - std::min(end, overlap);
+    window.dropFront(dropped, end);
+    window.settled = settledEnd() - std::min(settledEnd(), dropped);
 }
 
-StreamScanner::Outcome StreamScanner::reportDetection(const char* name, unsigned int end) {
+StreamScanner::Outcome StreamScanner::reportDetection(const char* name, Window& window,
+                                                      uint32_t end) {
     ++detectionCount;
+    window.settled = 0;
     switch (sendDetection(name)) {
         case 0:
-            dropFront(static_cast<unsigned int>(matchEnd - buffer.data()), end);
+            window.dropFront(static_cast<uint32_t>(matchEnd - window.text), end);
             init();
             return Outcome::Resume;
         case 1:
         case 3:
             return Outcome::Stop;
         default:
-            // bufferUsed stays: the bytes that this cycle added are forgotten.
+            // window.used stays: the bytes that this cycle added are forgotten.
             return Outcome::GoOn;
     }
 }
 
-void StreamScanner::dropFront(unsigned int count, unsigned int end) {
-    bufferUsed = end - count;
-    std::memmove(buffer.data(), buffer.data() + count, bufferUsed);
-    bufferBase += count;
-}
-
-const char* StreamScanner::virusFound(char* text, unsigned int end, unsigned int base,
-                                      bool typePass) {
-    if (!typePass) return PatternMatcher::virusFound(text, end, base);
-    if (!typeScanner) return nullptr;
-    const TriePattern* found =
-        typeScanner->virusFound(reinterpret_cast<unsigned char*>(text), end, base);
-    return found != nullptr ? found->virName.c_str() : nullptr;
+void StreamScanner::Window::dropFront(uint32_t count, uint32_t end) {
+    used = end - count;
+    if (count != 0) std::memmove(text, text + count, used);
+    base += count;
 }
 
 int StreamScanner::sendDetection(const char* name) {

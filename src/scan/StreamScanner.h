@@ -1,9 +1,10 @@
 // StreamScanner: one stream's road from raw chunk to detection.
 //
 // Each chunk is normalised behind the tail of the one before, so that a signature cut by a chunk
-// boundary is still whole in `buffer`. buffer[0] is the byte at stream offset bufferBase.
-// Invariants: bufferUsed <= capacity; after a cycle without a detection bufferUsed <= overlap.
-// A chunk without a detection allocates no more than its search does, see PatternMatcher.
+// boundary is still whole in the text searched. That text is in the call's own buffer: between
+// calls a stream keeps its tail, of overlap bytes as a rule. A chunk without a detection allocates
+// no more than its search does, see PatternMatcher, but for a buffer where the set's longest
+// signature is longer than kInlineOverlap.
 //
 // It scans in two passes. The type pass, over the start of the stream, answers whether the stream
 // is to be scanned and chooses the normalisation; the detection pass, over all of it, finds
@@ -51,11 +52,6 @@ class StreamScanner : public PatternMatcher {
     /// @throws QLT_SPACE::Exception or std::bad_alloc if memory runs out
     int scanBuffer(const char* data, unsigned int len, bool typePass);
 
-    /// Runs one pass's matchers over buffer[0, end), whose first byte has stream offset base.
-    /// @return the scrambled name of the match, owned by its pattern, or null
-    /// @throws as scanBuffer()
-    const char* virusFound(char* buffer, unsigned int end, unsigned int base, bool typePass);
-
     /// Reports a detection and clears the matchers if the host answers 0.
     /// @return whether it did
     bool searchNextVirus(const char* name);
@@ -70,22 +66,36 @@ class StreamScanner : public PatternMatcher {
     MarkupFilter filter;      // apart from the scan: fed by its own calls, with the raw bytes
 
   private:
+    static constexpr size_t kInlineOverlap = 4096;  // bytes of a tail for which the stack has room
+    static constexpr size_t kSlack = 64;            // bytes behind the text that may be touched
+
     /// What the host's answer to a detection makes of the cycle.
     enum class Outcome { GoOn, Resume, Stop };
 
+    /// The part of the normalised stream that is being searched.
+    struct Window {
+        char* text;
+        uint32_t used;     // bytes of it that hold data
+        uint32_t base;     // stream offset of its first byte
+        uint32_t settled;  // index in front of which nothing begins
+
+        /// Drops the first count bytes of the end bytes that it holds.
+        void dropFront(uint32_t count, uint32_t end);
+    };
+
+    int runCycles(Window& window, const char* data, unsigned int len);
+    int findType(Window& window, const char* data, unsigned int len);
+    /// Gets the window ready for the next cycle, nothing having been found in its end bytes.
+    void keepTail(Window& window, uint32_t end) const;
+    Outcome reportDetection(const char* name, Window& window, uint32_t end);
     /// @return the host's answer
     int sendDetection(const char* name);
-    Outcome reportDetection(const char* name, unsigned int end);
-    /// Notes what the type pass found in the chunk whose raw and normalised starts are given.
-    void acceptType(const char* name, const char* raw, unsigned int rawLength, char firstWritten);
-    /// Drops the first count of the end bytes that buffer holds.
-    void dropFront(unsigned int count, unsigned int end);
-    uint32_t capacity() const { return static_cast<uint32_t>(buffer.size()); }
+    uint32_t capacity() const { return overlap + kCycleLength; }
 
     const uint32_t overlap;  // normalised bytes kept from cycle to cycle: the longest pattern
-    std::vector<char> buffer;
-    uint32_t bufferUsed = 0;
-    uint32_t bufferBase = 0;
+    std::vector<char> tail;  // what the window held when the last call ended
+    uint32_t tailBase = 0;   // as in the window
+    uint32_t tailSettled = 0;
     uint32_t detectionCount = 0;             // reported in this stream
     std::optional<TrieScanner> typeScanner;  // none if the container has no type signatures
     [[maybe_unused]] const uintptr_t owner;

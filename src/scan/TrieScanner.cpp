@@ -6,7 +6,6 @@
 
 #include "engine/ZVKUtil.h"
 #include "scan/StreamScanner.h"
-#include "support/Allocation.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
@@ -141,37 +140,18 @@ bool TrieScanner::verifyPattern(const TriePattern& pattern, unsigned int pos) {
 
 bool TrieScanner::findMatchedVirus(const TriePattern& pattern, unsigned int pos) {
     if (pattern.sigid == 0) {
-        addSigInfo(pattern, pos);
+        result->addPart(pattern, pos);
         return true;
     }
-    // Parts are accepted strictly in order, each once, none before the one in front of it ends.
     PartProgress::Entry* entry = progress.find(pattern.sigid);
     const uint32_t partsMatched = entry != nullptr ? entry->partsMatched : 0;
     const uint32_t partEnd = entry != nullptr ? entry->partEnd : 0;
-    if (partsMatched + 1 != pattern.partno || pos < partEnd) return false;
-    const uint32_t gap = pos - partEnd;
-    if (pattern.maxDistance != 0 && gap > pattern.maxDistance) return false;
-    if (pattern.minDistance != 0 && gap < pattern.minDistance) return false;
-    addSigInfo(pattern, pos);
+    if (!PartProgress::fits(pattern, partsMatched, partEnd, pos)) return false;
+    result->addPart(pattern, pos);
     if (entry == nullptr) entry = &progress.start(pattern.sigid);
     entry->partEnd = pos + pattern.length;
     ++entry->partsMatched;
     return entry->partsMatched == pattern.parts;
-}
-
-void TrieScanner::addSigInfo(const TriePattern& pattern, unsigned int pos) {
-    if (!ops.wantsDetail() || pattern.type != 0) return;
-    auto sig = QLT_SPACE::makeUniqueOr<SigInfo>("fail to new sig");
-    sig->length = static_cast<int32_t>(pattern.length);
-    sig->offset = static_cast<int32_t>(pos);
-    sig->partId = pattern.sigid;
-    QLT_SPACE::allocateOr("fail to new sig->signature", [&] {
-        sig->elements.reserve(pattern.length);
-        for (uint32_t i = 0; i < pattern.length; ++i) {
-            sig->elements.push_back(static_cast<int16_t>(pattern.symbolAt(i)));
-        }
-    });
-    result->addSigInfo(pattern.virName, std::move(sig));
 }
 
 }  // namespace STREAMENGINE_SPACE

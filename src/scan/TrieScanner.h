@@ -59,7 +59,6 @@ class TrieScanner {
     /// @return whether its signature is complete with it
     bool verifyPattern(const TriePattern& pattern, unsigned int pos);
     bool findMatchedVirus(const TriePattern& pattern, unsigned int pos);
-    void addSigInfo(const TriePattern& pattern, unsigned int pos);
 
     const TrieTree& tree;
     PartProgress progress;

@@ -41,6 +41,9 @@ class TrieTree {
     /// Frees everything that was added. The four counts go on from where they are.
     void reset();
 
+    /// @return all nodes, root first, then in the order in which they were made
+    const std::vector<std::unique_ptr<TrieNode>>& allNodes() const { return nodes; }
+
     TrieNode* root = nullptr;       // borrowed from nodes; null while the tree is empty
     uint32_t lastSigid = 0;         // the last number given to a multi-part signature
     uint32_t maxPatternLength = 0;  // longest part in symbols; also of a part that was refused

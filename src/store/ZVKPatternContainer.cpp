@@ -25,6 +25,7 @@ void PatternContainer::prepare() {
     maxPatternLength = std::max(static_cast<int32_t>(trieTree.maxPatternLength),
                                 static_cast<int32_t>(bmList.maxPatternLength));
     trieTree.prepare();
+    if (kernel != QLT_SPACE::Kernel::Plain) index.build(trieTree, bmList);
     ZVK_DEBUG("bm sigs [%d]", bmList.sigCount);
     ZVK_DEBUG("ac sigs [%d]", trieTree.sigCount);
     ZVK_DEBUG("ac wildcard pattern [%d], ac short pattern [%d], ac simple pattern[%d]",
@@ -33,6 +34,7 @@ void PatternContainer::prepare() {
 }
 
 void PatternContainer::reset() {
+    index.reset();
     trieTree.reset();
     typeTrieTree.reset();
     bmList.reset();

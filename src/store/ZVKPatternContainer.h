@@ -9,6 +9,7 @@
 
 #include "store/BmList.h"
 #include "store/MD5List.h"
+#include "store/SignatureIndex.h"
 #include "store/TrieTree.h"
 #include "support/Kernel.h"
 #include "support/Mutex.h"
@@ -47,6 +48,7 @@ class PatternContainer {
     TrieTree typeTrieTree;  // the built-in markup type signatures, filled by prepare()
     BmList bmList;
     MD5List md5List;
+    SignatureIndex index;  // trieTree and bmList in the form that is scanned; made by prepare()
     PatternContainer* partner = nullptr;  // the engine's other container
     uint32_t patternCount = 0;            // sum of what the loaded files reported
     uint32_t patternVersion = 0;          // highest build time of the container files loaded

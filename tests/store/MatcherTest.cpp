@@ -25,7 +25,8 @@ TEST(PatternContainer, CountsGoOnOverAReset) {
         EXPECT_EQ(container.trieTree.shortPatternCount, round);
         EXPECT_EQ(container.trieTree.sigCount, 2 * round);
         EXPECT_EQ(container.bmList.sigCount, round);
-        TrieScanner scanner(container.trieTree, nullptr);
+        ScanResult details;
+        TrieScanner scanner(container.trieTree, &details);
         const auto* text = reinterpret_cast<const unsigned char*>("..abcd");
         EXPECT_EQ(EngUtil::scrambled(scanner.virusFound(text, 6, 0)->virName), "W");
     }

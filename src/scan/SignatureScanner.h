@@ -1,0 +1,80 @@
+// SignatureScanner: searches the buffers of one stream with the compiled index of a set.
+//
+// It gives the answers of TrieScanner and, where that finds nothing, of BmScanner, in one pass over
+// the text. Three things differ, none of which can be seen from outside:
+//
+//   - What was judged is not judged again. A place at which nothing began stays so, whatever comes
+//     behind it; of the tail of the last buffer only that is searched again which was cut short. (A
+//     part that was refused stays refused: what would have to be accepted before it lies behind
+//     it.)
+//   - A later part of a multi-part signature sleeps until the one in front of it is accepted: where
+//   it
+//     matches before, its text is not even compared.
+//   - The progress of signatures that begin with the same part is kept once for all of them until
+//     their second part. So their number does not matter to a stream that holds the first.
+#pragma once
+
+#include <cstdint>
+
+#include "scan/PartProgress.h"
+#include "scan/ScanResult.h"
+#include "store/SignatureIndex.h"
+
+namespace STREAMENGINE_SPACE {
+
+class SignatureScanner {
+  public:
+    static constexpr uint32_t kSlack = GramTable::kReadLength;
+
+    struct Match {
+        const VQPattern* pattern = nullptr;  // null: nothing was found
+        bool isTrie = false;                 // a TriePattern, else a BmPattern
+        uint32_t end = 0;                    // index in the text just behind it
+    };
+
+    /// Borrows both for its life.
+    SignatureScanner(const SignatureIndex& searched, ScanResult* details)
+        : index(searched), result(details) {}
+
+    /// Forgets the progress of multi-part signatures.
+    void reset();
+
+    /// Scans a buffer.
+    /// @param text     kSlack bytes behind its end have to be readable
+    /// @param base     stream offset of its first byte
+    /// @param settled  index in front of which nothing begins, as a search of what stands there
+    /// told
+    /// @throws QLT_SPACE::Exception or std::bad_alloc if memory runs out
+    Match virusFound(const uint8_t* text, uint32_t length, uint32_t base, uint32_t settled);
+
+    /// @return the index in the last buffer in front of which nothing begins, whatever follows it;
+    ///         of use only if nothing was found
+    uint32_t settledEnd() const { return settledTo; }
+
+  private:
+    class Pass;
+
+    struct Progress {
+        uint32_t partsMatched;
+        uint32_t partEnd;
+    };
+
+    Progress progressOf(const TriePattern& part) const;
+    /// @return whether part is the next one of its signature
+    bool isAwake(const TriePattern& part) const;
+    bool anyAwake(uint32_t unit);
+    /// Accepts a part, which has to fit, of one signature.
+    /// @return whether that is complete
+    bool acceptPart(const TriePattern& part, uint32_t pos);
+
+    const SignatureIndex& index;
+    ScanResult* result;
+    PartProgress started;  // by unit of Kind::First: its signatures, but for those in own
+    PartProgress own;      // by sigid: signatures of which more is known
+    PartProgress
+        asleep;  // by unit: at the count of acceptances told, none of its members was awake
+    uint32_t acceptances = 0;
+    uint32_t settledTo = 0;
+};
+
+}  // namespace STREAMENGINE_SPACE

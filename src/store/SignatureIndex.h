@@ -1,0 +1,112 @@
+// SignatureIndex: the scan form of a set, compiled from the trees and lists that were loaded.
+//
+// The records stay where they were loaded; here is what leads to them. A unit is what the text is
+// compared with: a single-part signature, or the content that parts of multi-part signatures have
+// in common. Wildcards are one symbol long, so a unit has a length, and each of its literal bytes a
+// fixed place. Of these one run, the anchor, is chosen that is rare in the set, and so, the set
+// being cut from such text, in text; the text is searched for anchors alone:
+//
+//   - Steps. Where ten literal bytes stand in a row, the four grams of seven bytes among them are
+//     entered: of an occurrence one of the four begins at a multiple of four, so that it is enough
+//     to look at every fourth position of the text.
+//   - Runs. Shorter rows, and rows that too many units share, are entered with one gram, of the
+//   width
+//     that all these units have; every position is looked at.
+//   - Pairs. What has no row of four is entered with two bytes.
+//
+// Order. Where several units match, the first in loading form's order is told: by the start of the
+// match, at one start the shorter prefix, then by place in the node's lists. Units are numbered in
+// that order, the automaton's in front of the shift table's.
+//
+// Built by one thread in PatternContainer::prepare(), then read by any number of scanners.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "store/GramTable.h"
+#include "store/VQPattern.h"
+
+namespace STREAMENGINE_SPACE {
+
+class BmList;
+class TrieTree;
+
+class SignatureIndex {
+  public:
+    static constexpr uint32_t kStep =
+        4;  // positions from one look into the table of steps to the next
+    static constexpr uint32_t kStepWidth = 7;
+    static constexpr uint32_t kStepRun =
+        kStepWidth + kStep - 1;  // literal bytes that a unit needs there
+    static constexpr uint32_t kLeastRun = 4;
+    static constexpr uint32_t kPairWidth = 2;
+    static constexpr uint32_t kAnchorRoom = 256;  // symbols of a unit among which its anchor lies
+    static constexpr uint32_t kNoUnit = 0xFFFFFFFF;
+
+    enum class Kind : uint8_t {
+        Bm,           // of the shift table
+        Single,       // one part
+        OffsetFirst,  // the first part of a signature with an offset
+        First,        // the first part, without an offset, of all signatures that begin so
+        Later         // a later part of all signatures that have it
+    };
+
+    struct Unit {
+        const VQPattern* pattern;  // a TriePattern but for Kind::Bm; of several the newest
+        uint32_t length;           // symbols
+        Kind kind;
+        uint8_t anchor;  // symbol at which the anchor's (first) gram begins
+        uint8_t
+            checkOffset;    // the last literal among the first kAnchorRoom symbols, and its value:
+        uint8_t checkByte;  // most candidates fail here, before the record is touched
+
+        const TriePattern& trie() const { return static_cast<const TriePattern&>(*pattern); }
+        const BmPattern& bm() const { return static_cast<const BmPattern&>(*pattern); }
+    };
+    static_assert(sizeof(Unit) <= 16);
+
+    /// A part of a multi-part signature, with its place in the order of all parts.
+    struct Member {
+        const TriePattern* pattern;
+        uint32_t rank;
+    };
+
+    /// Compiles; both have to be prepared and are borrowed until reset().
+    /// @throws std::bad_alloc, and is to be reset then
+    void build(const TrieTree& trieTree, const BmList& bmList);
+    void reset();
+
+    bool isBuilt() const { return built; }
+    bool hasTrieUnits() const { return !ranks.empty(); }
+    uint32_t rankOf(uint32_t unit) const { return ranks[unit]; }
+    /// @return the members of a unit of Kind::First or Kind::Later, in order
+    std::span<const Member> membersOf(uint32_t unit) const;
+    /// @return the unit of a multi-part signature's first part; kNoUnit if that has an offset
+    uint32_t firstUnitOf(uint32_t sigid) const { return firstUnits[sigid]; }
+
+    // Values of the tables are numbers of units; of steps kStep * unit + place of the gram.
+    GramTable steps{kStepWidth};
+    GramTable runs;
+    GramTable pairs{kPairWidth};
+    std::vector<Unit> units;
+    uint32_t reach = 0;  // bytes from a match's start to the furthest look that finds it
+
+  private:
+    class Compiler;
+
+    struct Group {
+        uint32_t unit;
+        uint32_t firstMember;
+        uint32_t endMember;
+    };
+
+    bool built = false;
+    std::vector<uint32_t> ranks;       // of the automaton's units
+    std::vector<Group> groups;         // of units with members, ascending
+    std::vector<Member> members;       // group by group
+    std::vector<uint32_t> firstUnits;  // by sigid
+};
+
+}  // namespace STREAMENGINE_SPACE
