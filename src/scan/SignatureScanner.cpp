@@ -63,7 +63,8 @@ bool SignatureScanner::isAwake(const TriePattern& part) const {
 }
 
 bool SignatureScanner::anyAwake(uint32_t unit) {
-    if (started.empty() && own.empty()) return false;
+    const bool isLater = index.units[unit].kind == Kind::Later;
+    if (isLater && started.empty() && own.empty()) return false;
     const auto members = index.membersOf(unit);
     const bool isCrowd = members.size() > kManyMembers;
     PartProgress::Entry* known = isCrowd ? asleep.find(unit) : nullptr;
@@ -107,7 +108,8 @@ class SignatureScanner::Pass {
           length(textLength),
           base(textBase),
           settled(settledBefore),
-          wraps(textBase > std::numeric_limits<uint32_t>::max() - textLength) {
+          wraps(textBase > std::numeric_limits<uint32_t>::max() - textLength),
+          isExpanded(wraps || ops.wantsDetail()) {
         finds.reserve(kFindRoom);
     }
 
@@ -220,10 +222,13 @@ class SignatureScanner::Pass {
     /// Asked while no find waits that could change the answer. A part in front of this one ends in
     /// front of its start, so that it was looked at before.
     bool isIdle(const Unit& unit, uint32_t number) const {
-        if (wraps) return false;
-        if (unit.kind == Kind::First) return scanner.started.find(number) != nullptr;
-        return unit.kind == Kind::Later && !scanner.anyAwake(number);
+        if (unit.kind != Kind::First && unit.kind != Kind::Later) return false;
+        if (isShared(unit)) return scanner.started.find(number) != nullptr;
+        return !wraps && !scanner.anyAwake(number);
     }
+
+    /// @return whether the progress of the unit's signatures is kept in one place
+    bool isShared(const Unit& unit) const { return unit.kind == Kind::First && !isExpanded; }
 
     bool offsetHolds(const VQPattern& pattern, uint32_t start) const {
         return StreamScanner::verifyExtendedOption(pattern.offset, base + start);
@@ -248,7 +253,7 @@ class SignatureScanner::Pass {
 
     void addCandidates(uint32_t number) {
         const Unit& unit = index.units[number];
-        if (unit.kind == Kind::Later || (unit.kind == Kind::First && wraps)) {
+        if (unit.kind == Kind::Later || (unit.kind == Kind::First && !isShared(unit))) {
             if (!wraps && !scanner.anyAwake(number)) return;
             for (const auto& member : index.membersOf(number)) {
                 if (!wraps && !scanner.isAwake(*member.pattern)) continue;
@@ -271,8 +276,8 @@ class SignatureScanner::Pass {
             break;
         }
         for (const Candidate& candidate : candidates) {
-            const bool isStart = index.units[candidate.unit].kind == Kind::First && !wraps;
-            if (isStart && candidate.rank < limit) startSignatures(candidate, pos, limit);
+            if (isShared(index.units[candidate.unit]) && candidate.rank < limit)
+                startSignatures(candidate, pos, limit);
         }
         candidates.clear();
         return limit != std::numeric_limits<uint32_t>::max();
@@ -282,11 +287,9 @@ class SignatureScanner::Pass {
     bool accept(const Candidate& candidate, uint32_t start) {
         const TriePattern& part = *candidate.pattern;
         const uint32_t pos = base + start;
-        switch (index.units[candidate.unit].kind) {
-            case Kind::First:
-                if (wraps) break;
-                if (ops.wantsDetail()) recordFirst(candidate.unit, pos);
-                return false;
+        const Unit& unit = index.units[candidate.unit];
+        if (isShared(unit)) return false;  // later, by startSignatures()
+        switch (unit.kind) {
             case Kind::Single:
                 if (!offsetHolds(part, start)) return false;
                 scanner.result->addPart(part, pos);
@@ -300,14 +303,6 @@ class SignatureScanner::Pass {
         const auto [partsMatched, partEnd] = scanner.progressOf(part);
         return PartProgress::fits(part, partsMatched, partEnd, pos) &&
                scanner.acceptPart(part, pos);
-    }
-
-    void recordFirst(uint32_t unit, uint32_t pos) {
-        for (const auto& member : index.membersOf(unit)) {
-            if (scanner.own.find(member.pattern->sigid) == nullptr) {
-                scanner.result->addPart(*member.pattern, pos);
-            }
-        }
     }
 
     /// Notes that a first part was accepted, for all its signatures that were tried in front of the
@@ -337,7 +332,8 @@ class SignatureScanner::Pass {
     const uint32_t base;
     const uint32_t settled;
     const bool wraps;
-    uint32_t cutOff = 0;  // in front of it all that begins was seen whole
+    const bool isExpanded;  // progress is kept for each signature on its own
+    uint32_t cutOff = 0;    // in front of it all that begins was seen whole
     Find firstBm{std::numeric_limits<uint32_t>::max(), SignatureIndex::kNoUnit};
     Match match;
     // Room for what is found as a rule: only a text full of finds allocates.
