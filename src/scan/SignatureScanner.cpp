@@ -18,8 +18,6 @@ using Unit = SignatureIndex::Unit;
 
 // From here to there the text is searched before what it held is put in order.
 constexpr uint32_t kStretch = 1024;
-// A unit with more members has them asked one by one only after something was accepted.
-constexpr size_t kManyMembers = 8;
 
 bool agrees(const TriePattern& pattern, const uint8_t* text, uint32_t length) {
     if (!pattern.isWildcard) return std::memcmp(pattern.sig.data(), text, length) == 0;
@@ -48,7 +46,9 @@ void SignatureScanner::reset() {
     started.clear();
     own.clear();
     asleep.clear();
+    marks.clear();
     acceptances = 0;
+    wentOn = false;
 }
 
 SignatureScanner::Progress SignatureScanner::progressOf(const TriePattern& part) const {
@@ -63,19 +63,26 @@ bool SignatureScanner::isAwake(const TriePattern& part) const {
 }
 
 bool SignatureScanner::anyAwake(uint32_t unit) {
-    const bool isLater = index.units[unit].kind == Kind::Later;
-    if (isLater && started.empty() && own.empty()) return false;
-    const auto members = index.membersOf(unit);
-    const bool isCrowd = members.size() > kManyMembers;
-    PartProgress::Entry* known = isCrowd ? asleep.find(unit) : nullptr;
+    if (started.empty() && own.empty()) return false;
+    PartProgress::Entry* known = asleep.find(unit);
     if (known != nullptr && known->partsMatched == acceptances) return false;
-    for (const auto& member : members) {
+    for (const auto& member : index.membersOf(unit)) {
         if (isAwake(*member.pattern)) return true;
     }
-    if (!isCrowd) return false;
     if (known == nullptr) known = &asleep.start(unit);
     known->partsMatched = acceptances;
     return false;
+}
+
+bool SignatureScanner::isFinished(uint32_t unit, uint32_t pos) const {
+    const auto members = index.membersOf(unit);
+    if (members.size() > SignatureIndex::kFewMembers) return false;
+    return std::all_of(members.begin(), members.end(), [&](const auto& member) {
+        const TriePattern& part = *member.pattern;
+        const auto [partsMatched, partEnd] = progressOf(part);
+        if (partsMatched + 1 != part.partno) return partsMatched >= part.partno;
+        return part.maxDistance != 0 && pos > partEnd && pos - partEnd > part.maxDistance;
+    });
 }
 
 bool SignatureScanner::acceptPart(const TriePattern& part, uint32_t pos) {
@@ -116,7 +123,7 @@ class SignatureScanner::Pass {
     Match run() {
         const uint32_t reach = index.reach;
         // What begins closer to the end may have its anchor behind it, a gram longer than this.
-        const uint32_t hidden = reach + GramTable::kReadLength;
+        const uint32_t hidden = reach + GramFilter::kReadLength;
         cutOff = length > hidden ? std::max(settled, length - hidden) : settled;
         for (uint32_t at = settled; at < length;) {
             at = search(at, length - at > kStretch ? at + kStretch : length);
@@ -156,17 +163,17 @@ class SignatureScanner::Pass {
     uint32_t searchStretch(uint32_t at, uint32_t stop) {
         constexpr uint32_t kStep = SignatureIndex::kStep;
         // In front of `safe` all looks of a step are at grams that lie inside the text.
-        const uint32_t margin = GramTable::kReadLength + kStep;
+        const uint32_t margin = GramFilter::kReadLength + kStep;
         const uint32_t safe = length > margin ? std::min(stop, length - margin) : 0;
         const bool hasSteps = !index.steps.empty();
         const bool hasRuns = kRuns && !index.runs.empty();
         while (at < safe) {
             if (!kRuns && hasSteps) at = skipSteps(at, safe);
             if (at >= safe) break;
-            if (hasSteps) look(index.steps, at, kStep);
+            if (hasSteps) lookForStep(at);
             for (uint32_t i = at; (kRuns || kPairs) && i < at + kStep; ++i) {
-                if (hasRuns) look(index.runs, i, 1);
-                if (kPairs) look(index.pairs, i, 1);
+                if (hasRuns) lookForRun(index.runs, i);
+                if (kPairs) lookForRun(index.pairs, i);
             }
             at += kStep;
         }
@@ -176,55 +183,87 @@ class SignatureScanner::Pass {
 
     /// @return the first position, of every kStep-th, at which the table of steps may hold the gram
     uint32_t skipSteps(uint32_t at, uint32_t safe) const {
-        const GramTable& steps = index.steps;
+        const GramFilter& steps = index.steps;
         while (at < safe && !steps.mayHold(steps.hash(text + at))) at += SignatureIndex::kStep;
         return at;
     }
 
     void lookNearEnd(uint32_t at, bool hasSteps, bool hasRuns, bool hasPairs) {
-        const auto isInside = [this](const GramTable& table, uint32_t i) {
+        const auto isInside = [this](const GramFilter& table, uint32_t i) {
             return i < length && table.width <= length - i;
         };
-        if (hasSteps && isInside(index.steps, at)) look(index.steps, at, SignatureIndex::kStep);
+        if (hasSteps && isInside(index.steps, at)) lookForStep(at);
         for (uint32_t i = at; i < at + SignatureIndex::kStep; ++i) {
-            if (hasRuns && isInside(index.runs, i)) look(index.runs, i, 1);
-            if (hasPairs && isInside(index.pairs, i)) look(index.pairs, i, 1);
+            if (hasRuns && isInside(index.runs, i)) lookForRun(index.runs, i);
+            if (hasPairs && isInside(index.pairs, i)) lookForRun(index.pairs, i);
         }
     }
 
-    /// @param grams  that the table has of each unit
-    void look(const GramTable& table, uint32_t at, uint32_t grams) {
+    void lookForStep(uint32_t at) {
+        const uint64_t hash = index.steps.hash(text + at);
+        if (!index.steps.mayHold(hash)) return;
+        for (const uint32_t value : index.steps.bucket(hash)) {
+            const uint32_t number = value / SignatureIndex::kStep;
+            const Unit& unit = index.units[number];
+            const uint32_t offset = unit.anchor + value % SignatureIndex::kStep;
+            if (offset > at || at - offset < settled) continue;
+            const uint32_t rest = length - (at - offset);
+            if (unit.checkOffset < rest && text[at - offset + unit.checkOffset] != unit.checkByte) {
+                continue;
+            }
+            if (!isIdle(unit.kind, number)) compare(number, at - offset);
+        }
+    }
+
+    void lookForRun(const GramTable<SignatureIndex::Run>& table, uint32_t at) {
         const uint64_t hash = table.hash(text + at);
         if (!table.mayHold(hash)) return;
-        for (const uint32_t value : table.bucket(hash)) {
-            const uint32_t unit = value / grams;
-            const uint32_t offset = index.units[unit].anchor + value % grams;
-            if (offset <= at && at - offset >= settled) compare(unit, at - offset);
+        uint32_t tail = 0;
+        std::memcpy(&tail, text + at + table.width, sizeof tail);
+        const uint32_t rest = length - at - table.width;
+        for (const SignatureIndex::Run& run : table.bucket(hash)) {
+            const uint32_t compared = std::min<uint32_t>(run.tailLength, rest);
+            if (((tail ^ run.tail) & ((uint64_t{1} << 8 * compared) - 1)) != 0) continue;
+            if (isIdle(run.kindOf(), run.unit)) continue;
+            const uint32_t offset = index.units[run.unit].anchor;
+            if (offset <= at && at - offset >= settled) compare(run.unit, at - offset);
         }
+    }
+
+    /// @return whether what was found so far rules out that the unit counts here. A part in front
+    /// of
+    ///         it ends in front of its start, so that it was looked at before.
+    bool isIdle(Kind kind, uint32_t unit) const {
+        if (kind < Kind::First || wraps) return false;
+        if (kind == Kind::LaterOfMany) return finds.empty() && !scanner.anyAwake(unit);
+        const UnitMarks::Mark mark = scanner.marks.of(unit);
+        return mark == UnitMarks::Mark::Done ||
+               (kind == Kind::Later && mark == UnitMarks::Mark::None);
     }
 
     void compare(uint32_t number, uint32_t start) {
         const Unit& unit = index.units[number];
         const uint32_t rest = length - start;
-        if (unit.checkOffset < rest && text[start + unit.checkOffset] != unit.checkByte) return;
         if (unit.kind == Kind::Bm && firstBm < Find{start, number}) return;
-        if (finds.empty() && isIdle(unit, number)) return;
         if (!agrees(unit, text + start, std::min(unit.length, rest))) return;
         if (unit.length > rest) {
             cutOff = std::min(cutOff, start);
         } else if (unit.kind != Kind::Bm) {
             finds.push_back({start, number});
+            wakeNext(unit.kind, number);
         } else if (offsetHolds(*unit.pattern, start)) {
             firstBm = {start, number};
         }
     }
 
-    /// Asked while no find waits that could change the answer. A part in front of this one ends in
-    /// front of its start, so that it was looked at before.
-    bool isIdle(const Unit& unit, uint32_t number) const {
-        if (unit.kind != Kind::First && unit.kind != Kind::Later) return false;
-        if (isShared(unit)) return scanner.started.find(number) != nullptr;
-        return !wraps && !scanner.anyAwake(number);
+    /// Gets ready for the parts behind one that may be accepted.
+    void wakeNext(Kind kind, uint32_t unit) {
+        if (kind < Kind::OffsetFirst) return;
+        const auto members = index.membersOf(unit);
+        if (members.size() > SignatureIndex::kFewMembers) return;
+        for (const auto& member : members) {
+            if (member.next != SignatureIndex::kNoUnit) scanner.marks.wake(member.next);
+        }
     }
 
     /// @return whether the progress of the unit's signatures is kept in one place
@@ -242,10 +281,12 @@ class SignatureScanner::Pass {
         size_t done = 0;
         while (done < finds.size() && finds[done].start < bound) {
             const uint32_t start = finds[done].start;
+            const size_t first = done;
             for (; done < finds.size() && finds[done].start == start; ++done) {
                 addCandidates(finds[done].unit);
             }
             if (judgeCandidates(start)) return true;
+            for (size_t i = first; i < done; ++i) finishUnit(finds[i].unit, base + start);
         }
         finds.erase(finds.begin(), finds.begin() + static_cast<std::ptrdiff_t>(done));
         return false;
@@ -253,15 +294,23 @@ class SignatureScanner::Pass {
 
     void addCandidates(uint32_t number) {
         const Unit& unit = index.units[number];
-        if (unit.kind == Kind::Later || (unit.kind == Kind::First && !isShared(unit))) {
-            if (!wraps && !scanner.anyAwake(number)) return;
+        if (isShared(unit)) {
+            if (scanner.started.find(number) != nullptr) return;
+            candidates.push_back({index.rankOf(number), number, &unit.trie()});
+        } else if (unit.kind == Kind::Single) {
+            candidates.push_back({index.rankOf(number), number, &unit.trie()});
+        } else {
             for (const auto& member : index.membersOf(number)) {
                 if (!wraps && !scanner.isAwake(*member.pattern)) continue;
                 candidates.push_back({member.rank, number, member.pattern});
             }
-        } else if (unit.kind != Kind::First || scanner.started.find(number) == nullptr) {
-            candidates.push_back({index.rankOf(number), number, &unit.trie()});
         }
+    }
+
+    void finishUnit(uint32_t unit, uint32_t pos) {
+        const Kind kind = index.units[unit].kind;
+        if (kind == Kind::Single || kind == Kind::LaterOfMany || wraps) return;
+        if (scanner.isFinished(unit, pos)) scanner.marks.finish(unit);
     }
 
     bool judgeCandidates(uint32_t start) {
@@ -315,9 +364,10 @@ class SignatureScanner::Pass {
             auto& entry = scanner.started.start(first.unit);
             entry.partsMatched = 1;
             entry.partEnd = pos + first.pattern->length;
+            scanner.marks.finish(first.unit);
             return;
         }
-        for (const auto& [part, rank] : members) {
+        for (const auto& [part, rank, next] : members) {
             if (rank > limit || scanner.own.find(part->sigid) != nullptr) continue;
             auto& entry = scanner.own.start(part->sigid);
             entry.partsMatched = 1;
@@ -347,7 +397,10 @@ SignatureScanner::Match SignatureScanner::virusFound(const uint8_t* text, uint32
                                                      uint32_t base, uint32_t settled) {
     settledTo = length;
     if (index.units.empty()) return {};
-    return Pass(*this, text, length, base, settled).run();
+    if (wentOn) marks.reopen();
+    const Match match = Pass(*this, text, length, base, settled).run();
+    wentOn = match.pattern != nullptr;
+    return match;
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -18,13 +18,14 @@
 
 #include "scan/PartProgress.h"
 #include "scan/ScanResult.h"
+#include "scan/UnitMarks.h"
 #include "store/SignatureIndex.h"
 
 namespace STREAMENGINE_SPACE {
 
 class SignatureScanner {
   public:
-    static constexpr uint32_t kSlack = GramTable::kReadLength;
+    static constexpr uint32_t kSlack = 2 * GramFilter::kReadLength;
 
     struct Match {
         const VQPattern* pattern = nullptr;  // null: nothing was found
@@ -62,7 +63,10 @@ class SignatureScanner {
     Progress progressOf(const TriePattern& part) const;
     /// @return whether part is the next one of its signature
     bool isAwake(const TriePattern& part) const;
+    /// Asked of units of Kind::LaterOfMany.
     bool anyAwake(uint32_t unit);
+    /// @return whether none of the unit's members can be accepted at pos or behind it
+    bool isFinished(uint32_t unit, uint32_t pos) const;
     /// Accepts a part, which has to fit, of one signature.
     /// @return whether that is complete
     bool acceptPart(const TriePattern& part, uint32_t pos);
@@ -71,9 +75,12 @@ class SignatureScanner {
     ScanResult* result;
     PartProgress started;  // by unit of Kind::First: its signatures, but for those in own
     PartProgress own;      // by sigid: signatures of which more is known
-    PartProgress
-        asleep;  // by unit: at the count of acceptances told, none of its members was awake
+    PartProgress asleep;   // by unit of Kind::LaterOfMany: at which count of acceptances all slept
+    UnitMarks marks;       // None: not found yet (Kind::First), asleep (Kind::Later)
     uint32_t acceptances = 0;
+    // The last search found something and no reset followed: its bytes are forgotten and their
+    // offsets come again, so that a gap that had grown too wide may fit once more.
+    bool wentOn = false;
     uint32_t settledTo = 0;
 };
 

@@ -33,7 +33,7 @@ class LiteralRuns {
 
   private:
     // Behind the last byte as many as a gram's hash reads.
-    std::array<uint8_t, SignatureIndex::kAnchorRoom + GramTable::kReadLength> bytes{};
+    std::array<uint8_t, SignatureIndex::kAnchorRoom + GramFilter::kReadLength> bytes{};
     std::vector<Run> runs;  // never empty ones; ascending
 };
 
@@ -55,7 +55,7 @@ class GramCounts {
   private:
     size_t slotOf(const uint8_t* gram) const { return hasher.hash(gram) >> shift; }
 
-    GramTable hasher;
+    GramFilter hasher;
     int shift;
     std::vector<uint8_t> counts;  // saturating
     std::vector<uint32_t> pairCounts;

@@ -15,23 +15,12 @@
 
 namespace STREAMENGINE_SPACE {
 
-class GramTable {
+/// The grams of a table without what it says of them.
+class GramFilter {
   public:
     static constexpr uint32_t kReadLength = 8;  // bytes that hash() reads, whatever the width
 
-    /// One gram on the way into the table.
-    struct Gram {
-        uint64_t hash;   // by hash() of this table
-        uint32_t value;  // what bucket() gives for it
-    };
-
-    explicit GramTable(uint32_t gramWidth = kReadLength) : width(gramWidth) {}
-
-    /// Fills an empty table.
-    /// @throws std::bad_alloc
-    void build(const std::vector<Gram>& grams);
-
-    bool empty() const { return values.empty(); }
+    explicit GramFilter(uint32_t gramWidth) : width(gramWidth) {}
 
     /// @return the hash of the gram at `at`, of which kReadLength bytes have to be readable
     uint64_t hash(const uint8_t* at) const {
@@ -41,27 +30,80 @@ class GramTable {
         return (word << (64 - 8 * width)) * 0x9E3779B97F4A7C15U;
     }
 
-    /// @return false if no gram of the table has this hash
+    /// @return false if no gram of the table, which is not empty, has this hash
     bool mayHold(uint64_t hash) const {
-        const uint64_t word = filter[hash >> filterShift];
+        const uint64_t word = words[hash >> shift];
         return ((word >> (hash >> 41 & 63)) & (word >> (hash >> 35 & 63)) & 1) != 0;
-    }
-
-    /// @return the values of all grams whose hash may be this one; only of a table that is not
-    /// empty
-    std::span<const uint32_t> bucket(uint64_t hash) const {
-        const uint32_t* const first = starts.data() + (hash >> bucketShift);
-        return {values.data() + first[0], values.data() + first[1]};
     }
 
     uint32_t width;
 
+  protected:
+    /// Makes room for so many grams.
+    void reserve(size_t grams);
+    void enter(uint64_t hash) {
+        words[hash >> shift] |= uint64_t{1} << (hash >> 41 & 63) | uint64_t{1} << (hash >> 35 & 63);
+    }
+    /// @return how many slots there are to be, a power of two
+    static size_t slotCount(size_t wanted);
+    /// @return by how much a hash is shifted to the right to number that many slots
+    static int shiftFor(size_t slots);
+
   private:
-    std::vector<uint64_t> filter;
+    std::vector<uint64_t> words;
+    int shift = 0;
+};
+
+template <class Value>
+class GramTable : public GramFilter {
+  public:
+    /// One gram on the way into the table.
+    struct Gram {
+        uint64_t hash;  // by hash() of this table
+        Value value;    // what bucket() gives for it
+    };
+
+    explicit GramTable(uint32_t gramWidth = kReadLength) : GramFilter(gramWidth) {}
+
+    /// Fills an empty table.
+    /// @throws std::bad_alloc
+    void build(const std::vector<Gram>& grams);
+
+    bool empty() const { return values.empty(); }
+
+    /// @return the values of all grams whose hash may be this one; only of a table that is not
+    /// empty
+    std::span<const Value> bucket(uint64_t hash) const {
+        const uint32_t* const first = starts.data() + (hash >> bucketShift);
+        return {values.data() + first[0], values.data() + first[1]};
+    }
+
+  private:
+    static constexpr size_t kGramsPerBucket = 2;
+
     std::vector<uint32_t> starts;  // of each bucket in values, and the end of the last
-    std::vector<uint32_t> values;
-    int filterShift = 0;
+    std::vector<Value> values;
     int bucketShift = 0;
 };
+
+template <class Value>
+void GramTable<Value>::build(const std::vector<Gram>& grams) {
+    if (grams.empty()) return;
+    reserve(grams.size());
+    const size_t buckets = slotCount(grams.size() / kGramsPerBucket);
+    bucketShift = shiftFor(buckets);
+    starts.assign(buckets + 1, 0);
+    values.resize(grams.size());
+    for (const Gram& gram : grams) {
+        enter(gram.hash);
+        ++starts[gram.hash >> bucketShift];
+    }
+    uint32_t end = 0;
+    for (uint32_t& start : starts) start = end += start;
+    // From the back, so that each start moves from its bucket's end to its beginning.
+    for (size_t i = grams.size(); i-- > 0;) {
+        values[--starts[grams[i].hash >> bucketShift]] = grams[i].value;
+    }
+}
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,8 +1,9 @@
 #include "store/SignatureIndex.h"
 
 #include <algorithm>
+#include <cstring>
 #include <functional>
-#include <limits>
+#include <new>
 #include <string_view>
 #include <unordered_map>
 
@@ -23,10 +24,6 @@ Kind kindOf(const TriePattern& pattern) {
     if (pattern.sigid == 0) return Kind::Single;
     if (pattern.partno != 1) return Kind::Later;
     return pattern.offset ? Kind::OffsetFirst : Kind::First;
-}
-
-bool hasMembers(Kind kind) {
-    return kind == Kind::First || kind == Kind::Later;
 }
 
 std::string_view contentOf(const TriePattern& pattern) {
@@ -86,12 +83,13 @@ class SignatureIndex::Compiler {
             }
         }
         gatherMembers();
+        tellCrowds();
     }
 
     void chooseAnchors() {
         GramCounts counts(kStepWidth, countSymbols());
         forEachUnit([&](uint32_t /*unit*/, const LiteralRuns& literals) { counts.add(literals); });
-        std::vector<GramTable::Gram> grams;
+        std::vector<GramTable<uint32_t>::Gram> grams;
         std::vector<uint32_t> others;
         grams.reserve(index.units.size() * kStep);
         forEachUnit([&](uint32_t unit, const LiteralRuns& literals) {
@@ -99,7 +97,11 @@ class SignatureIndex::Compiler {
             if (!anchor || anchor->crowd > kCrowd) {
                 others.push_back(unit);
             } else {
-                enter(unit, literals, anchor->offset, index.steps, kStep, grams);
+                setAnchor(unit, literals, anchor->offset, kStep);
+                for (uint32_t i = 0; i < kStep; ++i) {
+                    const uint64_t hash = index.steps.hash(literals.at(anchor->offset + i));
+                    grams.push_back({hash, unit * kStep + i});
+                }
             }
         });
         index.steps.build(grams);
@@ -127,31 +129,58 @@ class SignatureIndex::Compiler {
         const Kind kind = kindOf(pattern);
         const uint32_t rank = nextRank++;
         uint32_t unit = static_cast<uint32_t>(index.units.size());
-        if (hasMembers(kind)) {
+        if (kind == Kind::First || kind == Kind::Later) {
             unit = shared.try_emplace({&pattern, kind}, unit).first->second;
-            memberUnits.push_back({unit, {&pattern, rank}});
         }
+        if (kind != Kind::Single) memberUnits.push_back({unit, {&pattern, rank, kNoUnit}});
         if (kind == Kind::First) index.firstUnits[pattern.sigid] = unit;
         if (unit < index.units.size()) return;
         addUnit(pattern, kind);
-        index.ranks.push_back(rank);
+        index.places.push_back({rank, 0, 0});
     }
 
     void addUnit(const VQPattern& pattern, Kind kind) {
+        if (index.units.size() == kMostUnits) throw std::bad_alloc();
         index.units.push_back({&pattern, pattern.length, kind, 0, 0, 0});
     }
 
+    /// Tells each member the unit of the part behind it.
+    void linkMembers() {
+        const auto place = [](const auto& entry) {
+            return std::pair(entry.second.pattern->sigid, entry.second.pattern->partno);
+        };
+        std::sort(memberUnits.begin(), memberUnits.end(),
+                  [&](const auto& a, const auto& b) { return place(a) < place(b); });
+        for (size_t i = 1; i < memberUnits.size(); ++i) {
+            auto [sigid, partno] = place(memberUnits[i - 1]);
+            if (place(memberUnits[i]) == std::pair(sigid, ++partno)) {
+                memberUnits[i - 1].second.next = memberUnits[i].first;
+            }
+        }
+        std::sort(memberUnits.begin(), memberUnits.end(), [](const auto& a, const auto& b) {
+            return std::pair(a.first, a.second.rank) < std::pair(b.first, b.second.rank);
+        });
+    }
+
+    /// What a unit of many members would have to wake is left to ask for itself.
+    void tellCrowds() {
+        for (uint32_t unit = 0; unit < index.places.size(); ++unit) {
+            const auto members = index.membersOf(unit);
+            if (members.size() <= kFewMembers) continue;
+            for (const Member& member : members) {
+                if (member.next != kNoUnit) index.units[member.next].kind = Kind::LaterOfMany;
+            }
+        }
+    }
+
     void gatherMembers() {
-        // Stable: those of a unit stay in order.
-        std::stable_sort(memberUnits.begin(), memberUnits.end(),
-                         [](const auto& a, const auto& b) { return a.first < b.first; });
+        linkMembers();
         index.members.reserve(memberUnits.size());
         for (const auto& [unit, member] : memberUnits) {
-            const auto place = static_cast<uint32_t>(index.members.size());
-            if (index.groups.empty() || index.groups.back().unit != unit) {
-                index.groups.push_back({unit, place, place});
-            }
-            ++index.groups.back().endMember;
+            Place& place = index.places[unit];
+            if (place.endMember == 0)
+                place.firstMember = static_cast<uint32_t>(index.members.size());
+            place.endMember = static_cast<uint32_t>(index.members.size()) + 1;
             index.members.push_back(member);
         }
     }
@@ -172,45 +201,55 @@ class SignatureIndex::Compiler {
 
     void enterRuns(const std::vector<uint32_t>& others) {
         if (others.empty()) return;
-        uint32_t width = GramTable::kReadLength;
+        uint32_t width = GramFilter::kReadLength;
         for (const uint32_t unit : others) {
             readLiterals(index.units[unit], literalRuns);
             if (literalRuns.longest() >= kLeastRun) width = std::min(width, literalRuns.longest());
         }
-        index.runs = GramTable(width);
+        index.runs = GramTable<Run>(width);
         GramCounts counts(width, countSymbols());
         GramCounts pairCounts(kPairWidth, kBlockHashes);
         forEachUnit([&](uint32_t /*unit*/, const LiteralRuns& literals) {
             counts.add(literals);
             pairCounts.add(literals);
         });
-        std::vector<GramTable::Gram> runGrams;
-        std::vector<GramTable::Gram> pairGrams;
+        std::vector<GramTable<Run>::Gram> runGrams;
+        std::vector<GramTable<Run>::Gram> pairGrams;
         for (const uint32_t unit : others) {
             readLiterals(index.units[unit], literalRuns);
             if (const auto anchor = chooseAnchor(literalRuns, 1, counts)) {
-                enter(unit, literalRuns, anchor->offset, index.runs, 1, runGrams);
+                runGrams.push_back(runOf(unit, literalRuns, anchor->offset, index.runs));
             } else {
                 const uint32_t offset = chooseAnchor(literalRuns, 1, pairCounts)->offset;
-                enter(unit, literalRuns, offset, index.pairs, 1, pairGrams);
+                pairGrams.push_back(runOf(unit, literalRuns, offset, index.pairs));
             }
         }
         index.runs.build(runGrams);
         index.pairs.build(pairGrams);
     }
 
-    /// Enters a unit's grams, as many as told, into what becomes a table.
-    void enter(uint32_t number, const LiteralRuns& literals, uint32_t offset,
-               const GramTable& table, uint32_t gramCount, std::vector<GramTable::Gram>& grams) {
+    void setAnchor(uint32_t number, const LiteralRuns& literals, uint32_t offset,
+                   uint32_t gramCount) {
         Unit& unit = index.units[number];
         unit.anchor = static_cast<uint8_t>(offset);
         const uint32_t last = literals.all().back().end - 1;
         unit.checkOffset = static_cast<uint8_t>(last);
         unit.checkByte = *literals.at(last);
-        for (uint32_t i = 0; i < gramCount; ++i) {
-            grams.push_back({table.hash(literals.at(offset + i)), number * gramCount + i});
-        }
         index.reach = std::max(index.reach, offset + gramCount - 1);
+    }
+
+    GramTable<Run>::Gram runOf(uint32_t unit, const LiteralRuns& literals, uint32_t offset,
+                               const GramTable<Run>& table) {
+        setAnchor(unit, literals, offset, 1);
+        const auto isAround = [offset](const auto& run) { return run.end > offset; };
+        const auto run = std::find_if(literals.all().begin(), literals.all().end(), isAround);
+        Run value = {};
+        value.unit = unit & kMostUnits;
+        value.kind = static_cast<uint32_t>(index.units[unit].kind) & 7;
+        value.tailLength =
+            std::min<uint32_t>(run->end - offset - table.width, sizeof value.tail) & 7;
+        std::memcpy(&value.tail, literals.at(offset + table.width), value.tailLength);
+        return {table.hash(literals.at(offset)), value};
     }
 
     SignatureIndex& index;
@@ -231,12 +270,6 @@ void SignatureIndex::build(const TrieTree& trieTree, const BmList& bmList) {
 
 void SignatureIndex::reset() {
     *this = SignatureIndex();
-}
-
-std::span<const SignatureIndex::Member> SignatureIndex::membersOf(uint32_t unit) const {
-    const auto group = std::lower_bound(groups.begin(), groups.end(), unit,
-                                        [](const Group& g, uint32_t u) { return g.unit < u; });
-    return {members.data() + group->firstMember, members.data() + group->endMember};
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -44,14 +44,18 @@ class SignatureIndex {
     static constexpr uint32_t kPairWidth = 2;
     static constexpr uint32_t kAnchorRoom = 256;  // symbols of a unit among which its anchor lies
     static constexpr uint32_t kNoUnit = 0xFFFFFFFF;
+    static constexpr uint32_t kMostUnits = (1U << 26) - 1;  // what the tables can number
 
     enum class Kind : uint8_t {
         Bm,           // of the shift table
         Single,       // one part
         OffsetFirst,  // the first part of a signature with an offset
         First,        // the first part, without an offset, of all signatures that begin so
-        Later         // a later part of all signatures that have it
+        Later,        // a later part of all signatures that have it
+        LaterOfMany   // the same, where one in front of it belongs to more signatures than can be
+                      // woken one by one
     };
+    static constexpr size_t kFewMembers = 8;
 
     struct Unit {
         const VQPattern* pattern;  // a TriePattern but for Kind::Bm; of several the newest
@@ -71,41 +75,54 @@ class SignatureIndex {
     struct Member {
         const TriePattern* pattern;
         uint32_t rank;
+        uint32_t next;  // the unit of its signature's next part, or kNoUnit
     };
 
+    /// What the tables of runs and pairs say of a gram.
+    struct Run {
+        uint32_t tail;  // up to four literal bytes behind the gram
+        uint32_t tailLength : 3;
+        uint32_t kind : 3;  // a Kind: what sleeps is passed by without a look at its unit
+        uint32_t unit : 26;
+
+        Kind kindOf() const { return static_cast<Kind>(kind); }
+    };
+    static_assert(sizeof(Run) == 8);
+
     /// Compiles; both have to be prepared and are borrowed until reset().
-    /// @throws std::bad_alloc, and is to be reset then
+    /// @throws std::bad_alloc, also for more than kMostUnits, and is to be reset then
     void build(const TrieTree& trieTree, const BmList& bmList);
     void reset();
 
     bool isBuilt() const { return built; }
-    bool hasTrieUnits() const { return !ranks.empty(); }
-    uint32_t rankOf(uint32_t unit) const { return ranks[unit]; }
-    /// @return the members of a unit of Kind::First or Kind::Later, in order
-    std::span<const Member> membersOf(uint32_t unit) const;
+    bool hasTrieUnits() const { return !places.empty(); }
+    uint32_t rankOf(uint32_t unit) const { return places[unit].rank; }
+    /// @return the members of a unit of the automaton, in order; of Kind::Single none
+    std::span<const Member> membersOf(uint32_t unit) const {
+        return {members.data() + places[unit].firstMember, members.data() + places[unit].endMember};
+    }
     /// @return the unit of a multi-part signature's first part; kNoUnit if that has an offset
     uint32_t firstUnitOf(uint32_t sigid) const { return firstUnits[sigid]; }
 
-    // Values of the tables are numbers of units; of steps kStep * unit + place of the gram.
-    GramTable steps{kStepWidth};
-    GramTable runs;
-    GramTable pairs{kPairWidth};
+    GramTable<uint32_t> steps{kStepWidth};  // kStep * unit + place of the gram
+    GramTable<Run> runs;
+    GramTable<Run> pairs{kPairWidth};
     std::vector<Unit> units;
     uint32_t reach = 0;  // bytes from a match's start to the furthest look that finds it
 
   private:
     class Compiler;
 
-    struct Group {
-        uint32_t unit;
+    /// What only a unit of the automaton has.
+    struct Place {
+        uint32_t rank;  // of its pattern, or of the first of its members
         uint32_t firstMember;
         uint32_t endMember;
     };
 
     bool built = false;
-    std::vector<uint32_t> ranks;       // of the automaton's units
-    std::vector<Group> groups;         // of units with members, ascending
-    std::vector<Member> members;       // group by group
+    std::vector<Place> places;         // of the automaton's units
+    std::vector<Member> members;       // unit by unit
     std::vector<uint32_t> firstUnits;  // by sigid
 };
 
