@@ -33,7 +33,7 @@ const char* PatternMatcher::matchTrie(const char* text, unsigned int end, unsign
     matchEnd = reinterpret_cast<const char*>(trieScanner->getMatchPosition());
     if (found->sigid != 0 && found->type == 0) matchedSigId = found->sigid;
     if (ops.detailLog != 0) found->printSigInfo(static_cast<uint32_t>(matchEnd - text) + base);
-    return found->virName.c_str();
+    return found->virName;
 }
 
 const char* PatternMatcher::matchBm(const char* text, unsigned int end, unsigned int base) {
@@ -45,7 +45,7 @@ const char* PatternMatcher::matchBm(const char* text, unsigned int end, unsigned
     const uint32_t matchOffset = static_cast<uint32_t>(matchEnd - text) + base;
     if (ops.wantsDetail()) recordBmMatch(*found, matchOffset - found->length);
     if (ops.detailLog != 0) found->printSigInfo(matchOffset);
-    return found->virName.c_str();
+    return found->virName;
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -127,7 +127,7 @@ const char* StreamScanner::virusFound(char* text, unsigned int end, unsigned int
     if (!typeScanner) return nullptr;
     const TriePattern* found =
         typeScanner->virusFound(reinterpret_cast<unsigned char*>(text), end, base);
-    return found != nullptr ? found->virName.c_str() : nullptr;
+    return found != nullptr ? found->virName : nullptr;
 }
 
 int StreamScanner::sendDetection(const char* name) {
@@ -142,9 +142,8 @@ bool StreamScanner::searchNextVirus(const char* name) {
     return true;
 }
 
-bool StreamScanner::verifyExtendedOption(const std::optional<std::string>& option,
-                                         uint32_t offset) {
-    return !option || QLT_SPACE::decimalInt64(option->c_str()) == int64_t{offset};
+bool StreamScanner::verifyExtendedOption(const char* option, uint32_t offset) {
+    return option == nullptr || QLT_SPACE::decimalInt64(option) == int64_t{offset};
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,6 +1,7 @@
 #include "store/MD5List.h"
 
 #include <cstring>
+#include <string>
 
 #include "store/PatternParser.h"
 #include "support/Allocation.h"
@@ -25,12 +26,14 @@ void MD5List::addString(const char* line) {
     if (std::strlen(line) < kShortestLine || line[kDigestDigits] != ':') throw malformed();
     auto name = Utils::strToK(line, 2, ":");
     if (!name) throw malformed();
+    const std::string virName = EngUtil::scrambled(std::move(*name));
     MD5Pattern* record = newRecord();
     try {
         PatternParser::hex2str({line, kDigestDigits}, record->digest.data(), kDigestDigits);
-        record->virName = EngUtil::scrambled(std::move(*name));
         record->size = QLT_SPACE::decimalInt32(line + kDigestDigits + 1);
+        names.reserve(virName.size() + 1);  // once in its bucket, the record has to stay
         addPattern(record);
+        record->virName = names.copyText(virName);
     } catch (...) {
         if (usePool) {
             *record = {};
@@ -79,6 +82,7 @@ void MD5List::reset() {
     patternPool.reset();
     ownNodes.clear();
     ownRecords.clear();
+    names.reset();
     usePool = false;
 }
 

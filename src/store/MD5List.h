@@ -10,6 +10,7 @@
 #include "store/BlockHash.h"
 #include "store/SimplePool.h"
 #include "store/VQPattern.h"
+#include "support/Arena.h"
 
 namespace STREAMENGINE_SPACE {
 
@@ -44,8 +45,8 @@ class MD5List {
     bool isPooled() const { return usePool; }
 
     std::vector<uint32_t> bm_shift;  // kBlockHashes entries, or none; 1: the bucket is empty
-    std::vector<MD5PatternNode*>
-        bm_suffix;  // likewise; ascending by first digest byte, newest first
+    // Likewise; ascending by first digest byte, newest first.
+    std::vector<MD5PatternNode*> bm_suffix;
 
   private:
     /// @return an empty record of this list
@@ -58,6 +59,7 @@ class MD5List {
     bool usePool = false;  // records and nodes come from the pools, not from the lists below
     std::deque<MD5PatternNode> ownNodes;
     std::deque<MD5Pattern> ownRecords;
+    QLT_SPACE::Arena names;  // of all records
 };
 
 }  // namespace STREAMENGINE_SPACE
