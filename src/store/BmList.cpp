@@ -4,6 +4,7 @@
 
 #include "pattern/SimplePatternLoader.h"
 #include "pattern/ZVKPatternLoader.h"
+#include "store/ByteSort.h"
 #include "support/Allocation.h"
 #include "support/Utils.h"
 
@@ -38,14 +39,15 @@ void BmList::addPattern(const BmPattern& pattern) {
         uint32_t& shift = bm_shift[blockHash(sig + i)];
         shift = std::min(shift, kLastBlock - i);
     }
-    const auto sortsBefore = [sig](const VQPatternNode& listed) {
-        return static_cast<const BmPatternNode&>(listed).pattern().sig[0] < sig[0];
-    };
-    VQPatternNode** link = &bm_suffix[blockHash(sig + kLastBlock)].head;
-    while (*link != nullptr && sortsBefore(**link)) link = &(*link)->next;
-    VQPatternNode* node = records.keep(pattern);
-    node->next = *link;
-    *link = node;
+    bm_suffix[blockHash(sig + kLastBlock)].pushFront(*records.keep(pattern));
+}
+
+void BmList::prepare() {
+    for (VQPatternList& bucket : bm_suffix) {
+        sortByByte(bucket.head, [](const VQPatternNode& node) {
+            return static_cast<const BmPatternNode&>(node).pattern().sig[0];
+        });
+    }
 }
 
 void BmList::reset() {

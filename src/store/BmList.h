@@ -36,6 +36,9 @@ class BmList {
     /// @throws QLT_SPACE::Exception for a pattern of fewer than kWindow bytes; if memory runs out
     void addPattern(const BmPattern& pattern);
 
+    /// Sorts the buckets; has to follow the last addPattern().
+    void prepare();
+
     /// Frees everything that was added; sigCount goes on from where it is.
     void reset();
 
@@ -44,7 +47,7 @@ class BmList {
     int32_t sigCount = 0;            // signatures added
     uint32_t maxPatternLength = 0;   // longest pattern in bytes; also of one that was refused
     std::vector<uint32_t> bm_shift;  // kBlockHashes entries, or none
-    // Likewise; ascending by first byte, newest first.
+    // Likewise; newest first, and once prepared ascending by first byte, newest first.
     std::vector<VQPatternList> bm_suffix;
 
   private:

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "store/ByteSort.h"
 #include "store/PatternParser.h"
 #include "support/Allocation.h"
 #include "support/DecimalNumber.h"
@@ -69,10 +70,14 @@ void MD5List::addPattern(const MD5Pattern* record) {
     node->pat = record;
     const uint16_t hash = blockHash(record->digest.data());
     bm_shift[hash] = 0;
-    MD5PatternNode** link = &bm_suffix[hash];
-    while (*link != nullptr && (*link)->pat->digest[0] < record->digest[0]) link = &(*link)->next;
-    node->next = *link;
-    *link = node;
+    node->next = bm_suffix[hash];
+    bm_suffix[hash] = node;
+}
+
+void MD5List::prepare() {
+    for (MD5PatternNode*& bucket : bm_suffix) {
+        sortByByte(bucket, [](const MD5PatternNode& node) { return node.pat->digest[0]; });
+    }
 }
 
 void MD5List::reset() {

@@ -34,9 +34,12 @@ class MD5List {
     /// @return false, with no more room than before, for an n of 0 or less or where memory runs out
     bool allocate(int n);
 
-    /// Enters a record of this list into its bucket.
+    /// Enters a record of this list into its bucket, in front.
     /// @throws QLT_SPACE::Exception if no node is to be had
     void addPattern(const MD5Pattern* record);
+
+    /// Sorts the buckets; has to follow the last addPattern().
+    void prepare();
 
     /// Frees everything that was added.
     void reset();
@@ -45,7 +48,7 @@ class MD5List {
     bool isPooled() const { return usePool; }
 
     std::vector<uint32_t> bm_shift;  // kBlockHashes entries, or none; 1: the bucket is empty
-    // Likewise; ascending by first digest byte, newest first.
+    // Likewise; newest first, and once prepared ascending by first digest byte, newest first.
     std::vector<MD5PatternNode*> bm_suffix;
 
   private:
