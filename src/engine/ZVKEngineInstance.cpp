@@ -170,7 +170,7 @@ int ZVKEngineInstance::finish() {
         scanner->md5Scanner != nullptr ? scanner->md5Scanner->virusFound() : nullptr;
     if (record != nullptr) {
         const std::string name =
-            record->virName.empty() ? EngUtil::scrambled("Generic.Virus") : record->virName;
+            *record->virName == '\0' ? EngUtil::scrambled("Generic.Virus") : record->virName;
         scanner->sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name.c_str());
         scanner->safeLength = 0;
     }

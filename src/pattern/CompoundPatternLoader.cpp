@@ -112,9 +112,19 @@ std::vector<uint8_t> groupValues(const std::string& group) {
     return values;
 }
 
-/// Moves the alternative groups out of a part's text into the pattern.
+/// A record under construction, with what it borrows.
+struct PartDraft {
+    TriePattern pattern;
+    std::string name;
+    std::vector<uint8_t> sig;
+    std::vector<Symbol> symbols;
+    std::vector<std::vector<uint8_t>> groupValues;
+    std::vector<ByteGroup> groups;
+};
+
+/// Moves the alternative groups out of a part's text.
 /// @return the text with "@@", the notation of a group's symbol, in the place of each group
-std::string extractGroups(std::string_view part, TriePattern& pattern) {
+std::string extractGroups(std::string_view part, std::vector<std::vector<uint8_t>>& groups) {
     std::string text;
     while (!part.empty()) {
         const size_t open = std::min(part.find('('), part.size());
@@ -122,19 +132,31 @@ std::string extractGroups(std::string_view part, TriePattern& pattern) {
         if (open == part.size()) break;
         const size_t close = part.find(')', open);
         if (close == std::string_view::npos) throw malformed();
-        pattern.groups.push_back(groupValues(std::string(part.substr(open + 1, close - open - 1))));
+        groups.push_back(groupValues(std::string(part.substr(open + 1, close - open - 1))));
         text += "@@";
         part.remove_prefix(close + 1);
     }
     return text;
 }
 
-void decodeWildcards(std::string_view part, TriePattern& pattern) {
-    const std::string text = QLT_SPACE::allocateOr(" allocate hexnew fail ",
-                                                   [&] { return extractGroups(part, pattern); });
-    pattern.symbols =
+void decodeWildcards(std::string_view part, PartDraft& draft) {
+    const std::string text = QLT_SPACE::allocateOr(" allocate hexnew fail ", [&] {
+        std::string marked = extractGroups(part, draft.groupValues);
+        draft.groups.assign(draft.groupValues.begin(), draft.groupValues.end());
+        return marked;
+    });
+    draft.symbols =
         QLT_SPACE::allocateOr("allocate mem fail", [&] { return PatternParser::hex2si(text); });
-    pattern.length = static_cast<uint32_t>(pattern.symbols.size());
+    draft.pattern.symbols = draft.symbols;
+    draft.pattern.groups = draft.groups;
+    draft.pattern.length = static_cast<uint32_t>(draft.symbols.size());
+}
+
+void decodePlain(std::string_view part, PartDraft& draft) {
+    draft.sig =
+        QLT_SPACE::allocateOr("allocate mem fail", [&] { return PatternParser::hex2str(part); });
+    draft.pattern.sig = draft.sig;
+    draft.pattern.length = static_cast<uint32_t>(draft.sig.size());
 }
 
 }  // namespace
@@ -155,29 +177,25 @@ void CompoundPatternLoader::parse(TrieTree& tree, const char* name, const char* 
 
 void CompoundPatternLoader::parseAdd(TrieTree& tree, const SignatureTraits& traits,
                                      std::string_view part, const PartPlace& place) {
-    auto pattern = QLT_SPACE::makeUniqueOr<TriePattern>("Alloacate trie pattern fail");
-    pattern->isWildcard = part.find_first_of("(?") != std::string_view::npos;
-    pattern->type = traits.type;
-    pattern->targetType = traits.targetType;
-    pattern->sigid = place.sigid;
-    pattern->parts = place.parts;
-    pattern->partno = place.partno;
-    pattern->minDistance = place.minDistance;
-    pattern->maxDistance = place.maxDistance;
-    if (traits.offset != nullptr) pattern->offset = traits.offset;
-    if (pattern->isWildcard) {
-        decodeWildcards(part, *pattern);
-    } else {
-        pattern->sig = QLT_SPACE::allocateOr("allocate mem fail",
-                                             [&] { return PatternParser::hex2str(part); });
-        pattern->length = static_cast<uint32_t>(pattern->sig.size());
-    }
-    tree.maxPatternLength = std::max(tree.maxPatternLength, pattern->length);
-    std::string name = withoutOriginMark(traits.name);
-    if (name.empty()) throw malformed();
+    PartDraft draft;
+    TriePattern& pattern = draft.pattern;
+    pattern.isWildcard = part.find_first_of("(?") != std::string_view::npos;
+    pattern.type = traits.type;
+    pattern.targetType = traits.targetType;
+    pattern.sigid = place.sigid;
+    pattern.parts = place.parts;
+    pattern.partno = place.partno;
+    pattern.minDistance = place.minDistance;
+    pattern.maxDistance = place.maxDistance;
+    pattern.offset = traits.offset;
+    (pattern.isWildcard ? decodeWildcards : decodePlain)(part, draft);
+    tree.maxPatternLength = std::max(tree.maxPatternLength, pattern.length);
+    draft.name = withoutOriginMark(traits.name);
+    if (draft.name.empty()) throw malformed();
     QLT_SPACE::allocateOr("Alloacate triePattern->virName fail",
-                          [&] { pattern->virName = EngUtil::scrambled(std::move(name)); });
-    tree.addPattern(std::move(pattern));
+                          [&] { draft.name = EngUtil::scrambled(std::move(draft.name)); });
+    pattern.virName = draft.name.c_str();
+    tree.addPattern(&pattern);
 }
 
 }  // namespace STREAMENGINE_SPACE

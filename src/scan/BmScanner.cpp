@@ -38,7 +38,7 @@ const BmPattern* BmScanner::virusFound(const unsigned char* buf, unsigned int le
 
 const BmPattern* BmScanner::searchBucket(const VQPatternList& bucket, const unsigned char* buf,
                                          unsigned int len, unsigned int base, unsigned int start) {
-    for (const VQPatternNode* node = bucket.first(); node != nullptr; node = node->next.get()) {
+    for (const VQPatternNode* node = bucket.first(); node != nullptr; node = node->next) {
         const BmPattern& pattern = static_cast<const BmPatternNode*>(node)->pattern();
         if (pattern.sig[0] < buf[start]) continue;
         if (pattern.sig[0] > buf[start]) break;

@@ -64,13 +64,13 @@ const char* PatternMatcher::matchBm(const char* text, unsigned int end, unsigned
 
 const char* PatternMatcher::tellTrie(const TriePattern& found) {
     if (found.sigid != 0 && found.type == 0) matchedSigId = found.sigid;
-    return found.virName.c_str();
+    return found.virName;
 }
 
 const char* PatternMatcher::tellBm(const BmPattern& found, uint32_t endOffset) {
     if (ops.wantsDetail()) recordBmMatch(found, endOffset - found.length);
     if (ops.detailLog != 0) found.printSigInfo(endOffset);
-    return found.virName.c_str();
+    return found.virName;
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -204,14 +204,9 @@ class SignatureScanner::Pass {
         if (!index.steps.mayHold(hash)) return;
         for (const uint32_t value : index.steps.bucket(hash)) {
             const uint32_t number = value / SignatureIndex::kStep;
+            const uint32_t place = value % SignatureIndex::kStep;
             const Unit& unit = index.units[number];
-            const uint32_t offset = unit.anchor + value % SignatureIndex::kStep;
-            if (offset > at || at - offset < settled) continue;
-            const uint32_t rest = length - (at - offset);
-            if (unit.checkOffset < rest && text[at - offset + unit.checkOffset] != unit.checkByte) {
-                continue;
-            }
-            if (!isIdle(unit.kind, number)) compare(number, at - offset);
+            if (!isIdle(unit.kind, number)) consider(number, unit.anchor + place, at);
         }
     }
 
@@ -225,8 +220,7 @@ class SignatureScanner::Pass {
             const uint32_t compared = std::min<uint32_t>(run.tailLength, rest);
             if (((tail ^ run.tail) & ((uint64_t{1} << 8 * compared) - 1)) != 0) continue;
             if (isIdle(run.kindOf(), run.unit)) continue;
-            const uint32_t offset = index.units[run.unit].anchor;
-            if (offset <= at && at - offset >= settled) compare(run.unit, at - offset);
+            consider(run.unit, index.units[run.unit].anchor, at);
         }
     }
 
@@ -241,15 +235,22 @@ class SignatureScanner::Pass {
                (kind == Kind::Later && mark == UnitMarks::Mark::None);
     }
 
-    void compare(uint32_t number, uint32_t start) {
+    /// @param offset  of the gram in the unit
+    /// @param at      of the gram in the text
+    void consider(uint32_t number, uint32_t offset, uint32_t at) {
         const Unit& unit = index.units[number];
+        const uint32_t start = at - offset;
+        if (offset > at || start < settled) return;
         const uint32_t rest = length - start;
+        if (unit.checkOffset < rest && text[start + unit.checkOffset] != unit.checkByte) return;
         if (unit.kind == Kind::Bm && firstBm < Find{start, number}) return;
         if (!agrees(unit, text + start, std::min(unit.length, rest))) return;
         if (unit.length > rest) {
             cutOff = std::min(cutOff, start);
         } else if (unit.kind != Kind::Bm) {
             finds.push_back({start, number});
+            // It will be accepted, unless something is found in front: then all is opened again.
+            if (isShared(unit)) scanner.marks.finish(number);
             wakeNext(unit.kind, number);
         } else if (offsetHolds(*unit.pattern, start)) {
             firstBm = {start, number};
@@ -364,7 +365,6 @@ class SignatureScanner::Pass {
             auto& entry = scanner.started.start(first.unit);
             entry.partsMatched = 1;
             entry.partEnd = pos + first.pattern->length;
-            scanner.marks.finish(first.unit);
             return;
         }
         for (const auto& [part, rank, next] : members) {

@@ -156,9 +156,8 @@ bool StreamScanner::searchNextVirus(const char* name) {
     return true;
 }
 
-bool StreamScanner::verifyExtendedOption(const std::optional<std::string>& option,
-                                         uint32_t offset) {
-    return !option || QLT_SPACE::decimalInt64(option->c_str()) == int64_t{offset};
+bool StreamScanner::verifyExtendedOption(const char* option, uint32_t offset) {
+    return option == nullptr || QLT_SPACE::decimalInt64(option) == int64_t{offset};
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -56,10 +56,10 @@ class StreamScanner : public PatternMatcher {
     /// @return whether it did
     bool searchNextVirus(const char* name);
 
-    /// @param option  decimal text, or none
+    /// @param option  decimal text; null for none
     /// @param offset  stream offset at which a match begins
     /// @return whether a signature's offset condition holds there
-    static bool verifyExtendedOption(const std::optional<std::string>& option, uint32_t offset);
+    static bool verifyExtendedOption(const char* option, uint32_t offset);
 
     std::unique_ptr<Md5Scanner> md5Scanner;  // null if the container has no digests
     uint32_t safeLength = 0;  // bytes of the chunks scanned to their end without any detection yet

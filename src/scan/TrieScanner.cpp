@@ -16,7 +16,7 @@ const TriePattern& patternOf(const VQPatternNode& node) {
     return static_cast<const TriePatternNode&>(node).pattern();
 }
 
-bool isOneOf(uint8_t byte, const std::vector<uint8_t>& group) {
+bool isOneOf(uint8_t byte, ByteGroup group) {
     return std::find(group.begin(), group.end(), byte) != group.end();
 }
 
@@ -68,7 +68,7 @@ const TriePattern* TrieScanner::matchNode(const TrieNode& node, const Rest& rest
 
 const TriePattern* TrieScanner::matchWildcardPatternList(const VQPatternList& list,
                                                          const Rest& rest) {
-    for (const VQPatternNode* node = list.first(); node != nullptr; node = node->next.get()) {
+    for (const VQPatternNode* node = list.first(); node != nullptr; node = node->next) {
         const TriePattern& pattern = patternOf(*node);
         if (matchWildcardPattern(pattern, rest) && verifyPattern(pattern, rest.offset)) {
             return &pattern;
@@ -97,22 +97,23 @@ template <bool kTrace>
 const TriePattern* TrieScanner::matchSimplePatternList(const TrieNode& node, const Rest& rest) {
     // A short pattern is no longer than the path that led here: it has matched.
     for (const VQPatternNode* entry = node.shortList.first(); entry != nullptr;
-         entry = entry->next.get()) {
+         entry = entry->next) {
         const TriePattern& pattern = patternOf(*entry);
         if (acceptSimple<kTrace>(pattern, rest)) return &pattern;
     }
     fastMatcher.SetPatternList(node.sorted.data(), static_cast<unsigned int>(node.sorted.size()));
     const void* found = fastMatcher.find(rest.bytes, rest.length);
     if (found == nullptr) return nullptr;
-    const auto& entry = *static_cast<const VQPatternNode*>(found);
-    const TriePattern& pattern = patternOf(entry);
+    const auto* entry =
+        static_cast<const TriePatternNode*>(static_cast<const VQPatternNode*>(found));
+    const TriePattern& pattern = entry->pattern();
     if (acceptSimple<kTrace>(pattern, rest)) return &pattern;
-    return matchSamePrefixList<kTrace>(entry.samePrefix, rest);
+    return matchSamePrefixList<kTrace>(entry->samePrefix, rest);
 }
 
 template <bool kTrace>
 const TriePattern* TrieScanner::matchSamePrefixList(const VQPatternList& list, const Rest& rest) {
-    for (const VQPatternNode* node = list.first(); node != nullptr; node = node->next.get()) {
+    for (const VQPatternNode* node = list.first(); node != nullptr; node = node->next) {
         const TriePattern& pattern = patternOf(*node);
         if constexpr (kTrace) pattern.printSigInfo(rest.offset + pattern.length);
         if (pattern.length > rest.length ||

@@ -4,6 +4,7 @@
 
 #include "pattern/SimplePatternLoader.h"
 #include "pattern/ZVKPatternLoader.h"
+#include "store/ByteSort.h"
 #include "support/Allocation.h"
 #include "support/Utils.h"
 
@@ -24,32 +25,35 @@ void BmList::init() {
     });
 }
 
-void BmList::addPattern(std::unique_ptr<BmPattern> pattern) {
-    if (pattern->length < kWindow) {
+void BmList::addPattern(const BmPattern& pattern) {
+    if (pattern.length < kWindow) {
         throw QLT_SPACE::Exception(
             QLT_SPACE::Utils::formatString("Malformed bm string at [%s:%d], sig too short than %d",
                                            PatternLoader::getPatternFileName(),
                                            PatternLoader::getLineNo(), static_cast<int>(kWindow)));
     }
     init();
-    const uint8_t* sig = pattern->sig.data();
-    auto node = std::make_unique<BmPatternNode>(std::move(pattern));
+    QLT_SPACE::allocateOr("Alloacate bm pattern fail", [&] { records.reserve(pattern); });
+    const uint8_t* sig = pattern.sig.data();
     for (uint32_t i = 0; i <= kLastBlock; ++i) {
         uint32_t& shift = bm_shift[blockHash(sig + i)];
         shift = std::min(shift, kLastBlock - i);
     }
-    const auto sortsBefore = [sig](const VQPatternNode& listed) {
-        return static_cast<const BmPatternNode&>(listed).pattern().sig[0] < sig[0];
-    };
-    std::unique_ptr<VQPatternNode>* link = &bm_suffix[blockHash(sig + kLastBlock)].head;
-    while (*link != nullptr && sortsBefore(**link)) link = &(*link)->next;
-    node->next = std::move(*link);
-    *link = std::move(node);
+    bm_suffix[blockHash(sig + kLastBlock)].pushFront(*records.keep(pattern));
+}
+
+void BmList::prepare() {
+    for (VQPatternList& bucket : bm_suffix) {
+        sortByByte(bucket.head, [](const VQPatternNode& node) {
+            return static_cast<const BmPatternNode&>(node).pattern().sig[0];
+        });
+    }
 }
 
 void BmList::reset() {
     bm_suffix = std::vector<VQPatternList>();
     bm_shift = std::vector<uint32_t>();
+    records.reset();
     maxPatternLength = 0;
 }
 

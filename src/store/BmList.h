@@ -9,11 +9,10 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include "store/BlockHash.h"
-#include "store/VQPatternNode.h"
+#include "store/RecordArena.h"
 
 namespace STREAMENGINE_SPACE {
 
@@ -33,19 +32,26 @@ class BmList {
     /// @throws QLT_SPACE::Exception if memory runs out
     void init();
 
-    /// Adds one pattern; the list owns it from then on, also when it throws.
-    /// @throws QLT_SPACE::Exception for a pattern of fewer than kWindow bytes
-    void addPattern(std::unique_ptr<BmPattern> pattern);
+    /// Adds a copy of one pattern, what it borrows included.
+    /// @throws QLT_SPACE::Exception for a pattern of fewer than kWindow bytes; if memory runs out
+    void addPattern(const BmPattern& pattern);
+
+    /// Sorts the buckets; has to follow the last addPattern().
+    void prepare();
 
     /// Frees everything that was added; sigCount goes on from where it is.
     void reset();
 
     bool hasTables() const { return !bm_suffix.empty(); }
 
-    int32_t sigCount = 0;                  // signatures added
-    uint32_t maxPatternLength = 0;         // longest pattern in bytes; also of one that was refused
-    std::vector<uint32_t> bm_shift;        // kBlockHashes entries, or none
-    std::vector<VQPatternList> bm_suffix;  // likewise; ascending by first byte, newest first
+    int32_t sigCount = 0;            // signatures added
+    uint32_t maxPatternLength = 0;   // longest pattern in bytes; also of one that was refused
+    std::vector<uint32_t> bm_shift;  // kBlockHashes entries, or none
+    // Likewise; newest first, and once prepared ascending by first byte, newest first.
+    std::vector<VQPatternList> bm_suffix;
+
+  private:
+    RecordArena records;  // owns the nodes of bm_suffix and their patterns
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,7 +1,9 @@
 #include "store/MD5List.h"
 
 #include <cstring>
+#include <string>
 
+#include "store/ByteSort.h"
 #include "store/PatternParser.h"
 #include "support/Allocation.h"
 #include "support/DecimalNumber.h"
@@ -25,12 +27,14 @@ void MD5List::addString(const char* line) {
     if (std::strlen(line) < kShortestLine || line[kDigestDigits] != ':') throw malformed();
     auto name = Utils::strToK(line, 2, ":");
     if (!name) throw malformed();
+    const std::string virName = EngUtil::scrambled(std::move(*name));
     MD5Pattern* record = newRecord();
     try {
         PatternParser::hex2str({line, kDigestDigits}, record->digest.data(), kDigestDigits);
-        record->virName = EngUtil::scrambled(std::move(*name));
         record->size = QLT_SPACE::decimalInt32(line + kDigestDigits + 1);
+        names.reserve(virName.size() + 1);  // once in its bucket, the record has to stay
         addPattern(record);
+        record->virName = names.copyText(virName);
     } catch (...) {
         if (usePool) {
             *record = {};
@@ -66,10 +70,14 @@ void MD5List::addPattern(const MD5Pattern* record) {
     node->pat = record;
     const uint16_t hash = blockHash(record->digest.data());
     bm_shift[hash] = 0;
-    MD5PatternNode** link = &bm_suffix[hash];
-    while (*link != nullptr && (*link)->pat->digest[0] < record->digest[0]) link = &(*link)->next;
-    node->next = *link;
-    *link = node;
+    node->next = bm_suffix[hash];
+    bm_suffix[hash] = node;
+}
+
+void MD5List::prepare() {
+    for (MD5PatternNode*& bucket : bm_suffix) {
+        sortByByte(bucket, [](const MD5PatternNode& node) { return node.pat->digest[0]; });
+    }
 }
 
 void MD5List::reset() {
@@ -79,6 +87,7 @@ void MD5List::reset() {
     patternPool.reset();
     ownNodes.clear();
     ownRecords.clear();
+    names.reset();
     usePool = false;
 }
 

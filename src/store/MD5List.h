@@ -10,6 +10,7 @@
 #include "store/BlockHash.h"
 #include "store/SimplePool.h"
 #include "store/VQPattern.h"
+#include "support/Arena.h"
 
 namespace STREAMENGINE_SPACE {
 
@@ -33,9 +34,12 @@ class MD5List {
     /// @return false, with no more room than before, for an n of 0 or less or where memory runs out
     bool allocate(int n);
 
-    /// Enters a record of this list into its bucket.
+    /// Enters a record of this list into its bucket, in front.
     /// @throws QLT_SPACE::Exception if no node is to be had
     void addPattern(const MD5Pattern* record);
+
+    /// Sorts the buckets; has to follow the last addPattern().
+    void prepare();
 
     /// Frees everything that was added.
     void reset();
@@ -44,8 +48,8 @@ class MD5List {
     bool isPooled() const { return usePool; }
 
     std::vector<uint32_t> bm_shift;  // kBlockHashes entries, or none; 1: the bucket is empty
-    std::vector<MD5PatternNode*>
-        bm_suffix;  // likewise; ascending by first digest byte, newest first
+    // Likewise; newest first, and once prepared ascending by first digest byte, newest first.
+    std::vector<MD5PatternNode*> bm_suffix;
 
   private:
     /// @return an empty record of this list
@@ -58,6 +62,7 @@ class MD5List {
     bool usePool = false;  // records and nodes come from the pools, not from the lists below
     std::deque<MD5PatternNode> ownNodes;
     std::deque<MD5Pattern> ownRecords;
+    QLT_SPACE::Arena names;  // of all records
 };
 
 }  // namespace STREAMENGINE_SPACE

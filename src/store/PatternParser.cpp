@@ -1,8 +1,10 @@
 #include "store/PatternParser.h"
 
 #include <algorithm>
+#include <cassert>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "engine/ZVKUtil.h"
 #include "pattern/ZVKPatternLoader.h"
@@ -36,6 +38,11 @@ Symbol symbolValue(const char* pair) {
     return static_cast<Symbol>(byteValue(pair));
 }
 
+VQPatternList& samePrefixOf(VQPatternNode& node) {
+    assert(node.getType() == VQPatternNode::kTypeTrie);
+    return static_cast<TriePatternNode&>(node).samePrefix;
+}
+
 /// @return whether the entry could be made; not for a node of no kind
 bool describe(const VQPatternNode& node, PatInfo& entry) {
     switch (node.getType()) {
@@ -56,28 +63,29 @@ bool describe(const VQPatternNode& node, PatInfo& entry) {
 }  // namespace
 
 void PatternParser::sortPatternList(VQPatternList& list) {
-    std::vector<std::unique_ptr<VQPatternNode>> nodes;
+    std::vector<VQPatternNode*> nodes;
     nodes.reserve(list.size());
-    while (!list.empty()) nodes.push_back(list.popFront());
-    std::stable_sort(nodes.begin(), nodes.end(), [](const auto& left, const auto& right) {
-        return left->compareTo(right.get()) < 0;
+    for (VQPatternNode* node = list.head; node != nullptr; node = node->next) nodes.push_back(node);
+    std::stable_sort(nodes.begin(), nodes.end(), [](const auto* left, const auto* right) {
+        return left->compareTo(right) < 0;
     });
-    for (; !nodes.empty(); nodes.pop_back()) list.pushFront(std::move(nodes.back()));
+    list = {};
+    for (; !nodes.empty(); nodes.pop_back()) list.pushFront(*nodes.back());
 }
 
 void PatternParser::buildSamePrefixList(VQPatternList& list) {
     if (list.empty()) return;
-    VQPatternNode* leading = list.head.get();
-    std::unique_ptr<VQPatternNode>* samePrefixEnd = &leading->samePrefix.head;
+    VQPatternNode* leading = list.head;
+    VQPatternNode** samePrefixEnd = &samePrefixOf(*leading).head;
     while (leading->next != nullptr) {
-        if (leading->next->beginWith(leading)) {
-            std::unique_ptr<VQPatternNode> node = std::move(leading->next);
-            leading->next = std::move(node->next);
-            *samePrefixEnd = std::move(node);
-            samePrefixEnd = &(*samePrefixEnd)->next;
+        VQPatternNode* node = leading->next;
+        if (node->beginWith(leading)) {
+            leading->next = std::exchange(node->next, nullptr);
+            *samePrefixEnd = node;
+            samePrefixEnd = &node->next;
         } else {
-            leading = leading->next.get();
-            samePrefixEnd = &leading->samePrefix.head;
+            leading = node;
+            samePrefixEnd = &samePrefixOf(*leading).head;
         }
     }
 }
@@ -94,7 +102,7 @@ std::vector<PatInfo> PatternParser::setSortedList(const VQPatternList& list) {
         ZVK_ERROR("fail to allocate memory for patInfo");
         return {};
     }
-    for (const VQPatternNode* node = list.first(); node != nullptr; node = node->next.get()) {
+    for (const VQPatternNode* node = list.first(); node != nullptr; node = node->next) {
         if (!describe(*node, table.emplace_back())) {
             ZVK_ERROR("bad patternNode type");
             return {};

@@ -16,12 +16,12 @@ class PatternParser {
   public:
     /// Sorts a list by VQPatternNode::compareTo(). Equal patterns keep their order, so that those
     /// of a list that grew at its front are newest first.
-    /// @throws QLT_SPACE::Exception as VQPatternNode::compareTo(); the list is then empty
+    /// @throws QLT_SPACE::Exception as VQPatternNode::compareTo(); the list is then as it was
     static void sortPatternList(VQPatternList& list);
 
-    /// Regroups a list sorted by compareTo(): a node whose pattern begins with that of the node in
-    /// front moves to the end of that node's samePrefix list. Afterwards no pattern of the list
-    /// begins with another of it.
+    /// Regroups a list of TriePatternNodes sorted by compareTo(): a node whose pattern begins with
+    /// that of the node in front moves to the end of that node's samePrefix list. Afterwards no
+    /// pattern of the list begins with another of it.
     static void buildSamePrefixList(VQPatternList& list);
 
     /// Lists the nodes' bytes as a table for FastMatcher, each entry's value its VQPatternNode.

@@ -42,8 +42,8 @@ struct Content {
     bool operator==(const Content& other) const {
         return kind == other.kind && pattern->isWildcard == other.pattern->isWildcard &&
                contentOf(*pattern) == contentOf(*other.pattern) &&
-               std::equal(pattern->groups.begin(), pattern->groups.end(),
-                          other.pattern->groups.begin(), other.pattern->groups.end());
+               std::ranges::equal(pattern->groups, other.pattern->groups,
+                                  [](auto a, auto b) { return std::ranges::equal(a, b); });
     }
 };
 
@@ -78,7 +78,7 @@ class SignatureIndex::Compiler {
             }
         }
         for (const VQPatternList& bucket : list.bm_suffix) {
-            for (const auto* node = bucket.first(); node != nullptr; node = node->next.get()) {
+            for (const auto* node = bucket.first(); node != nullptr; node = node->next) {
                 addUnit(*node->pat, Kind::Bm);
             }
         }
@@ -112,15 +112,15 @@ class SignatureIndex::Compiler {
     void listNode(const TrieNode& node) {
         // The order in which a node's patterns are tried.
         for (const auto* list : {&node.wildcardList, &node.shortList}) {
-            for (const auto* entry = list->first(); entry != nullptr; entry = entry->next.get()) {
+            for (const auto* entry = list->first(); entry != nullptr; entry = entry->next) {
                 addPart(*entry);
             }
         }
         const auto* entry = node.simpleList.first();
-        for (; entry != nullptr; entry = entry->next.get()) {
+        for (; entry != nullptr; entry = entry->next) {
             addPart(*entry);
-            const auto* longer = entry->samePrefix.first();
-            for (; longer != nullptr; longer = longer->next.get()) addPart(*longer);
+            const auto* longer = static_cast<const TriePatternNode*>(entry)->samePrefix.first();
+            for (; longer != nullptr; longer = longer->next) addPart(*longer);
         }
     }
 

@@ -22,18 +22,16 @@ void TrieNode::setTrans(int byte, TrieNode* next) {
     (*trans)[static_cast<size_t>(byte)] = next;
 }
 
-void TrieNode::addPattern(std::unique_ptr<TriePattern> pattern) {
-    const bool isWildcard = pattern->isWildcard;
-    const bool isShort = pattern->length == pattern->depth;
-    auto node = std::make_unique<TriePatternNode>(std::move(pattern));
-    if (isWildcard) {
-        wildcardList.pushFront(std::move(node));
+void TrieNode::addPattern(TriePatternNode& node) {
+    const TriePattern& pattern = node.pattern();
+    if (pattern.isWildcard) {
+        wildcardList.pushFront(node);
         ++tree.ac_wildcard_patterns;
-    } else if (isShort) {
-        shortList.pushFront(std::move(node));
+    } else if (pattern.length == pattern.depth) {
+        shortList.pushFront(node);
         ++tree.shortPatternCount;
     } else {
-        simpleList.pushFront(std::move(node));
+        simpleList.pushFront(node);
         ++tree.ac_simple_patterns;
     }
 }
@@ -50,15 +48,13 @@ void TrieNode::setSortedList() {
 }
 
 void TrieNode::freePattern() {
-    shortList.clear();
-    while (!simpleList.empty()) {
-        const auto node = simpleList.popFront();
-        while (!node->samePrefix.empty()) {
-            ZVK_DEBUG("delete simple trie pat");
-            node->samePrefix.popFront();
+    if (EngUtil::debugIsOn()) {
+        for (const VQPatternNode* node = simpleList.first(); node != nullptr; node = node->next) {
+            const size_t count = static_cast<const TriePatternNode*>(node)->samePrefix.size();
+            for (size_t i = 0; i < count; ++i) ZVK_DEBUG("delete simple trie pat");
         }
     }
-    wildcardList.clear();
+    shortList = simpleList = wildcardList = {};
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -28,12 +28,14 @@ class TrieNode {
     void setTrans(int byte, TrieNode* next);
 
     /// Puts a pattern whose prefix ends here into the list that fits it and counts it in the tree.
-    void addPattern(std::unique_ptr<TriePattern> pattern);
+    /// @param node  borrowed until freePattern()
+    void addPattern(TriePatternNode& node);
 
     /// Regroups simpleList and builds its sorted table.
     /// @throws QLT_SPACE::Exception "TrieNode::setSortedList fail"
     void setSortedList();
 
+    /// Lets go of all patterns, which the tree frees.
     void freePattern();
 
     bool isLeaf = false;       // no table: the last node of a prefix, extended by no other

@@ -37,20 +37,22 @@ void TrieTree::addString(const char* name, const char* hexsig, uint16_t type, co
     ++sigCount;
 }
 
-void TrieTree::addPattern(std::unique_ptr<TriePattern> pattern) {
+void TrieTree::addPattern(const TriePattern* pattern) {
     if (pattern == nullptr) throw Exception("Trie:addPattern failed,Null pointer");
     const uint32_t depth = prefixDepth(*pattern);
     if (depth < kMinDepth) throw Exception("Trie:addPattern failed, too short pattern");
+    QLT_SPACE::allocateOr("Alloacate trie pattern fail", [&] { records.reserve(*pattern); });
     if (root == nullptr) {
         TrieNode* first = newNode("fail to allocate memory for AC root");
         first->setTrans();
         root = first;
     }
-    pattern->depth = static_cast<uint8_t>(depth);
-    TrieNode* end = makePath(*pattern);
+    TriePattern placed = *pattern;
+    placed.depth = static_cast<uint8_t>(depth);
+    TrieNode* end = makePath(placed);
     end->hasPatterns = true;
-    maxPatternLength = std::max(maxPatternLength, pattern->length);
-    end->addPattern(std::move(pattern));
+    maxPatternLength = std::max(maxPatternLength, placed.length);
+    end->addPattern(*records.keep(placed));
 }
 
 TrieNode* TrieTree::newNode(const char* failure) {
@@ -112,6 +114,7 @@ void TrieTree::prepare() {
 
 void TrieTree::reset() {
     nodes.clear();
+    records.reset();
     root = nullptr;
     lastSigid = 0;
     maxPatternLength = 0;

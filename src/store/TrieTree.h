@@ -13,6 +13,7 @@
 #include <memory>
 #include <vector>
 
+#include "store/RecordArena.h"
 #include "store/TrieNode.h"
 
 namespace STREAMENGINE_SPACE {
@@ -27,9 +28,10 @@ class TrieTree {
     void addString(const char* name, const char* hexsig, uint16_t type, const char* offset,
                    uint16_t targetType);
 
-    /// Adds one part; the tree owns it from then on, also when it throws.
-    /// @throws QLT_SPACE::Exception if the part is null or led by fewer than two literal bytes
-    void addPattern(std::unique_ptr<TriePattern> pattern);
+    /// Adds a copy of one part, what it borrows included; its depth is set here.
+    /// @throws QLT_SPACE::Exception if the part is null or led by fewer than two literal bytes; if
+    ///         memory runs out
+    void addPattern(const TriePattern* pattern);
 
     /// Adds the built-in markup type signatures.
     void addTypeSigs();
@@ -57,6 +59,7 @@ class TrieTree {
     /// @return the node at which the path of the pattern's prefix ends, built where it is missing
     TrieNode* makePath(const TriePattern& pattern);
 
+    RecordArena records;  // owns the patterns; outlives nodes, which log them at their end
     std::vector<std::unique_ptr<TrieNode>> nodes;  // owns all; root first, then creation order
 };
 

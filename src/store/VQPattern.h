@@ -2,13 +2,14 @@
 //
 // Detection names are stored scrambled and stay so: whoever needs a plain name makes a copy with
 // EngUtil::scrambled(). Records never change once their container is prepared.
+//
+// A record borrows its texts and bytes: those of a set from the set's RecordArena, those of a line
+// in hand from the loader. Sets hold millions of records; a field here is paid for by each of them.
 #pragma once
 
 #include <array>
 #include <cstdint>
-#include <optional>
-#include <string>
-#include <vector>
+#include <span>
 
 namespace STREAMENGINE_SPACE {
 
@@ -20,52 +21,49 @@ constexpr bool isWildcardSymbol(Symbol symbol) {
     return symbol > 0xFF;
 }
 
-/// What all body signatures share.
+/// The byte values of an alternative group, in the order written.
+using ByteGroup = std::span<const uint8_t>;
+
+/// What all body signatures share. Its kind is told by its VQPatternNode.
 struct VQPattern {
-    virtual ~VQPattern() = default;
-
-    std::string virName;  // scrambled
-    uint32_t length = 0;  // symbols
+    const char* virName = "";      // scrambled
+    const char* offset = nullptr;  // decimal stream offset of the match; null: anywhere
+    uint32_t length = 0;           // symbols
     uint16_t targetType = 0;
-    std::optional<std::string> offset;  // decimal stream offset of the match; none: anywhere
-
-    /// Dumps the record to the debug log while the detail-log option is on.
-    virtual void printSigInfo() const = 0;
-    /// The same, headed by the stream offset at which a match that ends at `end` begins.
-    virtual void printSigInfo(uint32_t end) const = 0;
 
   protected:
     VQPattern() = default;
     VQPattern(const VQPattern&) = default;
     VQPattern& operator=(const VQPattern&) = default;
+    ~VQPattern() = default;
 };
 
 /// A plain byte string, searched with the shift table.
 struct BmPattern final : VQPattern {
-    std::vector<uint8_t> sig;
+    std::span<const uint8_t> sig;
 
-    void printSigInfo() const override;
-    void printSigInfo(uint32_t end) const override;
+    /// Dumps the record to the debug log while the detail-log option is on.
+    void printSigInfo() const;
+    /// The same, headed by the stream offset at which a match that ends at `end` begins.
+    void printSigInfo(uint32_t end) const;
 };
 
 /// One part of a body signature, searched with the automaton.
 struct TriePattern final : VQPattern {
-    uint8_t depth = 0;            // leading symbols that the automaton's path consumes, 2 or 3
-    bool isWildcard = false;      // the part's text contained "?" or "("
-    std::vector<uint8_t> sig;     // the bytes, if not isWildcard
-    std::vector<Symbol> symbols;  // the symbols, if isWildcard
-    uint32_t minDistance = 0;     // bytes from the previous part's end to this start; 0: no bound
+    uint8_t depth = 0;         // leading symbols that the automaton's path consumes, 2 or 3
+    bool isWildcard = false;   // the part's text contained "?" or "("
+    uint16_t type = 0;         // file-type code of a built-in type signature, else 0
+    uint16_t parts = 0;        // number of parts, 0 for a single-part signature
+    uint16_t partno = 0;       // from 1, 0 for a single-part signature
+    uint32_t sigid = 0;        // shared by all parts of a signature; 0: it has only one
+    uint32_t minDistance = 0;  // bytes from the previous part's end to this start; 0: no bound
     uint32_t maxDistance = 0;
-    uint32_t sigid = 0;   // shared by all parts of a signature; 0: it has only one
-    uint16_t parts = 0;   // number of parts, 0 for a single-part signature
-    uint16_t partno = 0;  // from 1, 0 for a single-part signature
-    uint16_t type = 0;    // file-type code of a built-in type signature, else 0
-    /// The byte values of each alternative group, in the order written; the k-th kGroupSymbol of
-    /// symbols stands for the k-th group.
-    std::vector<std::vector<uint8_t>> groups;
+    std::span<const uint8_t> sig;       // the bytes, if not isWildcard
+    std::span<const Symbol> symbols;    // the symbols, if isWildcard
+    std::span<const ByteGroup> groups;  // group k stands behind the k-th kGroupSymbol of symbols
 
-    void printSigInfo() const override;
-    void printSigInfo(uint32_t end) const override;
+    void printSigInfo() const;  // as BmPattern's
+    void printSigInfo(uint32_t end) const;
 
     /// @return symbol i as such, whatever form the part is kept in
     Symbol symbolAt(uint32_t i) const { return isWildcard ? symbols[i] : sig[i]; }
@@ -74,8 +72,8 @@ struct TriePattern final : VQPattern {
 /// The digest and length of a whole normalised stream.
 struct MD5Pattern {
     std::array<uint8_t, 16> digest{};
-    std::string virName;  // scrambled
-    int32_t size = 0;     // bytes
+    const char* virName = "";  // scrambled; borrowed from the list's texts
+    int32_t size = 0;          // bytes
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -51,33 +51,15 @@ BytePair checkedBytes(const VQPatternNode& left, const VQPatternNode* right) {
 
 }  // namespace
 
-VQPatternList& VQPatternList::operator=(VQPatternList&& other) noexcept {
-    if (this != &other) {
-        clear();
-        head = std::move(other.head);
-    }
-    return *this;
-}
-
 size_t VQPatternList::size() const {
     size_t count = 0;
-    for (const VQPatternNode* node = first(); node != nullptr; node = node->next.get()) ++count;
+    for (const VQPatternNode* node = first(); node != nullptr; node = node->next) ++count;
     return count;
 }
 
-void VQPatternList::pushFront(std::unique_ptr<VQPatternNode> node) {
-    node->next = std::move(head);
-    head = std::move(node);
-}
-
-std::unique_ptr<VQPatternNode> VQPatternList::popFront() {
-    std::unique_ptr<VQPatternNode> node = std::move(head);
-    head = std::move(node->next);
-    return node;
-}
-
-void VQPatternList::clear() {
-    while (head != nullptr) popFront();
+void VQPatternList::pushFront(VQPatternNode& node) {
+    node.next = head;
+    head = &node;
 }
 
 int VQPatternNode::compareTo(const VQPatternNode* other) const {

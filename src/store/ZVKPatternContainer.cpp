@@ -25,6 +25,8 @@ void PatternContainer::prepare() {
     maxPatternLength = std::max(static_cast<int32_t>(trieTree.maxPatternLength),
                                 static_cast<int32_t>(bmList.maxPatternLength));
     trieTree.prepare();
+    bmList.prepare();
+    md5List.prepare();
     if (kernel != QLT_SPACE::Kernel::Plain) index.build(trieTree, bmList);
     ZVK_DEBUG("bm sigs [%d]", bmList.sigCount);
     ZVK_DEBUG("ac sigs [%d]", trieTree.sigCount);

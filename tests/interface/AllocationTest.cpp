@@ -143,6 +143,40 @@ TEST_F(Allocation, LargeSetsAndIdleInstancesAreSmall) {
     EXPECT_LT((bytesInUse - loaded) / kInstances, kLongest + 65536);
 }
 
+TEST_F(Allocation, PlainSignaturesAreSmallAndQuickToList) {
+    constexpr size_t kSignatures = 100'000;
+    constexpr size_t kOwnBytes = 40 + 8;  // the signature and its name
+    constexpr size_t kTables = 2 << 20;
+    std::string lines;
+    for (size_t i = 0; i < kSignatures; ++i) {  // all in one bucket, each behind all before it
+        std::string number = std::to_string(kSignatures + i);
+        std::string text = static_cast<char>(i * 256 / kSignatures) + number + "last3";
+        text.resize(40, 'x');
+        lines += "S." + number + ":0:*:" + hex(text) + "\n";
+    }
+    const size_t empty = bytesInUse;
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(load(".ndb", lines), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    EXPECT_LT(bytesInUse - empty, kTables + kSignatures * (kOwnBytes + 66));
+}
+
+TEST_F(Allocation, RefusedLinesLeaveNothing) {
+    const std::string tail = hex(std::string(1500, 'x'));
+    std::string refused;
+    for (int i = 0; i < 100; ++i) {
+        for (const char* head : {"S:0:*:(61|62)", "(Clam):0:*:6162??", "S:0:*:0"}) {
+            refused.append(head).append(tail).append("\n");
+        }
+    }
+    const std::string lines = kLines + refused;
+    ASSERT_EQ(load(".ndb", kLines), 0);
+    const size_t loaded = bytesInUse;
+    destroyEngine();
+    ASSERT_EQ(load(".ndb", lines), 0);
+    EXPECT_LT(bytesInUse, loaded + 20'000);
+}
+
 TEST_F(Allocation, LoadsAndStreamsGiveUpCleanly) {
     const TempFolder folder;
     const std::string path = folder.write("set.ndb", kLines);

@@ -18,15 +18,16 @@ constexpr int kMD5 = 1, kBasic = 2, kExtended = 3;
 
 /// "name[@offset][/target] sig [sigid:partno/parts min-max]", what is 0 or absent left out; a plain
 /// string by its length.
-void describePattern(const VQPattern& base, std::ostream& out) {
+void describePattern(const VQPatternNode& node, std::ostream& out) {
+    const VQPattern& base = *node.pat;
     out << EngUtil::scrambled(base.virName);
-    if (base.offset) out << '@' << *base.offset;
+    if (base.offset != nullptr) out << '@' << base.offset;
     if (base.targetType != 0) out << '/' << base.targetType;
-    const auto* pattern = dynamic_cast<const TriePattern*>(&base);
-    if (pattern == nullptr) {
+    if (node.getType() == VQPatternNode::kTypeBm) {
         out << ' ' << base.length << ';';
         return;
     }
+    const auto* pattern = static_cast<const TriePattern*>(&base);
     out << " d" << int{pattern->depth} << ' ';
     auto group = pattern->groups.begin();
     for (uint32_t i = 0; i < base.length; ++i) {
@@ -48,8 +49,8 @@ void describePattern(const VQPattern& base, std::ostream& out) {
 }
 
 void describeList(const VQPatternList& list, std::ostream& out) {
-    for (auto* node = list.first(); node != nullptr; node = node->next.get()) {
-        describePattern(*node->pat, out);
+    for (auto* node = list.first(); node != nullptr; node = node->next) {
+        describePattern(*node, out);
     }
 }
 

@@ -1,10 +1,13 @@
 // The stores where the road through a host does not reach.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "scan/Md5Scanner.h"
 #include "scan/TrieScanner.h"
 #include "store/ZVKPatternContainer.h"
 #include "support/Exception.h"
+#include "support/Utils.h"
 
 namespace {
 
@@ -53,11 +56,46 @@ TEST(MD5List, RecordsByPoolOrOneByOne) {
             EXPECT_TRUE(list.allocate(1));
         }
         list.addString(third.c_str());
+        list.prepare();
         const Md5Scanner scanner(list, nullptr);
         EXPECT_EQ(EngUtil::scrambled(scanner.virusFoundMD5(low, 1)->virName), "Newer");
         EXPECT_EQ(EngUtil::scrambled(scanner.virusFoundMD5(high, 1)->virName), "High");
         EXPECT_EQ(scanner.virusFoundMD5(high, 2), nullptr);
     }
+}
+
+TEST(Buckets, AscendByFirstByteNewestFirst) {
+    PatternContainer container;
+    std::vector<std::pair<int, int>> expected;  // first byte, minus the number of the line
+    for (int line = 0; line < 100; ++line) {
+        const int first = line * 33 % 41;
+        const int rest = 40 * 211 - first * 211;  // so that all digests hash alike
+        using QLT_SPACE::Utils;
+        container.addString(Utils::formatString("%d=%02x616263646566676869", line, first).c_str(),
+                            2, false);
+        container.addString(
+            Utils::formatString("%02x%02x%02x%026d:1:%d", first, rest / 37, rest % 37, 0, line)
+                .c_str(),
+            1, false);
+        expected.emplace_back(first, -line);
+    }
+    container.prepare();
+    std::sort(expected.begin(), expected.end());
+    std::vector<std::pair<int, int>> plain, digests;
+    const auto numberOf = [](const char* name) { return -std::stoi(EngUtil::scrambled(name)); };
+    for (const auto& bucket : container.bmList.bm_suffix) {
+        for (auto* node = bucket.first(); node != nullptr; node = node->next) {
+            const auto& pattern = static_cast<const BmPattern&>(*node->pat);
+            plain.emplace_back(pattern.sig[0], numberOf(pattern.virName));
+        }
+    }
+    for (const auto* node : container.md5List.bm_suffix) {
+        for (; node != nullptr; node = node->next) {
+            digests.emplace_back(node->pat->digest[0], numberOf(node->pat->virName));
+        }
+    }
+    EXPECT_EQ(plain, expected);
+    EXPECT_EQ(digests, expected);
 }
 
 }  // namespace

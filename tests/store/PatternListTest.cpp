@@ -7,15 +7,16 @@ namespace {
 
 using namespace STREAMENGINE_SPACE;
 
-TriePatternNode nodeOf(std::string_view bytes) {
-    auto pattern = std::make_unique<TriePattern>();
-    pattern->sig.assign(bytes.begin(), bytes.end());
-    return TriePatternNode(std::move(pattern));
+TriePattern patternOf(std::string_view bytes) {
+    TriePattern pattern;
+    pattern.sig = {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
+    return pattern;
 }
 
 // How nodes are grouped and found is what the comparison with the plain matcher sees.
 TEST(PatternNode, ComparesUnsignedBytesAndHeads) {
-    const auto ab = nodeOf("AB"), abc = nodeOf("ABC"), high = nodeOf("\x80");
+    const auto abText = patternOf("AB"), abcText = patternOf("ABC"), highText = patternOf("\x80");
+    const TriePatternNode ab(&abText), abc(&abcText), high(&highText);
     EXPECT_EQ(ab.compareTo(&abc), -1);
     EXPECT_EQ(high.compareTo(&abc), 1);
     EXPECT_FALSE(ab.beginWith(&abc));
@@ -23,16 +24,16 @@ TEST(PatternNode, ComparesUnsignedBytesAndHeads) {
 }
 
 TEST(PatternNode, RefusesWhatCannotBeCompared) {
-    const TriePatternNode plain(std::make_unique<TriePattern>());
-    auto wildcard = std::make_unique<TriePattern>();
-    wildcard->isWildcard = true;
-    const TriePatternNode wild(std::move(wildcard));
-    const BmPatternNode bm(std::make_unique<BmPattern>());
+    const TriePattern plainText;
+    TriePattern wildcard;
+    wildcard.isWildcard = true;
+    const BmPattern bmText;
+    const TriePatternNode plain(&plainText), wild(&wildcard), none(nullptr);
+    const BmPatternNode bm(&bmText);
     const std::tuple<const VQPatternNode&, const VQPatternNode*, std::string> cases[] = {
-        {wild, nullptr, "node1 or node2 is NULL"},
-        {wild, &bm, "bad pattern node type"},
-        {wild, &plain, "node1 is with wildcard"},
-        {plain, &wild, "node2 is with wildcard"},
+        {wild, nullptr, "node1 or node2 is NULL"}, {wild, &bm, "bad pattern node type"},
+        {wild, &plain, "node1 is with wildcard"},  {plain, &wild, "node2 is with wildcard"},
+        {none, &wild, "node1->pat is null"},
     };
     for (const auto& [left, right, reason] : cases) {
         const auto compare = [&left = left, right = right] { left.compareTo(right); };

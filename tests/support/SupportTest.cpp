@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
 
+#include "support/Arena.h"
 #include "support/Crc.h"
 #include "support/Exception.h"
 #include "support/MD5.h"
@@ -12,6 +14,22 @@ using namespace QLT_SPACE;
 
 TEST(Utils, CutsLongTexts) {
     EXPECT_EQ(Utils::formatString("%s", std::string(5000, 'x').c_str()), std::string(4095, 'x'));
+}
+
+RC_GTEST_PROP(Arena, KeepsWhatItIsGiven, ()) {
+    Arena arena;
+    std::vector<std::pair<std::vector<uint32_t>, std::span<uint32_t>>> numbers;
+    std::vector<std::pair<std::string, std::string_view>> texts;
+    for (const size_t size : *rc::gen::container<std::vector<size_t>>(rc::gen::inRange(0, 3000))) {
+        const std::vector<uint32_t> source(size, static_cast<uint32_t>(size));
+        const std::string text(size, static_cast<char>('a' + size % 26));
+        arena.reserve(Arena::roomFor<uint32_t>(size) + size + 1);
+        numbers.emplace_back(source, arena.copy(std::span(source)));
+        texts.emplace_back(text, arena.copyText(text));
+        RC_ASSERT(reinterpret_cast<uintptr_t>(arena.make<void*>()) % alignof(void*) == 0);
+    }
+    for (const auto& [source, copy] : numbers) RC_ASSERT(std::ranges::equal(source, copy));
+    for (const auto& [source, copy] : texts) RC_ASSERT(source == copy);
 }
 
 std::string digestOf(std::string_view text, size_t pieceLength) {
