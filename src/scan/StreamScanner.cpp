@@ -20,7 +20,8 @@ StreamScanner::StreamScanner(const PatternContainer& container,
     : PatternMatcher(container, callbackRecord, hostData),
       overlap(static_cast<uint32_t>(container.maxPatternLength)),
       buffer(size_t{overlap} + kCycleLength),
-      owner(ownerValue) {
+      owner(ownerValue),
+      normaliser(container.kernel) {
     if (container.md5List.hasTables()) {
         md5Scanner = std::make_unique<Md5Scanner>(container.md5List, &result);
     }
