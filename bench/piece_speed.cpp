@@ -4,6 +4,8 @@
 //
 // filter/...    the markup filter, all elements, in chunks of 64 KiB; "copy" is memcpy() over the
 //               same chunks, the limit
+// normalise/... the normaliser, by mode and kernel (0 plain, 1 baseline, 2 avx2, 3 avx512)
+// md5           a digest
 // keywords/...  a matchKeywords() call that finds nothing, by the length of the text
 #include <benchmark/benchmark.h>
 
@@ -14,13 +16,25 @@
 
 #include "interface/zvkengine.h"
 #include "scan/MarkupFilter.h"
+#include "scan/Normaliser.h"
+#include "support/Kernel.h"
+#include "support/MD5.h"
 
 namespace {
 
+using QLT_SPACE::Kernel;
 using STREAMENGINE_SPACE::MarkupFilter;
+using STREAMENGINE_SPACE::Normaliser;
 
 constexpr size_t kChunk = 65536;
 constexpr size_t kInput = 256 * kChunk;
+constexpr const char* kPage =
+    "<div class=\"entry wide\"><h2 id=\"e1\">A Heading</h2>\n<p>Some text, as long as a "
+    "paragraph's is "
+    "on many a page; <b>bold</b> and <a href=\"/a/long/path/to/another.html\">linked</a> words are "
+    "in it.</p>\n<!-- a comment -->\n<ul>\n  <li>One</li>\n  <li>Two</li>\n</ul></div>\n"
+    "<script type=\"text/javascript\">for (var i = 0; i < 10; ++i) { call(i, \"text\"); "
+    "}</script>\n";
 constexpr const char* kWords = "the quick brown fox jumps over the lazy dog and runs on. ";
 
 std::string repeated(const std::string& text, size_t length) {
@@ -55,6 +69,27 @@ void copyText(benchmark::State& state) {
               [](const char* chunk, size_t length, char* out) { std::memcpy(out, chunk, length); });
 }
 
+void normalise(benchmark::State& state) {
+    const auto kernel = static_cast<Kernel>(state.range(1));
+    if (!hasKernel(kernel)) {
+        state.SkipWithError("this machine does not have the kernel");
+        return;
+    }
+    Normaliser normaliser(kernel);
+    normaliser.htmlMode = state.range(0) != 0;
+    runChunks(state, kPage, [&](const char* chunk, size_t length, char* out) {
+        auto left = static_cast<unsigned int>(length);
+        normaliser.getBuffer(chunk, left, out, kChunk);
+    });
+}
+
+void digest(benchmark::State& state) {
+    QLT_SPACE::MD5 md5;
+    runChunks(state, kWords, [&](const char* chunk, size_t length, char*) {
+        md5.update(reinterpret_cast<const unsigned char*>(chunk), length);
+    });
+}
+
 void matchText(benchmark::State& state) {
     std::vector<std::string> keywords(3000);
     std::vector<const char*> array(keywords.size() + 1);  // ended by a null pointer
@@ -82,6 +117,8 @@ BENCHMARK_CAPTURE(filterText, scripts,
                   std::string("<script>if (a < b) c();</script><p>") + kWords + "</p>")
     ->Name("filter/scripts");
 BENCHMARK_CAPTURE(filterText, brackets, std::string("<"))->Name("filter/brackets");
+BENCHMARK(normalise)->ArgNames({"markup", "kernel"})->ArgsProduct({{0, 1}, {0, 1, 2, 3}});
+BENCHMARK(digest)->Name("md5");
 BENCHMARK(matchText)->Name("keywords")->Arg(64)->Arg(1024)->Arg(1 << 20);
 
 }  // namespace

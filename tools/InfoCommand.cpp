@@ -15,6 +15,7 @@
 #include "PatternFileCheck.h"
 #include "PatternSet.h"
 #include "interface/zvkengine.h"
+#include "support/Kernel.h"
 
 namespace zvk {
 
@@ -24,9 +25,11 @@ constexpr const char* kFooter = R"(Examples:
   zvk info -p sample.ndb
   zvk info -p base.ndb -u update.ndb --json
 
-Prints the engine's build time and version, the set's version and number of signatures, how many
-lines of each file were read and refused, and a line for each refused one (FILE:LINE: reason). The
-position inside a reason is the engine's own; it counts only the lines taken before.
+Prints the engine's build time and version, the kernel (the form of the hot loops that this machine
+runs; ZVK_KERNEL in the environment, set to plain, baseline, avx2 or avx512, chooses another), the
+set's version and number of signatures, how many lines of each file were read and refused, and a
+line for each refused one (FILE:LINE: reason). The position inside a reason is the engine's own; it
+counts only the lines taken before.
 
 Exit status: 0 all lines are of use, 1 some were refused, 2 an error.)";
 
@@ -37,6 +40,7 @@ struct InfoArguments {
 
 struct SetFacts {
     _ZVKEngineInfo engine{};
+    const char* kernel = QLT_SPACE::kernelName(QLT_SPACE::chooseKernel());
     _ZVKPatternInfo patterns{};
     std::vector<PatternFileCheck> files;
 
@@ -65,10 +69,11 @@ std::string versionText(uint32_t version) {
 }
 
 void writeText(const SetFacts& facts) {
-    writeOutput(fmt::format("{}\n{}\nPattern version  : {}\nPattern count    : {}\n",
-                            facts.engine.buildTime, facts.engine.engineVersion,
-                            versionText(facts.patterns.patternVersion),
-                            facts.patterns.patternCount));
+    writeOutput(
+        fmt::format("{}\n{}\nKernel           : {}\nPattern version  : {}\n"
+                    "Pattern count    : {}\n",
+                    facts.engine.buildTime, facts.engine.engineVersion, facts.kernel,
+                    versionText(facts.patterns.patternVersion), facts.patterns.patternCount));
     for (const PatternFileCheck& file : facts.files) {
         const std::string path = printable(file.path);
         writeOutput(
@@ -84,6 +89,7 @@ void writeJson(const SetFacts& facts) {
     writeOutput(jsonLine({{"type", "info"},
                           {"buildTime", facts.engine.buildTime},
                           {"engineVersion", facts.engine.engineVersion},
+                          {"kernel", facts.kernel},
                           {"patternVersion", facts.patterns.patternVersion},
                           {"patternCount", facts.patterns.patternCount}}));
     for (const PatternFileCheck& file : facts.files) {

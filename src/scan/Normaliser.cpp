@@ -1,6 +1,9 @@
 #include "scan/Normaliser.h"
 
+#include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 #include <string_view>
 
 #include "support/Ascii.h"
@@ -11,151 +14,134 @@ namespace {
 using QLT_SPACE::isSpace;
 using QLT_SPACE::lowered;
 
-constexpr std::string_view scriptstart = "<script";
-constexpr std::string_view scriptend = "</script";
-constexpr std::string_view htmlCommentStart = "<!--";
-constexpr std::string_view htmlCommentEnd = "-->";
+constexpr size_t kBlock = StripKernel::kBlock;
+constexpr size_t kAhead = StripKernel::kAhead;
+constexpr size_t kLookedAt = 2;  // bytes behind a "<" that its marks look at
+constexpr size_t kLeast = 16;    // for less input or room blocks do not pay
+constexpr size_t kPieceBlocks = 32;
 
-char at(std::string_view text, int8_t position) {
-    return text[static_cast<size_t>(position)];
+/// @return how many of the blocks leave some room: what fills it up has to be the last byte taken
+size_t fittingBlocks(const uint64_t* keep, size_t blockCount, size_t room) {
+    size_t length = 0;
+    for (size_t i = 0; i < blockCount; ++i) {
+        length += static_cast<size_t>(std::popcount(keep[i]));
+        if (length >= room) return i;
+    }
+    return blockCount;
 }
 
 }  // namespace
 
+struct Normaliser::Run {
+    const char* in;
+    const char* end;
+    char* out;
+    char* outEnd;
+
+    size_t left() const { return static_cast<size_t>(end - in); }
+    size_t room() const { return static_cast<size_t>(outEnd - out); }
+};
+
 unsigned int Normaliser::getBuffer(const char*& data, unsigned int& len, char* out,
                                    unsigned int room) {
     if (len == 0) return 0;
-    return htmlMode ? stripMarkup(data, len, out, room) : stripPlain(data, len, out, room);
-}
-
-unsigned int Normaliser::stripPlain(const char*& data, unsigned int& len, char* out,
-                                    unsigned int room) {
-    const char* const end = data + len;
-    const char* in = data;
-    unsigned int written = 0;
-    do {
-        const char c = *in++;
-        out[written] = lowered(c);
-        written += isSpace(c) ? 0 : 1;
-    } while (in < end && written < room);
-    data = in;
-    len = static_cast<unsigned int>(end - in);
-    return written;
-}
-
-unsigned int Normaliser::stripMarkup(const char*& data, unsigned int& len, char* out,
-                                     unsigned int room) {
-    const char* const end = data + len;
-    const char* in = data;
-    unsigned int written = 0;
-    do {
-        const char c = *in++;
-        bool isKept = false;
-        switch (htmlState) {
-            case HtmlState::Text:
-                isKept = takeText(c);
-                break;
-            case HtmlState::Tag:
-                isKept = takeTag(c);
-                break;
-            case HtmlState::Script:
-                isKept = takeScript(c);
-                break;
-            case HtmlState::Declaration:
-                isKept = takeDeclaration(c);
-                break;
-            case HtmlState::Comment:
-                isKept = takeComment(c);
-                break;
-        }
-        if (isKept) out[written++] = lowered(c);
-    } while (in < end && written < room);
-    data = in;
-    len = static_cast<unsigned int>(end - in);
-    return written;
-}
-
-bool Normaliser::takeText(char c) {
-    if (c != '<') return false;
-    htmlState = HtmlState::Tag;
-    tagMatch = 1;
-    return true;
-}
-
-bool Normaliser::takeTag(char c) {
-    constexpr int8_t kAll = scriptstart.size();
-    if (c == '>') {
-        htmlState = tagMatch == kAll ? HtmlState::Script : HtmlState::Text;
-        tagMatch = 0;
-        return true;
-    }
-    if (isSpace(c)) {
-        // The attributes of a script tag count as script text.
-        if (tagMatch == kAll) htmlState = HtmlState::Script;
-        tagMatch = 0;
-        return false;
-    }
-    const char small = lowered(c);
-    if (tagMatch == 1 && (small == '!' || small == 'a')) {
-        htmlState = HtmlState::Declaration;
-        tagMatch = 0;
-        commentMatch = 2;
-    } else if (tagMatch >= 1 && tagMatch < kAll && small == at(scriptstart, tagMatch)) {
-        ++tagMatch;
+    Run run{data, data + len, out, out + room};
+    if (htmlMode) {
+        if (strip != nullptr) stripMarkupBlocks(run);
+        stripMarkup(run);
     } else {
-        tagMatch = 0;  // also a "<" inside a tag: it does not start the match anew
+        if (strip != nullptr) stripPlainBlocks(run);
+        stripPlain(run);
     }
-    return true;
+    data = run.in;
+    len = static_cast<unsigned int>(run.left());
+    return static_cast<unsigned int>(run.out - out);
 }
 
-bool Normaliser::takeScript(char c) {
-    constexpr int8_t kAll = scriptend.size();
-    if (isSpace(c)) {
-        if (tagMatch == kAll) htmlState = HtmlState::Tag;
-        tagMatch = 0;
-        return false;
+// Both plain forms work on copies: for all the compiler knows, what is written could be the
+// originals.
+
+void Normaliser::stripPlain(Run& run) {
+    Run local = run;
+    while (local.in < local.end && local.out < local.outEnd) {
+        const char c = *local.in++;
+        *local.out = lowered(c);
+        local.out += isSpace(c) ? 0 : 1;
     }
-    const char small = lowered(c);
-    if (tagMatch >= 1 && tagMatch < kAll && small == at(scriptend, tagMatch)) {
-        ++tagMatch;
+    run = local;
+}
+
+void Normaliser::stripMarkup(Run& run) {
+    Run local = run;
+    MarkupState localState = state;
+    while (local.in < local.end && local.out < local.outEnd) {
+        const char c = *local.in++;
+        if (localState.take(c)) *local.out++ = lowered(c);
+    }
+    run = local;
+    state = localState;
+}
+
+void Normaliser::stripPlainBlocks(Run& run) const {
+    while (std::min(run.left(), run.room()) >= kBlock + kAhead) {
+        const size_t blockCount = (std::min(run.left(), run.room()) - kAhead) / kBlock;
+        run.out += strip->stripSpace(run.in, blockCount, run.out);
+        run.in += blockCount * kBlock;
+    }
+    if (run.left() < kLeast || run.left() >= 2 * kBlock || run.left() > run.room()) return;
+    // White space fills the tail up.
+    std::array<char, 2 * kBlock + kAhead> tail;
+    std::array<char, 2 * kBlock + kAhead> stripped;
+    tail.fill(' ');
+    std::memcpy(tail.data(), run.in, run.left());
+    const size_t length = strip->stripSpace(tail.data(), 2, stripped.data());
+    std::memcpy(run.out, stripped.data(), length);
+    run.out += length;
+    run.in = run.end;
+}
+
+void Normaliser::stripMarkupBlocks(Run& run) {
+    while (run.left() >= kBlock + kAhead && run.room() >= kLeast) {
+        const size_t blockCount =
+            std::min({(run.left() - kAhead) / kBlock, run.room() / kLeast, kPieceBlocks});
+        if (!stripPiece(run, run.in, blockCount, 0)) return;
+    }
+    // The tail ends with a block of its own, behind white space, and what that block looks ahead.
+    while (run.left() >= kLeast && run.room() >= kLeast) {
+        const size_t length = std::min(run.left() - kLookedAt, kBlock);
+        const size_t padding = kBlock - length;
+        std::array<char, kBlock + kAhead> tail;
+        tail.fill(' ');
+        std::memcpy(tail.data() + padding, run.in, length + kLookedAt);
+        if (!stripPiece(run, tail.data(), 1, padding)) return;
+    }
+}
+
+/// @param text  the blocks, the bytes at run.in behind padding of white space
+/// @return whether some room is left behind the piece; else only the blocks that leave some are
+///         done, and fewer than kBlock bytes in front of where the room ends
+bool Normaliser::stripPiece(Run& run, const char* text, size_t blockCount, size_t padding) {
+    std::array<BlockMarks, kPieceBlocks> marks;
+    std::array<uint64_t, kPieceBlocks> keep;
+    strip->mark(text, blockCount, marks.data());
+    const MarkupState before = state;
+    state.keepBlocks(text, marks.data(), blockCount, padding, keep.data());
+    size_t fitting = blockCount;
+    if ((blockCount + 1) * kBlock < run.room()) {
+        run.out += strip->writeKept(text, keep.data(), blockCount, run.out);
     } else {
-        if (tagMatch == kAll && c == '>') htmlState = HtmlState::Text;
-        tagMatch = 0;
-    }
-    if (small == '<') tagMatch = 1;
-    return true;
-}
-
-bool Normaliser::takeDeclaration(char c) {
-    if (c == '>') {
-        htmlState = HtmlState::Text;
-        commentMatch = 0;
-        return true;
-    }
-    if (commentMatch > 1 && c == at(htmlCommentStart, commentMatch)) {
-        ++commentMatch;
-        if (commentMatch == htmlCommentStart.size()) {
-            htmlState = HtmlState::Comment;
-            commentMatch = 0;
+        fitting = fittingBlocks(keep.data(), blockCount, run.room());
+        if (fitting < blockCount) {
+            state = before;
+            state.keepBlocks(text, marks.data(), fitting, padding, keep.data());
         }
-    } else {
-        commentMatch = 0;  // only the two bytes right behind "<!" or "<a" can open a comment
+        std::array<char, (kPieceBlocks + 1) * kBlock> written;
+        const size_t length = strip->writeKept(text, keep.data(), fitting, written.data());
+        std::memcpy(run.out, written.data(), length);
+        run.out += length;
     }
-    return false;
-}
-
-bool Normaliser::takeComment(char c) {
-    if (c == at(htmlCommentEnd, commentMatch)) {
-        ++commentMatch;
-        if (commentMatch == htmlCommentEnd.size()) {
-            htmlState = HtmlState::Text;
-            commentMatch = 0;
-            return true;
-        }
-    } else if (commentMatch != 2 || c != '-') {  // a run of dashes may stand before the ">"
-        commentMatch = 0;
-    }
-    return false;
+    if (fitting != 0) run.in += fitting * kBlock - padding;
+    return fitting == blockCount;
 }
 
 bool Normaliser::checkHeader(const char* data, unsigned int len) {
@@ -181,9 +167,7 @@ bool Normaliser::checkHeader(const char* data, unsigned int len) {
 }
 
 void Normaliser::restart() {
-    htmlState = HtmlState::Text;
-    tagMatch = 0;
-    commentMatch = 0;
+    state = {};
 }
 
 }  // namespace STREAMENGINE_SPACE

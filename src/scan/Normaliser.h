@@ -4,15 +4,24 @@
 // script text are kept: text between tags goes, a declaration or comment is reduced to "<!>" and
 // an anchor tag to "<a>". The state carries over from call to call, so that a tag may straddle
 // chunks; at most one byte comes out for each that goes in.
+//
+// The plain forms take one byte after the other. A kernel works on blocks of 64 bytes: it marks
+// them, the state tells from the marks what is kept, and the kernel writes that. The last bytes of
+// a chunk and of the room go the plain way.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+
+#include "scan/MarkupState.h"
+#include "scan/StripKernel.h"
 
 namespace STREAMENGINE_SPACE {
 
 class Normaliser {
   public:
-    enum class HtmlState : int32_t { Text, Tag, Script, Declaration, Comment };
+    explicit Normaliser(QLT_SPACE::Kernel kernel = QLT_SPACE::Kernel::Baseline)
+        : strip(stripKernel(kernel)) {}
 
     /// Normalises input into out until the input is used up or `room` bytes are written.
     /// @param data  advanced by the bytes consumed
@@ -31,19 +40,16 @@ class Normaliser {
     bool htmlMode = false;  // markup mode
 
   private:
-    unsigned int stripPlain(const char*& data, unsigned int& len, char* out, unsigned int room);
-    unsigned int stripMarkup(const char*& data, unsigned int& len, char* out, unsigned int room);
+    struct Run;
 
-    // Each takes one byte in its state and returns whether it is to be written.
-    bool takeText(char c);
-    bool takeTag(char c);
-    bool takeScript(char c);
-    bool takeDeclaration(char c);
-    bool takeComment(char c);
+    void stripPlain(Run& run);
+    void stripPlainBlocks(Run& run) const;
+    void stripMarkup(Run& run);
+    void stripMarkupBlocks(Run& run);
+    bool stripPiece(Run& run, const char* text, size_t blockCount, size_t padding);
 
-    HtmlState htmlState = HtmlState::Text;
-    int8_t tagMatch = 0;      // characters of "<script" (in Tag) or "</script" (in Script) matched
-    int8_t commentMatch = 0;  // position in "<!--" (in Declaration) or "-->" (in Comment)
+    const StripKernel* strip;  // null for the plain form
+    MarkupState state;
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -20,7 +20,8 @@ StreamScanner::StreamScanner(const PatternContainer& container,
                              uintptr_t ownerValue)
     : PatternMatcher(container, callbackRecord, hostData),
       overlap(static_cast<uint32_t>(container.maxPatternLength)),
-      owner(ownerValue) {
+      owner(ownerValue),
+      normaliser(container.kernel) {
     if (container.md5List.hasTables()) {
         md5Scanner = std::make_unique<Md5Scanner>(container.md5List, &result);
     }

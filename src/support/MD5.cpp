@@ -30,8 +30,18 @@ void storeLittleEndian(uint32_t value, unsigned char* bytes) {
     for (int i = 0; i < 4; ++i) bytes[i] = static_cast<unsigned char>(value >> (8 * i));
 }
 
+/// Adds what is in sum now before what comes next: compilers order sums as they like.
+inline void addedFirst([[maybe_unused]] uint32_t& sum) {
+#ifdef __GNUC__
+    asm("" : "+r"(sum));
+#endif
+}
+
+// Each step waits for b, which the step before it made: the fewer operations between b and the sum,
+// the better. So all that goes without b is added first, and the second round's (b & d) | (c & ~d)
+// is a sum of two, its bits never overlapping.
 template <int kStep>
-inline void step(uint32_t (&v)[4], const uint32_t (&words)[16]) {
+inline void step(uint32_t (&v)[4], const unsigned char* block) {
     constexpr int kRound = kStep / 16;
     constexpr int kWord = (kRound == 0   ? kStep
                            : kRound == 1 ? 5 * kStep + 1
@@ -43,18 +53,21 @@ inline void step(uint32_t (&v)[4], const uint32_t (&words)[16]) {
     const uint32_t b = v[(kA + 1) % 4];
     const uint32_t c = v[(kA + 2) % 4];
     const uint32_t d = v[(kA + 3) % 4];
-    uint32_t f = 0;
-    if constexpr (kRound == 0) f = d ^ (b & (c ^ d));
-    if constexpr (kRound == 1) f = c ^ (d & (b ^ c));
-    if constexpr (kRound == 2) f = b ^ c ^ d;
-    if constexpr (kRound == 3) f = c ^ (b | ~d);
-    v[kA] = b + std::rotl(v[kA] + f + words[kWord] + kSine[kStep], kRotation[kRound][kStep % 4]);
+    uint32_t sum = v[kA] + loadLittleEndian(block + size_t{4} * kWord) + kSine[kStep];
+    if constexpr (kRound == 1) sum += c & ~d;
+    addedFirst(sum);
+    if constexpr (kRound == 0) sum += d ^ (b & (c ^ d));
+    if constexpr (kRound == 1) sum += b & d;
+    if constexpr (kRound == 2) sum += b ^ c ^ d;
+    if constexpr (kRound == 3) sum += c ^ (b | ~d);
+    v[kA] = b + std::rotl(sum, kRotation[kRound][kStep % 4]);
 }
 
+// Inlined, or GCC passes the four values through memory for each block.
 template <int... kSteps>
-inline void allSteps(uint32_t (&v)[4], const uint32_t (&words)[16],
-                     std::integer_sequence<int, kSteps...> /*steps*/) {
-    (step<kSteps>(v, words), ...);
+[[gnu::always_inline]] inline void allSteps(uint32_t (&v)[4], const unsigned char* block,
+                                            std::integer_sequence<int, kSteps...> /*steps*/) {
+    (step<kSteps>(v, block), ...);
 }
 
 }  // namespace
@@ -99,10 +112,8 @@ void MD5::final(unsigned char* digest) {
 void MD5::transform(const unsigned char* blocks, size_t blockCount) {
     uint32_t v[4] = {state[0], state[1], state[2], state[3]};
     for (; blockCount > 0; --blockCount, blocks += kBlockLength) {
-        uint32_t words[16];
-        for (size_t i = 0; i < 16; ++i) words[i] = loadLittleEndian(blocks + 4 * i);
         const uint32_t before[4] = {v[0], v[1], v[2], v[3]};
-        allSteps(v, words, std::make_integer_sequence<int, 64>());
+        allSteps(v, blocks, std::make_integer_sequence<int, 64>());
         for (int i = 0; i < 4; ++i) v[i] += before[i];
     }
     for (size_t i = 0; i < 4; ++i) state[i] = v[i];

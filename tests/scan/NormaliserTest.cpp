@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
+#include <random>
+
 #include "scan/Normaliser.h"
 
 namespace {
@@ -67,6 +69,55 @@ RC_GTEST_PROP(Normaliser, IgnoresChunkBoundaries, (bool markup)) {
     auto got = feed(cutInTwo, std::string_view(raw).substr(0, cut), room);
     got += feed(cutInTwo, std::string_view(raw).substr(cut), room);
     RC_ASSERT(got == normalise(raw, markup));
+}
+
+std::string markupLike(std::mt19937& random) {
+    constexpr std::string_view kPieces[] = {
+        "<script", "</script", "<SCRIPT>", "</scrIpt>", "<!--", "-->", "--",
+        "-",       "<!",       "<a",       "<A ",       "<s",   "<b>", "<",
+        "</",      ">",        ">",        " ",         "\n",   "x",   "Sc"};
+    const size_t longest = random() % 2 == 0 ? 3 : 100;  // of the text in between
+    std::string text;
+    for (size_t length = random() % (random() % 8 == 0 ? 6000 : 600); text.size() < length;) {
+        text += kPieces[random() % std::size(kPieces)];
+        for (size_t i = random() % longest; i > 0; --i) text += "aB \xc3-"[random() % 5];
+    }
+    return text;
+}
+
+// Input and output lie in blocks of their own: the sanitizer sees what is read or written beyond.
+TEST(Normaliser, KernelsGiveWhatPlainGives) {
+    using QLT_SPACE::Kernel;
+    for (const Kernel kernel : {Kernel::Baseline, Kernel::Avx2, Kernel::Avx512}) {
+        if (!hasKernel(kernel)) continue;
+        for (uint32_t seed = 0; seed < 10000; ++seed) {
+            std::mt19937 random(seed);
+            Normaliser plain(Kernel::Plain);
+            Normaliser fast(kernel);
+            plain.htmlMode = fast.htmlMode = random() % 4 != 0;
+            const std::string raw = markupLike(random);
+            const size_t mostRoom = random() % 3 == 0 ? 8 : 4000;
+            const size_t longest = random() % 2 == 0 ? 500 : 6000;
+            for (size_t at = 0; at < raw.size();) {
+                const auto piece = std::string_view(raw).substr(at, 1 + random() % longest);
+                const std::vector<char> chunk(piece.begin(), piece.end());
+                const auto room = static_cast<unsigned int>(1 + random() % mostRoom);
+                std::vector<char> outs[2] = {std::vector<char>(room), std::vector<char>(room)};
+                size_t consumed[2];
+                for (const int i : {0, 1}) {
+                    const char* data = chunk.data();
+                    auto length = static_cast<unsigned int>(chunk.size());
+                    Normaliser& normaliser = i == 0 ? plain : fast;
+                    outs[i].resize(normaliser.getBuffer(data, length, outs[i].data(), room));
+                    consumed[i] = chunk.size() - length;
+                    ASSERT_EQ(data, chunk.data() + consumed[i]);
+                }
+                ASSERT_EQ(outs[0], outs[1]) << kernelName(kernel) << ", seed " << seed;
+                ASSERT_EQ(consumed[0], consumed[1]) << kernelName(kernel) << ", seed " << seed;
+                at += consumed[0];
+            }
+        }
+    }
 }
 
 TEST(Normaliser, TellsMarkupFromItsStart) {

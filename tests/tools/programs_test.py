@@ -188,8 +188,8 @@ class ProgramTest(unittest.TestCase):
         patterns = self.folder / "set.db"
         status, out, err = run("info", "-p", patterns)
         self.assertEqual((status, err), (1, ""))
-        for told in ("Engine Version   : 1.1.0.37\n", "Pattern count    : 1\n",
-                     f"{patterns}:2: ", f"{patterns}:4: Malformed bm string"):
+        for told in ("Engine Version   : 1.1.0.37\n", "Kernel           : ",
+                     "Pattern count    : 1\n", f"{patterns}:2: ", f"{patterns}:4: Malformed bm string"):
             self.assertIn(told, out)
         self.assertEqual(run("info", "-p", self.patterns)[0], 0)
         status, out, err = run("scan", "-p", patterns, self.write("a.html", PAGE))
