@@ -167,12 +167,13 @@ class SignatureScanner::Pass {
         const uint32_t safe = length > margin ? std::min(stop, length - margin) : 0;
         const bool hasSteps = !index.steps.empty();
         const bool hasRuns = kRuns && !index.runs.empty();
+        const uint32_t runStep = index.runStep;
         while (at < safe) {
             if (!kRuns && hasSteps) at = skipSteps(at, safe);
             if (at >= safe) break;
             if (hasSteps) lookForStep(at);
-            for (uint32_t i = at; (kRuns || kPairs) && i < at + kStep; ++i) {
-                if (hasRuns) lookForRun(index.runs, i);
+            for (uint32_t i = at; kRuns && i < at + kStep; i += kPairs ? 1 : runStep) {
+                if (hasRuns && (!kPairs || (i - at) % runStep == 0)) lookForRun(index.runs, i);
                 if (kPairs) lookForRun(index.pairs, i);
             }
             at += kStep;
@@ -194,7 +195,8 @@ class SignatureScanner::Pass {
         };
         if (hasSteps && isInside(index.steps, at)) lookForStep(at);
         for (uint32_t i = at; i < at + SignatureIndex::kStep; ++i) {
-            if (hasRuns && isInside(index.runs, i)) lookForRun(index.runs, i);
+            const bool isTurn = (i - at) % index.runStep == 0;
+            if (hasRuns && isTurn && isInside(index.runs, i)) lookForRun(index.runs, i);
             if (hasPairs && isInside(index.pairs, i)) lookForRun(index.pairs, i);
         }
     }
@@ -220,7 +222,7 @@ class SignatureScanner::Pass {
             const uint32_t compared = std::min<uint32_t>(run.tailLength, rest);
             if (((tail ^ run.tail) & ((uint64_t{1} << 8 * compared) - 1)) != 0) continue;
             if (isIdle(run.kindOf(), run.unit)) continue;
-            consider(run.unit, index.units[run.unit].anchor, at);
+            consider(run.unit, index.units[run.unit].anchor + run.place, at);
         }
     }
 

@@ -201,11 +201,14 @@ class SignatureIndex::Compiler {
 
     void enterRuns(const std::vector<uint32_t>& others) {
         if (others.empty()) return;
-        uint32_t width = GramFilter::kReadLength;
+        uint32_t shortest = GramFilter::kReadLength + 1;
         for (const uint32_t unit : others) {
             readLiterals(index.units[unit], literalRuns);
-            if (literalRuns.longest() >= kLeastRun) width = std::min(width, literalRuns.longest());
+            const uint32_t length = literalRuns.longest();
+            if (length >= kLeastRun) shortest = std::min(shortest, length);
         }
+        index.runStep = shortest > kLeastRun ? 2 : 1;
+        const uint32_t width = shortest - index.runStep + 1;
         index.runs = GramTable<Run>(width);
         GramCounts counts(width, countSymbols());
         GramCounts pairCounts(kPairWidth, kBlockHashes);
@@ -217,11 +220,15 @@ class SignatureIndex::Compiler {
         std::vector<GramTable<Run>::Gram> pairGrams;
         for (const uint32_t unit : others) {
             readLiterals(index.units[unit], literalRuns);
-            if (const auto anchor = chooseAnchor(literalRuns, 1, counts)) {
-                runGrams.push_back(runOf(unit, literalRuns, anchor->offset, index.runs));
+            if (const auto anchor = chooseAnchor(literalRuns, index.runStep, counts)) {
+                setAnchor(unit, literalRuns, anchor->offset, index.runStep);
+                for (uint32_t i = 0; i < index.runStep; ++i) {
+                    runGrams.push_back(runOf(unit, literalRuns, i, index.runs));
+                }
             } else {
                 const uint32_t offset = chooseAnchor(literalRuns, 1, pairCounts)->offset;
-                pairGrams.push_back(runOf(unit, literalRuns, offset, index.pairs));
+                setAnchor(unit, literalRuns, offset, 1);
+                pairGrams.push_back(runOf(unit, literalRuns, 0, index.pairs));
             }
         }
         index.runs.build(runGrams);
@@ -238,13 +245,14 @@ class SignatureIndex::Compiler {
         index.reach = std::max(index.reach, offset + gramCount - 1);
     }
 
-    GramTable<Run>::Gram runOf(uint32_t unit, const LiteralRuns& literals, uint32_t offset,
+    GramTable<Run>::Gram runOf(uint32_t unit, const LiteralRuns& literals, uint32_t place,
                                const GramTable<Run>& table) {
-        setAnchor(unit, literals, offset, 1);
+        const uint32_t offset = index.units[unit].anchor + place;
         const auto isAround = [offset](const auto& run) { return run.end > offset; };
         const auto run = std::find_if(literals.all().begin(), literals.all().end(), isAround);
         Run value = {};
         value.unit = unit & kMostUnits;
+        value.place = place & 1;
         value.kind = static_cast<uint32_t>(index.units[unit].kind) & 7;
         value.tailLength =
             std::min<uint32_t>(run->end - offset - table.width, sizeof value.tail) & 7;

@@ -44,7 +44,7 @@ class SignatureIndex {
     static constexpr uint32_t kPairWidth = 2;
     static constexpr uint32_t kAnchorRoom = 256;  // symbols of a unit among which its anchor lies
     static constexpr uint32_t kNoUnit = 0xFFFFFFFF;
-    static constexpr uint32_t kMostUnits = (1U << 26) - 1;  // what the tables can number
+    static constexpr uint32_t kMostUnits = (1U << 25) - 1;  // what the tables can number
 
     enum class Kind : uint8_t {
         Bm,           // of the shift table
@@ -82,8 +82,9 @@ class SignatureIndex {
     struct Run {
         uint32_t tail;  // up to four literal bytes behind the gram
         uint32_t tailLength : 3;
-        uint32_t kind : 3;  // a Kind: what sleeps is passed by without a look at its unit
-        uint32_t unit : 26;
+        uint32_t kind : 3;   // a Kind: what sleeps is passed by without a look at its unit
+        uint32_t place : 1;  // of the gram among those of the unit
+        uint32_t unit : 25;
 
         Kind kindOf() const { return static_cast<Kind>(kind); }
     };
@@ -107,6 +108,7 @@ class SignatureIndex {
     GramTable<uint32_t> steps{kStepWidth};  // kStep * unit + place of the gram
     GramTable<Run> runs;
     GramTable<Run> pairs{kPairWidth};
+    uint32_t runStep = 1;  // grams of a unit in runs: from one look there to the next
     std::vector<Unit> units;
     uint32_t reach = 0;  // bytes from a match's start to the furthest look that finds it
 
