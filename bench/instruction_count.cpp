@@ -5,7 +5,6 @@
 //
 // Pages and sets are made from a seed. Counted is what runs below measuredWork() alone.
 #include <cstdio>
-#include <functional>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -13,6 +12,7 @@
 
 #include "EngineHost.h"
 #include "HostileCase.h"
+#include "MeasuredWork.h"
 #include "SignatureSet.h"
 
 namespace {
@@ -44,11 +44,6 @@ Pages makePages(size_t count, size_t length, const std::string& opening) {
     Pages pages;
     for (size_t i = 0; i < count; ++i) pages.push_back(makePage(random, length, opening));
     return pages;
-}
-
-/// The count is taken below this function: it is found by its name, and must not be inlined.
-extern "C" __attribute__((noinline)) void measuredWork(const std::function<void()>& work) {
-    work();
 }
 
 class Workplace {
