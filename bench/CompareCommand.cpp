@@ -144,7 +144,7 @@ class Comparison {
     /// The row's cells with their headings.
     std::vector<std::pair<std::string, std::string>> cells() const {
         const auto rateCell = [this](const std::string& name) {
-            return fmt::format("{:.1f}", rate(name));
+            return fmt::format("{:.{}f}", rate(name), rate(name) < 10 ? 3 : 1);
         };
         const auto ratioCell = [this](const std::string& name) {
             return fmt::format("{:.2f}", ratio(name));
