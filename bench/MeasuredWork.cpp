@@ -1,0 +1,5 @@
+#include "MeasuredWork.h"
+
+void measuredWork(const std::function<void()>& work) {
+    work();
+}

@@ -1,0 +1,45 @@
+// TextSource: where generated signatures take their bytes from.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Corpus.h"
+#include "Random.h"
+
+class TextSource {
+  public:
+    TextSource() = default;
+    TextSource(const TextSource&) = delete;
+    TextSource& operator=(const TextSource&) = delete;
+    virtual ~TextSource() = default;
+
+    /// @return a text of least to most normalised bytes that scarcely any page holds whole
+    virtual std::string piece(Random& random, size_t least, size_t most) = 0;
+    /// @return texts that stand behind each other in this order, the last one as piece() makes it
+    virtual std::vector<std::string> pieces(Random& random, size_t count) = 0;
+};
+
+/// Pieces of pages with a byte or two changed in their second half: their beginnings are met all
+/// over the text, they themselves are not.
+class PageSource : public TextSource {
+  public:
+    explicit PageSource(const Pages& rawPages);
+
+    std::string piece(Random& random, size_t least, size_t most) override;
+    std::vector<std::string> pieces(Random& random, size_t count) override;
+
+  private:
+    void makeRare(std::string& piece, Random& random) const;
+
+    std::vector<std::string> texts;  // normalised
+    std::vector<bool> trigrams;      // those that occur in the texts
+};
+
+/// Invented malicious script, as lists of signatures hold it: a beginning that is found in harmless
+/// pages as well, and behind it what is peculiar to one attack.
+class ScriptSource : public TextSource {
+  public:
+    std::string piece(Random& random, size_t least, size_t most) override;
+    std::vector<std::string> pieces(Random& random, size_t count) override;
+};
