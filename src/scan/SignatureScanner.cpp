@@ -8,6 +8,7 @@
 #include <memory_resource>
 
 #include "engine/ZVKUtil.h"
+#include "scan/GramSearch.h"
 #include "scan/StreamScanner.h"
 
 namespace STREAMENGINE_SPACE {
@@ -154,50 +155,34 @@ class SignatureScanner::Pass {
 
     /// @return where the search stopped, a whole number of steps from where it began or the end
     uint32_t search(uint32_t at, uint32_t stop) {
-        if (!index.pairs.empty()) return searchStretch<true, true>(at, stop);
-        if (!index.runs.empty()) return searchStretch<true, false>(at, stop);
-        return searchStretch<false, false>(at, stop);
-    }
-
-    template <bool kRuns, bool kPairs>
-    uint32_t searchStretch(uint32_t at, uint32_t stop) {
-        constexpr uint32_t kStep = SignatureIndex::kStep;
         // In front of `safe` all looks of a step are at grams that lie inside the text.
-        const uint32_t margin = GramFilter::kReadLength + kStep;
-        const uint32_t safe = length > margin ? std::min(stop, length - margin) : 0;
-        const bool hasSteps = !index.steps.empty();
-        const bool hasRuns = kRuns && !index.runs.empty();
-        const uint32_t runStep = index.runStep;
-        while (at < safe) {
-            if (!kRuns && hasSteps) at = skipSteps(at, safe);
-            if (at >= safe) break;
-            if (hasSteps) lookForStep(at);
-            for (uint32_t i = at; kRuns && i < at + kStep; i += kPairs ? 1 : runStep) {
-                if (hasRuns && (!kPairs || (i - at) % runStep == 0)) lookForRun(index.runs, i);
-                if (kPairs) lookForRun(index.pairs, i);
-            }
-            at += kStep;
+        constexpr uint32_t kMargin = GramFilter::kReadLength + SignatureIndex::kStep;
+        const uint32_t safe = length > kMargin ? std::min(stop, length - kMargin) : 0;
+        while ((at = findGrams(index, text, at, safe)) < safe) {
+            lookAtStep(at);
+            at += SignatureIndex::kStep;
         }
-        for (; at < stop; at += kStep) lookNearEnd(at, hasSteps, hasRuns, kPairs);
+        for (; at < stop; at += SignatureIndex::kStep) lookNearEnd(at);
         return std::min(at, length);
     }
 
-    /// @return the first position, of every kStep-th, at which the table of steps may hold the gram
-    uint32_t skipSteps(uint32_t at, uint32_t safe) const {
-        const GramFilter& steps = index.steps;
-        while (at < safe && !steps.mayHold(steps.hash(text + at))) at += SignatureIndex::kStep;
-        return at;
+    void lookAtStep(uint32_t at) {
+        lookForStep(at);
+        for (uint32_t i = 0; i < SignatureIndex::kStep; ++i) {
+            if (i % index.runStep == 0) lookForRun(index.runs, at + i);
+            if (!index.pairs.empty()) lookForRun(index.pairs, at + i);
+        }
     }
 
-    void lookNearEnd(uint32_t at, bool hasSteps, bool hasRuns, bool hasPairs) {
+    void lookNearEnd(uint32_t at) {
         const auto isInside = [this](const GramFilter& table, uint32_t i) {
             return i < length && table.width <= length - i;
         };
-        if (hasSteps && isInside(index.steps, at)) lookForStep(at);
-        for (uint32_t i = at; i < at + SignatureIndex::kStep; ++i) {
-            const bool isTurn = (i - at) % index.runStep == 0;
-            if (hasRuns && isTurn && isInside(index.runs, i)) lookForRun(index.runs, i);
-            if (hasPairs && isInside(index.pairs, i)) lookForRun(index.pairs, i);
+        if (isInside(index.steps, at)) lookForStep(at);
+        for (uint32_t i = 0; i < SignatureIndex::kStep; ++i) {
+            const bool isRunsTurn = i % index.runStep == 0;
+            if (isRunsTurn && isInside(index.runs, at + i)) lookForRun(index.runs, at + i);
+            if (isInside(index.pairs, at + i)) lookForRun(index.pairs, at + i);
         }
     }
 

@@ -6,9 +6,11 @@
 namespace STREAMENGINE_SPACE {
 namespace {
 
-// Two bits a gram among sixteen to thirty-two: about one position in a hundred is let through for
-// nothing.
-constexpr size_t kGramsPerWord = 4;
+// One position in fifty or so is let through for nothing where the filter fits into a cache of the
+// second level, one in twenty where it does not.
+constexpr size_t kBitsPerGram = 64;
+constexpr size_t kLeastBitsPerGram = 16;
+constexpr size_t kCachedBits = size_t{1} << 22;
 constexpr size_t kLeastSlots = 64;
 
 }  // namespace
@@ -22,8 +24,11 @@ int GramFilter::shiftFor(size_t slots) {
 }
 
 void GramFilter::reserve(size_t grams) {
-    words.assign(slotCount(grams / kGramsPerWord), 0);
-    shift = shiftFor(words.size());
+    const size_t wanted =
+        std::max(std::min(grams * kBitsPerGram / 2, kCachedBits), grams * kLeastBitsPerGram);
+    const size_t bits = slotCount(wanted);
+    words.assign(bits / 64, 0);
+    shift = shiftFor(bits);
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,9 +1,8 @@
 // GramTable: which patterns have a given run of bytes, a gram, at a given place.
 //
 // All grams of a table have one width, 2 to 8 bytes. A position of the text is first held against
-// a filter that seldom lets through what is not in the table (a Bloom filter, CACM 13(7), 1970, of
-// which both bits lie in one word: Putze, Sanders and Singler, WEA 2007); only then is the bucket
-// of its hash read.
+// a filter of one bit a gram (a Bloom filter, CACM 13(7), 1970), with so many bits that few are
+// set; only then is the bucket of its hash read.
 //
 // Built once, then read by any number of scanners.
 #pragma once
@@ -20,21 +19,37 @@ class GramFilter {
   public:
     static constexpr uint32_t kReadLength = 8;  // bytes that hash() reads, whatever the width
 
+    /// All that a look takes, by value: for loops that keep it in registers.
+    struct View {
+        const uint64_t* words;
+        int drop;   // bits of the eight bytes read that are behind the gram
+        int shift;  // leaves of a hash the number of its bit
+
+        /// @return in its lowest bit, 0 if no gram of the table stands at `at`, of which
+        /// kReadLength
+        ///         bytes have to be readable; the other bits have no meaning
+        uint64_t look(const uint8_t* at) const { return test(hash(at)); }
+        uint64_t test(uint64_t hash) const {
+            const uint64_t bit = hash >> shift;
+            return words[bit / 64] >> (bit % 64);
+        }
+        uint64_t hash(const uint8_t* at) const {
+            // The first byte is the lowest: the shift drops those behind the gram.
+            uint64_t word = 0;
+            std::memcpy(&word, at, sizeof word);
+            return (word << drop) * 0x9E3779B97F4A7C15U;
+        }
+    };
+
     explicit GramFilter(uint32_t gramWidth) : width(gramWidth) {}
 
-    /// @return the hash of the gram at `at`, of which kReadLength bytes have to be readable
-    uint64_t hash(const uint8_t* at) const {
-        // The first byte is the lowest: the shift drops those behind the gram.
-        uint64_t word = 0;
-        std::memcpy(&word, at, sizeof word);
-        return (word << (64 - 8 * width)) * 0x9E3779B97F4A7C15U;
-    }
+    View view() const { return {words.data(), static_cast<int>(64 - 8 * width), shift}; }
 
-    /// @return false if no gram of the table, which is not empty, has this hash
-    bool mayHold(uint64_t hash) const {
-        const uint64_t word = words[hash >> shift];
-        return ((word >> (hash >> 41 & 63)) & (word >> (hash >> 35 & 63)) & 1) != 0;
-    }
+    /// @return the hash of the gram at `at`, of which kReadLength bytes have to be readable
+    uint64_t hash(const uint8_t* at) const { return view().hash(at); }
+
+    /// @return false if no gram of the table has this hash
+    bool mayHold(uint64_t hash) const { return (view().test(hash) & 1) != 0; }
 
     uint32_t width;
 
@@ -42,7 +57,8 @@ class GramFilter {
     /// Makes room for so many grams.
     void reserve(size_t grams);
     void enter(uint64_t hash) {
-        words[hash >> shift] |= uint64_t{1} << (hash >> 41 & 63) | uint64_t{1} << (hash >> 35 & 63);
+        const uint64_t bit = hash >> shift;
+        words[bit / 64] |= uint64_t{1} << (bit % 64);
     }
     /// @return how many slots there are to be, a power of two
     static size_t slotCount(size_t wanted);
@@ -50,8 +66,8 @@ class GramFilter {
     static int shiftFor(size_t slots);
 
   private:
-    std::vector<uint64_t> words;
-    int shift = 0;
+    std::vector<uint64_t> words{0};  // of an empty table, one that all hashes lead to
+    int shift = 63;
 };
 
 template <class Value>

@@ -267,8 +267,10 @@ class SignatureIndex::Compiler {
     LiteralRuns literalRuns;
 };
 
-void SignatureIndex::build(const TrieTree& trieTree, const BmList& bmList) {
+void SignatureIndex::build(const TrieTree& trieTree, const BmList& bmList,
+                           QLT_SPACE::Kernel scanKernel) {
     reset();
+    kernel = scanKernel;
     Compiler compiler(*this);
     compiler.listUnits(trieTree, bmList);
     compiler.chooseAnchors();

@@ -27,6 +27,7 @@
 
 #include "store/GramTable.h"
 #include "store/VQPattern.h"
+#include "support/Kernel.h"
 
 namespace STREAMENGINE_SPACE {
 
@@ -92,7 +93,7 @@ class SignatureIndex {
 
     /// Compiles; both have to be prepared and are borrowed until reset().
     /// @throws std::bad_alloc, also for more than kMostUnits, and is to be reset then
-    void build(const TrieTree& trieTree, const BmList& bmList);
+    void build(const TrieTree& trieTree, const BmList& bmList, QLT_SPACE::Kernel scanKernel);
     void reset();
 
     bool isBuilt() const { return built; }
@@ -110,6 +111,7 @@ class SignatureIndex {
     GramTable<Run> pairs{kPairWidth};
     uint32_t runStep = 1;  // grams of a unit in runs: from one look there to the next
     std::vector<Unit> units;
+    QLT_SPACE::Kernel kernel = QLT_SPACE::Kernel::Baseline;  // that searches it
     uint32_t reach = 0;  // bytes from a match's start to the furthest look that finds it
 
   private:

@@ -27,7 +27,7 @@ void PatternContainer::prepare() {
     trieTree.prepare();
     bmList.prepare();
     md5List.prepare();
-    if (kernel != QLT_SPACE::Kernel::Plain) index.build(trieTree, bmList);
+    if (kernel != QLT_SPACE::Kernel::Plain) index.build(trieTree, bmList, kernel);
     ZVK_DEBUG("bm sigs [%d]", bmList.sigCount);
     ZVK_DEBUG("ac sigs [%d]", trieTree.sigCount);
     ZVK_DEBUG("ac wildcard pattern [%d], ac short pattern [%d], ac simple pattern[%d]",
