@@ -48,7 +48,8 @@ int ZVKKeywordMatcherInstance::DoMatch(const char* buffer, unsigned int len) {
         return 0;
     }
     std::transform(buffer, buffer + len, copy, [](char c) { return QLT_SPACE::lowered(c); });
-    const char* name = scanner->virusFound(copy, len, 0, 0);
+    DigestFeed nothing;
+    const char* name = scanner->virusFound(copy, len, 0, 0, nothing);
     if (name == nullptr) return 0;
     scanner->sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name);  // its answer has no meaning here
     return 1;

@@ -1,69 +1,115 @@
 #include "scan/GramSearch.h"
 
+#include <algorithm>
+
+#include "support/MD5Steps.h"
+
+#ifdef __x86_64__
+// Shifts by a count in any register: a look takes fewer instructions.
+#define ZVK_WIDE __attribute__((target("bmi2")))
+#endif
+#define ZVK_INLINE __attribute__((always_inline)) inline
+
 namespace STREAMENGINE_SPACE {
 namespace {
 
 constexpr uint32_t kStep = SignatureIndex::kStep;
 
-#ifdef __x86_64__
-// Shifts by a count that is not in a fixed register: a look takes seven instructions instead of
-// nine.
-#define ZVK_SHIFTS __attribute__((target("bmi2")))
-#endif
-
-/// The looks of a step are made without a branch between them: they seldom find something, and the
-/// loads of one wait while those of the next go on.
+/// The looks of one step, without a branch between them: they seldom find something, and while the
+/// loads of one are under way those of the next begin.
 template <uint32_t kRunStep, bool kPairs>
-inline __attribute__((always_inline)) uint32_t search(const SignatureIndex& index,
-                                                      const uint8_t* text, uint32_t at,
-                                                      uint32_t stop) {
-    // Copies: the compiler cannot know that nothing below writes to the index.
-    const GramFilter::View steps = index.steps.view();
-    const GramFilter::View runs = index.runs.view();
-    const GramFilter::View pairs = index.pairs.view();
-    for (; at < stop; at += kStep) {
-        uint64_t found = steps.look(text + at);
+struct Looks {
+    // Copies: the compiler cannot know that what is written below is not the index.
+    GramFilter::View steps;
+    GramFilter::View runs;
+    GramFilter::View pairs;
+
+    explicit Looks(const SignatureIndex& index)
+        : steps(index.steps.view()), runs(index.runs.view()), pairs(index.pairs.view()) {}
+
+    /// @return 1 if one of them may find something, else 0
+    ZVK_INLINE uint32_t at(const uint8_t* text) const {
+        uint64_t found = steps.look(text);
         if constexpr (kRunStep != 0) {
-            for (uint32_t i = 0; i < kStep; i += kRunStep) found |= runs.look(text + at + i);
+            for (uint32_t i = 0; i < kStep; i += kRunStep) found |= runs.look(text + i);
         }
         if constexpr (kPairs) {
-            for (uint32_t i = 0; i < kStep; ++i) found |= pairs.look(text + at + i);
+            for (uint32_t i = 0; i < kStep; ++i) found |= pairs.look(text + i);
         }
-        if ((found & 1) != 0) return at;
+        return static_cast<uint32_t>(found & 1);
     }
-    return at;
+};
+
+template <class Looks>
+ZVK_INLINE void mark(const Looks looks, const uint8_t* text, uint32_t strips, StripMark* marks) {
+    for (uint32_t strip = 0; strip < strips; ++strip, text += kStripLength) {
+        uint32_t found = 0;
+        for (uint32_t i = 0; i < 16; ++i) found |= looks.at(text + i * kStep) << i;
+        marks[strip] = static_cast<StripMark>(found);
+    }
 }
 
-template <uint32_t kRunStep, bool kPairs>
-uint32_t searchPlain(const SignatureIndex& index, const uint8_t* text, uint32_t at, uint32_t stop) {
-    return search<kRunStep, kPairs>(index, text, at, stop);
+template <class Looks>
+ZVK_INLINE void markAndDigest(const Looks looks, const uint8_t* text, uint32_t strips,
+                              StripMark* marks, DigestFeed& feed) {
+    std::array<uint32_t, 4>* state = nullptr;
+    const unsigned char* const blocks = feed.takeBlocks(strips, state);
+    uint32_t found = 0;
+    const auto lookAside = [&](size_t strip, size_t step) __attribute__((always_inline)) {
+        found = (step == 0 ? 0 : found) | looks.at(text + strip * kStripLength + step * kStep)
+                                              << step;
+        if (step == 15) marks[strip] = static_cast<StripMark>(found);
+    };
+    QLT_SPACE::MD5Steps::fold(*state, blocks, strips, lookAside);
 }
 
-#ifdef ZVK_SHIFTS
+template <class Looks>
+ZVK_INLINE void markAll(const SignatureIndex& index, const uint8_t* text, uint32_t strips,
+                        StripMark* marks, DigestFeed& feed) {
+    const Looks looks(index);
+    const uint32_t digested = std::min(strips, static_cast<uint32_t>(feed.blocks()));
+    if (digested != 0) markAndDigest(looks, text, digested, marks, feed);
+    mark(looks, text + size_t{digested} * kStripLength, strips - digested, marks + digested);
+}
+
+using MarkAll = void (*)(const SignatureIndex&, const uint8_t*, uint32_t, StripMark*, DigestFeed&);
+
 template <uint32_t kRunStep, bool kPairs>
-ZVK_SHIFTS uint32_t searchShifting(const SignatureIndex& index, const uint8_t* text, uint32_t at,
-                                   uint32_t stop) {
-    return search<kRunStep, kPairs>(index, text, at, stop);
+void markPlain(const SignatureIndex& index, const uint8_t* text, uint32_t strips, StripMark* marks,
+               DigestFeed& feed) {
+    markAll<Looks<kRunStep, kPairs>>(index, text, strips, marks, feed);
+}
+
+#ifdef ZVK_WIDE
+template <uint32_t kRunStep, bool kPairs>
+ZVK_WIDE void markWide(const SignatureIndex& index, const uint8_t* text, uint32_t strips,
+                       StripMark* marks, DigestFeed& feed) {
+    markAll<Looks<kRunStep, kPairs>>(index, text, strips, marks, feed);
 }
 #endif
 
 template <uint32_t kRunStep, bool kPairs>
-uint32_t searchWith(const SignatureIndex& index, const uint8_t* text, uint32_t at, uint32_t stop) {
-#ifdef ZVK_SHIFTS
-    if (index.kernel >= QLT_SPACE::Kernel::Avx2) {
-        return searchShifting<kRunStep, kPairs>(index, text, at, stop);
-    }
+MarkAll choose([[maybe_unused]] QLT_SPACE::Kernel kernel) {
+#ifdef ZVK_WIDE
+    if (kernel >= QLT_SPACE::Kernel::Avx2) return markWide<kRunStep, kPairs>;
 #endif
-    return searchPlain<kRunStep, kPairs>(index, text, at, stop);
+    return markPlain<kRunStep, kPairs>;
 }
 
 }  // namespace
 
-uint32_t findGrams(const SignatureIndex& index, const uint8_t* text, uint32_t at, uint32_t stop) {
-    if (!index.pairs.empty()) return searchWith<1, true>(index, text, at, stop);
-    if (index.runs.empty()) return searchWith<0, false>(index, text, at, stop);
-    if (index.runStep == 1) return searchWith<1, false>(index, text, at, stop);
-    return searchWith<2, false>(index, text, at, stop);
+void markGrams(const SignatureIndex& index, const uint8_t* text, uint32_t strips, StripMark* marks,
+               DigestFeed& feed) {
+    MarkAll chosen = nullptr;
+    if (!index.pairs.empty()) {
+        chosen = choose<1, true>(index.kernel);
+    } else if (index.runs.empty()) {
+        chosen = choose<0, false>(index.kernel);
+    } else {
+        chosen =
+            index.runStep == 1 ? choose<1, false>(index.kernel) : choose<2, false>(index.kernel);
+    }
+    chosen(index, text, strips, marks, feed);
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -12,9 +12,10 @@ void Md5Scanner::MD5Init() {
     context.init();
 }
 
-void Md5Scanner::MD5Update(const char* data, unsigned int len) {
+DigestFeed Md5Scanner::feedOf(const char* data, unsigned int len) {
     totalSize += len;
-    context.update(reinterpret_cast<const unsigned char*>(data), len);
+    if (totalSize > md5List->largestSize) return {};
+    return {context, data, len};
 }
 
 void Md5Scanner::MD5Final(unsigned char digest[QLT_SPACE::MD5::kDigestLength]) {
@@ -22,6 +23,7 @@ void Md5Scanner::MD5Final(unsigned char digest[QLT_SPACE::MD5::kDigestLength]) {
 }
 
 const MD5Pattern* Md5Scanner::virusFound() {
+    if (totalSize > md5List->largestSize) return nullptr;
     std::array<uint8_t, QLT_SPACE::MD5::kDigestLength> digest{};
     MD5Final(digest.data());
     const MD5Pattern* found = virusFoundMD5(digest.data(), static_cast<int32_t>(totalSize));

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "scan/DigestFeed.h"
 #include "scan/ScanResult.h"
 #include "store/MD5List.h"
 #include "support/MD5.h"
@@ -15,13 +16,16 @@ class Md5Scanner {
     Md5Scanner(const MD5List& list, ScanResult* details) : md5List(&list), result(details) {}
 
     void MD5Init();
-    void MD5Update(const char* data, unsigned int len);
+    void MD5Update(const char* data, unsigned int len) { feedOf(data, len).finish(); }
+    /// @return the stream's next bytes, which are to be digested before the next are given
+    DigestFeed feedOf(const char* data, unsigned int len);
     void MD5Final(unsigned char digest[QLT_SPACE::MD5::kDigestLength]);
 
     /// Keeps everything: a digest runs over a whole stream, past its detections.
     void reset() {}
 
-    /// Ends the digest and looks it up.
+    /// Ends the digest and looks it up. A stream longer than all records is not looked up, nor is
+    /// what lies behind their length hashed.
     /// @return the matching record, or null
     /// @throws QLT_SPACE::Exception if memory for its detail record runs out
     const MD5Pattern* virusFound();
@@ -35,7 +39,7 @@ class Md5Scanner {
 
     const MD5List* md5List;
     ScanResult* result;
-    uint32_t totalSize = 0;  // bytes hashed, modulo 2^32
+    uint64_t totalSize = 0;  // bytes of the stream; only as many are hashed as a record may have
     QLT_SPACE::MD5 context;
 };
 

@@ -27,16 +27,16 @@ void PatternMatcher::init() {
 }
 
 const char* PatternMatcher::virusFound(const char* text, unsigned int end, unsigned int base,
-                                       unsigned int settled) {
-    if (!isPlain) return matchIndex(text, end, base, settled);
+                                       unsigned int settled, DigestFeed& feed) {
+    if (!isPlain) return matchIndex(text, end, base, settled, feed);
     const char* name = matchTrie(text, end, base);
     return name != nullptr ? name : matchBm(text, end, base);
 }
 
 const char* PatternMatcher::matchIndex(const char* text, unsigned int end, unsigned int base,
-                                       unsigned int settled) {
-    const auto match =
-        signatureScanner.virusFound(reinterpret_cast<const uint8_t*>(text), end, base, settled);
+                                       unsigned int settled, DigestFeed& feed) {
+    const auto match = signatureScanner.virusFound(reinterpret_cast<const uint8_t*>(text), end,
+                                                   base, settled, feed);
     if (match.pattern == nullptr) return nullptr;
     matchEnd = text + match.end;
     if (match.isTrie) return tellTrie(static_cast<const TriePattern&>(*match.pattern));

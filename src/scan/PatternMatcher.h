@@ -43,10 +43,11 @@ class PatternMatcher {
     /// @param text     SignatureScanner::kSlack bytes behind its end have to be readable
     /// @param settled  index in front of which nothing begins, as the search before told; 0 if it
     ///                 found something
+    /// @param feed     of which a part may be digested on the way
     /// @return the scrambled name of the match, owned by its pattern, or null
     /// @throws QLT_SPACE::Exception or std::bad_alloc if memory runs out
     const char* virusFound(const char* text, unsigned int end, unsigned int base,
-                           unsigned int settled);
+                           unsigned int settled, DigestFeed& feed);
 
     /// @return the index in the last text in front of which nothing begins, whatever comes behind
     /// it
@@ -69,7 +70,7 @@ class PatternMatcher {
 
   private:
     const char* matchIndex(const char* text, unsigned int end, unsigned int base,
-                           unsigned int settled);
+                           unsigned int settled, DigestFeed& feed);
     const char* matchTrie(const char* text, unsigned int end, unsigned int base);
     const char* matchBm(const char* text, unsigned int end, unsigned int base);
     /// Note and record what was found, matchEnd being set.

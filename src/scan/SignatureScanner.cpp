@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -109,12 +110,13 @@ bool SignatureScanner::acceptPart(const TriePattern& part, uint32_t pos) {
 class SignatureScanner::Pass {
   public:
     Pass(SignatureScanner& owner, const uint8_t* searched, uint32_t textLength, uint32_t textBase,
-         uint32_t settledBefore)
+         uint32_t settledBefore, DigestFeed& digestFeed)
         : scanner(owner),
           index(owner.index),
           text(searched),
           length(textLength),
           base(textBase),
+          feed(digestFeed),
           settled(settledBefore),
           wraps(textBase > std::numeric_limits<uint32_t>::max() - textLength),
           isExpanded(wraps || ops.wantsDetail()) {
@@ -158,10 +160,16 @@ class SignatureScanner::Pass {
         // In front of `safe` all looks of a step are at grams that lie inside the text.
         constexpr uint32_t kMargin = GramFilter::kReadLength + SignatureIndex::kStep;
         const uint32_t safe = length > kMargin ? std::min(stop, length - kMargin) : 0;
-        while ((at = findGrams(index, text, at, safe)) < safe) {
-            lookAtStep(at);
-            at += SignatureIndex::kStep;
+        const uint32_t strips = safe > at ? (safe - at) / kStripLength : 0;
+        std::array<StripMark, kStretch / kStripLength> marks;  // NOLINT: filled right below
+        markGrams(index, text + at, strips, marks.data(), feed);
+        for (uint32_t strip = 0; strip < strips; ++strip, at += kStripLength) {
+            for (uint32_t mark = marks[strip]; mark != 0; mark &= mark - 1) {
+                const auto step = static_cast<uint32_t>(std::countr_zero(mark));
+                lookAtStep(at + step * SignatureIndex::kStep);
+            }
         }
+        for (; at < safe; at += SignatureIndex::kStep) lookAtStep(at);
         for (; at < stop; at += SignatureIndex::kStep) lookNearEnd(at);
         return std::min(at, length);
     }
@@ -367,6 +375,7 @@ class SignatureScanner::Pass {
     const uint8_t* text;
     const uint32_t length;
     const uint32_t base;
+    DigestFeed& feed;
     const uint32_t settled;
     const bool wraps;
     const bool isExpanded;  // progress is kept for each signature on its own
@@ -381,11 +390,12 @@ class SignatureScanner::Pass {
 };
 
 SignatureScanner::Match SignatureScanner::virusFound(const uint8_t* text, uint32_t length,
-                                                     uint32_t base, uint32_t settled) {
+                                                     uint32_t base, uint32_t settled,
+                                                     DigestFeed& feed) {
     settledTo = length;
     if (index.units.empty()) return {};
     if (wentOn) marks.reopen();
-    const Match match = Pass(*this, text, length, base, settled).run();
+    const Match match = Pass(*this, text, length, base, settled, feed).run();
     wentOn = match.pattern != nullptr;
     return match;
 }

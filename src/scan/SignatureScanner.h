@@ -16,6 +16,7 @@
 
 #include <cstdint>
 
+#include "scan/DigestFeed.h"
 #include "scan/PartProgress.h"
 #include "scan/ScanResult.h"
 #include "scan/UnitMarks.h"
@@ -45,8 +46,10 @@ class SignatureScanner {
     /// @param base     stream offset of its first byte
     /// @param settled  index in front of which nothing begins, as a search of what stands there
     /// told
+    /// @param feed     of which a part may be digested on the way
     /// @throws QLT_SPACE::Exception or std::bad_alloc if memory runs out
-    Match virusFound(const uint8_t* text, uint32_t length, uint32_t base, uint32_t settled);
+    Match virusFound(const uint8_t* text, uint32_t length, uint32_t base, uint32_t settled,
+                     DigestFeed& feed);
 
     /// @return the index in the last buffer in front of which nothing begins, whatever follows it;
     ///         of use only if nothing was found

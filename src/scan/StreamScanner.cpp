@@ -101,8 +101,10 @@ int StreamScanner::runCycles(Window& window, const char* data, unsigned int len)
         }
         EngUtil::sendDumpEvent(added, produced, callbacks, userData);
         const uint32_t end = window.used + produced;
-        const char* name = virusFound(window.text, end, window.base, window.settled);
-        if (md5Scanner != nullptr) md5Scanner->MD5Update(added, produced);
+        DigestFeed feed =
+            md5Scanner != nullptr ? md5Scanner->feedOf(added, produced) : DigestFeed();
+        const char* name = virusFound(window.text, end, window.base, window.settled, feed);
+        feed.finish();
         isResumed = false;
         if (name == nullptr) {
             keepTail(window, end);

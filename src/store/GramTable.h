@@ -22,8 +22,9 @@ class GramFilter {
     /// All that a look takes, by value: for loops that keep it in registers.
     struct View {
         const uint64_t* words;
-        int drop;   // bits of the eight bytes read that are behind the gram
-        int shift;  // leaves of a hash the number of its bit
+        uint64_t
+            factor;  // of the hash; drops those of the eight bytes read that are behind the gram
+        int shift;   // leaves of a hash the number of its bit
 
         /// @return in its lowest bit, 0 if no gram of the table stands at `at`, of which
         /// kReadLength
@@ -34,16 +35,18 @@ class GramFilter {
             return words[bit / 64] >> (bit % 64);
         }
         uint64_t hash(const uint8_t* at) const {
-            // The first byte is the lowest: the shift drops those behind the gram.
             uint64_t word = 0;
             std::memcpy(&word, at, sizeof word);
-            return (word << drop) * 0x9E3779B97F4A7C15U;
+            return word * factor;
         }
     };
 
     explicit GramFilter(uint32_t gramWidth) : width(gramWidth) {}
 
-    View view() const { return {words.data(), static_cast<int>(64 - 8 * width), shift}; }
+    View view() const {
+        // The first byte is the lowest: what the factor's zeros shift out stands behind the gram.
+        return {words.data(), 0x9E3779B97F4A7C15U << (64 - 8 * width), shift};
+    }
 
     /// @return the hash of the gram at `at`, of which kReadLength bytes have to be readable
     uint64_t hash(const uint8_t* at) const { return view().hash(at); }

@@ -1,5 +1,6 @@
 #include "store/MD5List.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -72,6 +73,7 @@ void MD5List::addPattern(const MD5Pattern* record) {
     bm_shift[hash] = 0;
     node->next = bm_suffix[hash];
     bm_suffix[hash] = node;
+    largestSize = std::max(largestSize, static_cast<uint32_t>(record->size));
 }
 
 void MD5List::prepare() {
@@ -81,6 +83,7 @@ void MD5List::prepare() {
 }
 
 void MD5List::reset() {
+    largestSize = 0;
     bm_suffix = std::vector<MD5PatternNode*>();
     bm_shift = std::vector<uint32_t>();
     nodePool.reset();

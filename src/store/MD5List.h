@@ -47,6 +47,7 @@ class MD5List {
     bool hasTables() const { return !bm_suffix.empty(); }
     bool isPooled() const { return usePool; }
 
+    uint32_t largestSize = 0;        // bytes; a negative size counts as the large number it is
     std::vector<uint32_t> bm_shift;  // kBlockHashes entries, or none; 1: the bucket is empty
     // Likewise; newest first, and once prepared ascending by first digest byte, newest first.
     std::vector<MD5PatternNode*> bm_suffix;

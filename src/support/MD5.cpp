@@ -1,73 +1,17 @@
 #include "support/MD5.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
-#include <utility>
+
+#include "support/MD5Steps.h"
 
 namespace QLT_SPACE {
 namespace {
 
-// RFC 1321, section 3.4: floor(2^32 * abs(sin(i + 1))) for step i, and each round's rotations.
-constexpr std::array<uint32_t, 64> kSine = {
-    0xd76aa478, 0xe8c7b756, 0x242070db, 0xc1bdceee, 0xf57c0faf, 0x4787c62a, 0xa8304613, 0xfd469501,
-    0x698098d8, 0x8b44f7af, 0xffff5bb1, 0x895cd7be, 0x6b901122, 0xfd987193, 0xa679438e, 0x49b40821,
-    0xf61e2562, 0xc040b340, 0x265e5a51, 0xe9b6c7aa, 0xd62f105d, 0x02441453, 0xd8a1e681, 0xe7d3fbc8,
-    0x21e1cde6, 0xc33707d6, 0xf4d50d87, 0x455a14ed, 0xa9e3e905, 0xfcefa3f8, 0x676f02d9, 0x8d2a4c8a,
-    0xfffa3942, 0x8771f681, 0x6d9d6122, 0xfde5380c, 0xa4beea44, 0x4bdecfa9, 0xf6bb4b60, 0xbebfbc70,
-    0x289b7ec6, 0xeaa127fa, 0xd4ef3085, 0x04881d05, 0xd9d4d039, 0xe6db99e5, 0x1fa27cf8, 0xc4ac5665,
-    0xf4292244, 0x432aff97, 0xab9423a7, 0xfc93a039, 0x655b59c3, 0x8f0ccc92, 0xffeff47d, 0x85845dd1,
-    0x6fa87e4f, 0xfe2ce6e0, 0xa3014314, 0x4e0811a1, 0xf7537e82, 0xbd3af235, 0x2ad7d2bb, 0xeb86d391};
-constexpr int kRotation[4][4] = {{7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, {6, 10, 15, 21}};
 constexpr std::array<uint32_t, 4> kInitialState = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};
-
-uint32_t loadLittleEndian(const unsigned char* bytes) {
-    return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8 |
-           static_cast<uint32_t>(bytes[2]) << 16 | static_cast<uint32_t>(bytes[3]) << 24;
-}
 
 void storeLittleEndian(uint32_t value, unsigned char* bytes) {
     for (int i = 0; i < 4; ++i) bytes[i] = static_cast<unsigned char>(value >> (8 * i));
-}
-
-/// Adds what is in sum now before what comes next: compilers order sums as they like.
-inline void addedFirst([[maybe_unused]] uint32_t& sum) {
-#ifdef __GNUC__
-    asm("" : "+r"(sum));
-#endif
-}
-
-// Each step waits for b, which the step before it made: the fewer operations between b and the sum,
-// the better. So all that goes without b is added first, and the second round's (b & d) | (c & ~d)
-// is a sum of two, its bits never overlapping.
-template <int kStep>
-inline void step(uint32_t (&v)[4], const unsigned char* block) {
-    constexpr int kRound = kStep / 16;
-    constexpr int kWord = (kRound == 0   ? kStep
-                           : kRound == 1 ? 5 * kStep + 1
-                           : kRound == 2 ? 3 * kStep + 5
-                                         : 7 * kStep) %
-                          16;
-    // The four registers change places from step to step; the indices turn instead of the values.
-    constexpr int kA = (64 - kStep) % 4;
-    const uint32_t b = v[(kA + 1) % 4];
-    const uint32_t c = v[(kA + 2) % 4];
-    const uint32_t d = v[(kA + 3) % 4];
-    uint32_t sum = v[kA] + loadLittleEndian(block + size_t{4} * kWord) + kSine[kStep];
-    if constexpr (kRound == 1) sum += c & ~d;
-    addedFirst(sum);
-    if constexpr (kRound == 0) sum += d ^ (b & (c ^ d));
-    if constexpr (kRound == 1) sum += b & d;
-    if constexpr (kRound == 2) sum += b ^ c ^ d;
-    if constexpr (kRound == 3) sum += c ^ (b | ~d);
-    v[kA] = b + std::rotl(sum, kRotation[kRound][kStep % 4]);
-}
-
-// Inlined, or GCC passes the four values through memory for each block.
-template <int... kSteps>
-[[gnu::always_inline]] inline void allSteps(uint32_t (&v)[4], const unsigned char* block,
-                                            std::integer_sequence<int, kSteps...> /*steps*/) {
-    (step<kSteps>(v, block), ...);
 }
 
 }  // namespace
@@ -110,13 +54,7 @@ void MD5::final(unsigned char* digest) {
 }
 
 void MD5::transform(const unsigned char* blocks, size_t blockCount) {
-    uint32_t v[4] = {state[0], state[1], state[2], state[3]};
-    for (; blockCount > 0; --blockCount, blocks += kBlockLength) {
-        const uint32_t before[4] = {v[0], v[1], v[2], v[3]};
-        allSteps(v, blocks, std::make_integer_sequence<int, 64>());
-        for (int i = 0; i < 4; ++i) v[i] += before[i];
-    }
-    for (size_t i = 0; i < 4; ++i) state[i] = v[i];
+    MD5Steps::fold(state, blocks, blockCount, [](size_t /*block*/, size_t /*quarter*/) {});
 }
 
 }  // namespace QLT_SPACE

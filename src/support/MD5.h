@@ -10,6 +10,7 @@ namespace QLT_SPACE {
 class MD5 {
   public:
     static constexpr size_t kDigestLength = 16;
+    static constexpr size_t kBlockLength = 64;
 
     MD5() { init(); }
 
@@ -20,9 +21,17 @@ class MD5 {
     /// Writes the kDigestLength bytes of the digest and clears the context; init() before reuse.
     void final(unsigned char* digest);
 
-  private:
-    static constexpr size_t kBlockLength = 64;
+    /// @return the bytes that are missing to a block begun; 0 between blocks
+    size_t missing() const { return (kBlockLength - count % kBlockLength) % kBlockLength; }
 
+    /// Gives the state to whoever folds the message's next blocks into it, with MD5Steps::fold().
+    /// Only between blocks.
+    std::array<uint32_t, 4>& takeBlocks(size_t blockCount) {
+        count += blockCount * kBlockLength;
+        return state;
+    }
+
+  private:
     /// Folds blockCount blocks of kBlockLength bytes into state.
     void transform(const unsigned char* blocks, size_t blockCount);
 

@@ -224,7 +224,8 @@ std::string searchFrom(uint32_t base, const PatternContainer& container,
             isResumed = false;
             const auto end = static_cast<uint32_t>(buffer.size());
             buffer.resize(end + SignatureScanner::kSlack);
-            const char* name = matcher.virusFound(buffer.data(), end, base, settled);
+            DigestFeed nothing;
+            const char* name = matcher.virusFound(buffer.data(), end, base, settled, nothing);
             size_t dropped = end - std::min<size_t>(end, overlap);
             settled = matcher.settledEnd() -
                       std::min<uint32_t>(matcher.settledEnd(), static_cast<uint32_t>(dropped));
