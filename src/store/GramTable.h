@@ -29,12 +29,12 @@ class GramFilter {
         /// @return in its lowest bit, 0 if no gram of the table stands at `at`, of which
         /// kReadLength
         ///         bytes have to be readable; the other bits have no meaning
-        uint64_t look(const uint8_t* at) const { return test(hash(at)); }
-        uint64_t test(uint64_t hash) const {
+        [[gnu::always_inline]] uint64_t look(const uint8_t* at) const { return test(hash(at)); }
+        [[gnu::always_inline]] uint64_t test(uint64_t hash) const {
             const uint64_t bit = hash >> shift;
             return words[bit / 64] >> (bit % 64);
         }
-        uint64_t hash(const uint8_t* at) const {
+        [[gnu::always_inline]] uint64_t hash(const uint8_t* at) const {
             uint64_t word = 0;
             std::memcpy(&word, at, sizeof word);
             return word * factor;

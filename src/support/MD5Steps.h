@@ -25,13 +25,13 @@ inline constexpr std::array<uint32_t, 64> kSine = {
 inline constexpr int kRotation[4][4] = {
     {7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, {6, 10, 15, 21}};
 
-inline uint32_t loadLittleEndian(const unsigned char* bytes) {
+[[gnu::always_inline]] inline uint32_t loadLittleEndian(const unsigned char* bytes) {
     return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8 |
            static_cast<uint32_t>(bytes[2]) << 16 | static_cast<uint32_t>(bytes[3]) << 24;
 }
 
 /// Adds what is in sum now before what comes next: compilers order sums as they like.
-inline void addedFirst([[maybe_unused]] uint32_t& sum) {
+[[gnu::always_inline]] inline void addedFirst([[maybe_unused]] uint32_t& sum) {
 #ifdef __GNUC__
     asm("" : "+r"(sum));
 #endif
@@ -41,7 +41,7 @@ inline void addedFirst([[maybe_unused]] uint32_t& sum) {
 // the better. So all that goes without b is added first, and the second round's (b & d) | (c & ~d)
 // is a sum of two, its bits never overlapping.
 template <int kStep>
-inline void step(uint32_t (&v)[4], const unsigned char* block) {
+[[gnu::always_inline]] inline void step(uint32_t (&v)[4], const unsigned char* block) {
     constexpr int kRound = kStep / 16;
     constexpr int kWord = (kRound == 0   ? kStep
                            : kRound == 1 ? 5 * kStep + 1
