@@ -53,6 +53,8 @@ std::vector<std::string> PageSource::pieces(Random& random, size_t count) {
     while (pieces.size() < count) {
         const size_t length = random.between(kShortestPart, kLongestPart);
         pieces.push_back(text.substr(at, length));
+        // The markup is mutated all over; one part in ten happens to be as it was.
+        if (random.chance(90)) changeByte(pieces.back(), random);
         at += length + random.between(0, 60);
     }
     makeRare(pieces.back(), random);

@@ -17,7 +17,7 @@ constexpr uint32_t kStep = SignatureIndex::kStep;
 
 /// The looks of one step, without a branch between them: they seldom find something, and while the
 /// loads of one are under way those of the next begin.
-template <uint32_t kRunStep, bool kPairs>
+template <bool kRuns, bool kPairs>
 struct Looks {
     // Copies: the compiler cannot know that what is written below is not the index.
     GramFilter::View steps;
@@ -30,8 +30,9 @@ struct Looks {
     /// @return 1 if one of them may find something, else 0
     ZVK_INLINE uint32_t at(const uint8_t* text) const {
         uint64_t found = steps.look(text);
-        if constexpr (kRunStep != 0) {
-            for (uint32_t i = 0; i < kStep; i += kRunStep) found |= runs.look(text + i);
+        if constexpr (kRuns) {
+            for (uint32_t i = 0; i < kStep; i += SignatureIndex::kRunStep)
+                found |= runs.look(text + i);
         }
         if constexpr (kPairs) {
             for (uint32_t i = 0; i < kStep; ++i) found |= pairs.look(text + i);
@@ -74,41 +75,35 @@ ZVK_INLINE void markAll(const SignatureIndex& index, const uint8_t* text, uint32
 
 using MarkAll = void (*)(const SignatureIndex&, const uint8_t*, uint32_t, StripMark*, DigestFeed&);
 
-template <uint32_t kRunStep, bool kPairs>
+template <bool kRuns, bool kPairs>
 void markPlain(const SignatureIndex& index, const uint8_t* text, uint32_t strips, StripMark* marks,
                DigestFeed& feed) {
-    markAll<Looks<kRunStep, kPairs>>(index, text, strips, marks, feed);
+    markAll<Looks<kRuns, kPairs>>(index, text, strips, marks, feed);
 }
 
 #ifdef ZVK_WIDE
-template <uint32_t kRunStep, bool kPairs>
+template <bool kRuns, bool kPairs>
 ZVK_WIDE void markWide(const SignatureIndex& index, const uint8_t* text, uint32_t strips,
                        StripMark* marks, DigestFeed& feed) {
-    markAll<Looks<kRunStep, kPairs>>(index, text, strips, marks, feed);
+    markAll<Looks<kRuns, kPairs>>(index, text, strips, marks, feed);
 }
 #endif
 
-template <uint32_t kRunStep, bool kPairs>
+template <bool kRuns, bool kPairs>
 MarkAll choose([[maybe_unused]] QLT_SPACE::Kernel kernel) {
 #ifdef ZVK_WIDE
-    if (kernel >= QLT_SPACE::Kernel::Avx2) return markWide<kRunStep, kPairs>;
+    if (kernel >= QLT_SPACE::Kernel::Avx2) return markWide<kRuns, kPairs>;
 #endif
-    return markPlain<kRunStep, kPairs>;
+    return markPlain<kRuns, kPairs>;
 }
 
 }  // namespace
 
 void markGrams(const SignatureIndex& index, const uint8_t* text, uint32_t strips, StripMark* marks,
                DigestFeed& feed) {
-    MarkAll chosen = nullptr;
-    if (!index.pairs.empty()) {
-        chosen = choose<1, true>(index.kernel);
-    } else if (index.runs.empty()) {
-        chosen = choose<0, false>(index.kernel);
-    } else {
-        chosen =
-            index.runStep == 1 ? choose<1, false>(index.kernel) : choose<2, false>(index.kernel);
-    }
+    const MarkAll chosen = !index.pairs.empty()  ? choose<true, true>(index.kernel)
+                           : !index.runs.empty() ? choose<true, false>(index.kernel)
+                                                 : choose<false, false>(index.kernel);
     chosen(index, text, strips, marks, feed);
 }
 

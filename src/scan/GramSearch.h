@@ -12,7 +12,7 @@
 namespace STREAMENGINE_SPACE {
 
 /// A step is SignatureIndex::kStep positions long: the table of steps is looked into at its first,
-/// that of runs at every runStep-th, that of pairs at each. A strip is as many steps as a mark has
+/// that of runs at every kRunStep-th, that of pairs at each. A strip is as many steps as a mark has
 /// bits.
 using StripMark = uint16_t;
 constexpr uint32_t kStripLength = 16 * SignatureIndex::kStep;

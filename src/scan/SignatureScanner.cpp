@@ -177,7 +177,7 @@ class SignatureScanner::Pass {
     void lookAtStep(uint32_t at) {
         lookForStep(at);
         for (uint32_t i = 0; i < SignatureIndex::kStep; ++i) {
-            if (i % index.runStep == 0) lookForRun(index.runs, at + i);
+            if (i % SignatureIndex::kRunStep == 0) lookForRun(index.runs, at + i);
             if (!index.pairs.empty()) lookForRun(index.pairs, at + i);
         }
     }
@@ -188,7 +188,7 @@ class SignatureScanner::Pass {
         };
         if (isInside(index.steps, at)) lookForStep(at);
         for (uint32_t i = 0; i < SignatureIndex::kStep; ++i) {
-            const bool isRunsTurn = i % index.runStep == 0;
+            const bool isRunsTurn = i % SignatureIndex::kRunStep == 0;
             if (isRunsTurn && isInside(index.runs, at + i)) lookForRun(index.runs, at + i);
             if (isInside(index.pairs, at + i)) lookForRun(index.pairs, at + i);
         }

@@ -8,7 +8,7 @@ namespace {
 
 // One position in fifty or so is let through for nothing where the filter fits into a cache of the
 // second level, one in twenty where it does not.
-constexpr size_t kBitsPerGram = 64;
+constexpr size_t kBitsPerGram = 256;
 constexpr size_t kLeastBitsPerGram = 16;
 constexpr size_t kCachedBits = size_t{1} << 22;
 constexpr size_t kLeastSlots = 64;

@@ -207,8 +207,7 @@ class SignatureIndex::Compiler {
             const uint32_t length = literalRuns.longest();
             if (length >= kLeastRun) shortest = std::min(shortest, length);
         }
-        index.runStep = shortest > kLeastRun ? 2 : 1;
-        const uint32_t width = shortest - index.runStep + 1;
+        const uint32_t width = shortest - kRunStep + 1;
         index.runs = GramTable<Run>(width);
         GramCounts counts(width, countSymbols());
         GramCounts pairCounts(kPairWidth, kBlockHashes);
@@ -220,9 +219,9 @@ class SignatureIndex::Compiler {
         std::vector<GramTable<Run>::Gram> pairGrams;
         for (const uint32_t unit : others) {
             readLiterals(index.units[unit], literalRuns);
-            if (const auto anchor = chooseAnchor(literalRuns, index.runStep, counts)) {
-                setAnchor(unit, literalRuns, anchor->offset, index.runStep);
-                for (uint32_t i = 0; i < index.runStep; ++i) {
+            if (const auto anchor = chooseAnchor(literalRuns, kRunStep, counts)) {
+                setAnchor(unit, literalRuns, anchor->offset, kRunStep);
+                for (uint32_t i = 0; i < kRunStep; ++i) {
                     runGrams.push_back(runOf(unit, literalRuns, i, index.runs));
                 }
             } else {

@@ -40,7 +40,8 @@ class SignatureIndex {
         4;  // positions from one look into the table of steps to the next
     static constexpr uint32_t kStepWidth = 7;
     static constexpr uint32_t kStepRun =
-        kStepWidth + kStep - 1;  // literal bytes that a unit needs there
+        kStepWidth + kStep - 1;              // literal bytes that a unit needs there
+    static constexpr uint32_t kRunStep = 2;  // likewise, in the table of runs
     static constexpr uint32_t kLeastRun = 4;
     static constexpr uint32_t kPairWidth = 2;
     static constexpr uint32_t kAnchorRoom = 256;  // symbols of a unit among which its anchor lies
@@ -109,7 +110,6 @@ class SignatureIndex {
     GramTable<uint32_t> steps{kStepWidth};  // kStep * unit + place of the gram
     GramTable<Run> runs;
     GramTable<Run> pairs{kPairWidth};
-    uint32_t runStep = 1;  // grams of a unit in runs: from one look there to the next
     std::vector<Unit> units;
     QLT_SPACE::Kernel kernel = QLT_SPACE::Kernel::Baseline;  // that searches it
     uint32_t reach = 0;  // bytes from a match's start to the furthest look that finds it
