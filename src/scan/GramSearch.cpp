@@ -101,9 +101,9 @@ MarkAll choose([[maybe_unused]] QLT_SPACE::Kernel kernel) {
 
 void markGrams(const SignatureIndex& index, const uint8_t* text, uint32_t strips, StripMark* marks,
                DigestFeed& feed) {
-    const MarkAll chosen = !index.pairs.empty()  ? choose<true, true>(index.kernel)
-                           : !index.runs.empty() ? choose<true, false>(index.kernel)
-                                                 : choose<false, false>(index.kernel);
+    const MarkAll chosen = !index.pairs.isClosed()  ? choose<true, true>(index.kernel)
+                           : !index.runs.isClosed() ? choose<true, false>(index.kernel)
+                                                    : choose<false, false>(index.kernel);
     chosen(index, text, strips, marks, feed);
 }
 

@@ -176,21 +176,19 @@ class SignatureScanner::Pass {
 
     void lookAtStep(uint32_t at) {
         lookForStep(at);
-        for (uint32_t i = 0; i < SignatureIndex::kStep; ++i) {
-            if (i % SignatureIndex::kRunStep == 0) lookForRun(index.runs, at + i);
-            if (!index.pairs.empty()) lookForRun(index.pairs, at + i);
+        const bool hasPairs = !index.pairs.isClosed();
+        for (uint32_t i = at; i < at + SignatureIndex::kStep; ++i) {
+            if ((i - at) % SignatureIndex::kRunStep == 0) lookForRuns(i);
+            if (hasPairs) lookForRun(index.pairs, i);
         }
     }
 
+    /// The same, where the text may end behind a gram or in it.
     void lookNearEnd(uint32_t at) {
-        const auto isInside = [this](const GramFilter& table, uint32_t i) {
-            return i < length && table.width <= length - i;
-        };
-        if (isInside(index.steps, at)) lookForStep(at);
-        for (uint32_t i = 0; i < SignatureIndex::kStep; ++i) {
-            const bool isRunsTurn = i % SignatureIndex::kRunStep == 0;
-            if (isRunsTurn && isInside(index.runs, at + i)) lookForRun(index.runs, at + i);
-            if (isInside(index.pairs, at + i)) lookForRun(index.pairs, at + i);
+        if (hasRoom(index.steps, at)) lookForStep(at);
+        for (uint32_t i = at; i < at + SignatureIndex::kStep; ++i) {
+            if ((i - at) % SignatureIndex::kRunStep == 0) lookForRuns(i);
+            lookForRun(index.pairs, i);
         }
     }
 
@@ -205,9 +203,22 @@ class SignatureScanner::Pass {
         }
     }
 
+    void lookForRuns(uint32_t at) {
+        if (!hasRoom(index.runs, at) || !index.runs.mayHold(index.runs.hash(text + at))) return;
+        for (const auto* table : {&index.shortRuns, &index.longRuns}) {
+            if (at != 0) lookForRun(*table, at - 1);
+            lookForRun(*table, at);
+        }
+    }
+
+    /// @return whether a gram of the table fits between `at` and the end of the text
+    bool hasRoom(const GramFilter& table, uint32_t at) const {
+        return at < length && table.width <= length - at;
+    }
+
     void lookForRun(const GramTable<SignatureIndex::Run>& table, uint32_t at) {
         const uint64_t hash = table.hash(text + at);
-        if (!table.mayHold(hash)) return;
+        if (!hasRoom(table, at) || !table.mayHold(hash)) return;
         uint32_t tail = 0;
         std::memcpy(&tail, text + at + table.width, sizeof tail);
         const uint32_t rest = length - at - table.width;
@@ -215,7 +226,7 @@ class SignatureScanner::Pass {
             const uint32_t compared = std::min<uint32_t>(run.tailLength, rest);
             if (((tail ^ run.tail) & ((uint64_t{1} << 8 * compared) - 1)) != 0) continue;
             if (isIdle(run.kindOf(), run.unit)) continue;
-            consider(run.unit, index.units[run.unit].anchor + run.place, at);
+            consider(run.unit, index.units[run.unit].anchor, at);
         }
     }
 
@@ -224,10 +235,10 @@ class SignatureScanner::Pass {
     ///         it ends in front of its start, so that it was looked at before.
     bool isIdle(Kind kind, uint32_t unit) const {
         if (kind < Kind::First || wraps) return false;
-        if (kind == Kind::LaterOfMany) return finds.empty() && !scanner.anyAwake(unit);
         const UnitMarks::Mark mark = scanner.marks.of(unit);
-        return mark == UnitMarks::Mark::Done ||
-               (kind == Kind::Later && mark == UnitMarks::Mark::None);
+        if (mark == UnitMarks::Mark::Done) return true;
+        if (kind == Kind::Later) return mark == UnitMarks::Mark::None;
+        return kind == Kind::LaterOfMany && finds.empty() && !scanner.anyAwake(unit);
     }
 
     /// @param offset  of the gram in the unit
@@ -305,7 +316,7 @@ class SignatureScanner::Pass {
 
     void finishUnit(uint32_t unit, uint32_t pos) {
         const Kind kind = index.units[unit].kind;
-        if (kind == Kind::Single || kind == Kind::LaterOfMany || wraps) return;
+        if (kind == Kind::Single || wraps) return;
         if (scanner.isFinished(unit, pos)) scanner.marks.finish(unit);
     }
 

@@ -29,6 +29,13 @@ void GramFilter::reserve(size_t grams) {
     const size_t bits = slotCount(wanted);
     words.assign(bits / 64, 0);
     shift = shiftFor(bits);
+    isFilled = true;
+}
+
+void GramFilter::fill(const std::vector<uint64_t>& hashes) {
+    if (hashes.empty()) return;
+    reserve(hashes.size());
+    for (const uint64_t hash : hashes) enter(hash);
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -14,7 +14,7 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// The grams of a table without what it says of them.
+/// Which grams there are, without what is known of them.
 class GramFilter {
   public:
     static constexpr uint32_t kReadLength = 8;  // bytes that hash() reads, whatever the width
@@ -54,7 +54,14 @@ class GramFilter {
     /// @return false if no gram of the table has this hash
     bool mayHold(uint64_t hash) const { return (view().test(hash) & 1) != 0; }
 
+    /// @return whether mayHold() lets nothing through
+    bool isClosed() const { return !isFilled; }
+
     uint32_t width;
+
+    /// Fills an empty filter with the grams of these hashes.
+    /// @throws std::bad_alloc
+    void fill(const std::vector<uint64_t>& hashes);
 
   protected:
     /// Makes room for so many grams.
@@ -71,6 +78,7 @@ class GramFilter {
   private:
     std::vector<uint64_t> words{0};  // of an empty table, one that all hashes lead to
     int shift = 63;
+    bool isFilled = false;
 };
 
 template <class Value>
@@ -87,8 +95,6 @@ class GramTable : public GramFilter {
     /// Fills an empty table.
     /// @throws std::bad_alloc
     void build(const std::vector<Gram>& grams);
-
-    bool empty() const { return values.empty(); }
 
     /// @return the values of all grams whose hash may be this one; only of a table that is not
     /// empty

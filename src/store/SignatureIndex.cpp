@@ -105,7 +105,7 @@ class SignatureIndex::Compiler {
             }
         });
         index.steps.build(grams);
-        enterRuns(others);
+        chooseRuns(others);
     }
 
   private:
@@ -199,7 +199,7 @@ class SignatureIndex::Compiler {
         return sum;
     }
 
-    void enterRuns(const std::vector<uint32_t>& others) {
+    void chooseRuns(const std::vector<uint32_t>& others) {
         if (others.empty()) return;
         uint32_t shortest = GramFilter::kReadLength + 1;
         for (const uint32_t unit : others) {
@@ -207,30 +207,34 @@ class SignatureIndex::Compiler {
             const uint32_t length = literalRuns.longest();
             if (length >= kLeastRun) shortest = std::min(shortest, length);
         }
-        const uint32_t width = shortest - kRunStep + 1;
-        index.runs = GramTable<Run>(width);
-        GramCounts counts(width, countSymbols());
+        shortest = std::min(shortest, kLongRunWidth);
+        index.runs = GramFilter(shortest - kRunStep + 1);
+        index.shortRuns = GramTable<Run>(shortest);
+        GramCounts shortCounts(shortest, countSymbols());
+        GramCounts longCounts(kLongRunWidth, countSymbols());
         GramCounts pairCounts(kPairWidth, kBlockHashes);
         forEachUnit([&](uint32_t /*unit*/, const LiteralRuns& literals) {
-            counts.add(literals);
+            shortCounts.add(literals);
+            longCounts.add(literals);
             pairCounts.add(literals);
         });
-        std::vector<GramTable<Run>::Gram> runGrams;
+        std::vector<GramTable<Run>::Gram> shortGrams;
+        std::vector<GramTable<Run>::Gram> longGrams;
         std::vector<GramTable<Run>::Gram> pairGrams;
         for (const uint32_t unit : others) {
             readLiterals(index.units[unit], literalRuns);
-            if (const auto anchor = chooseAnchor(literalRuns, kRunStep, counts)) {
-                setAnchor(unit, literalRuns, anchor->offset, kRunStep);
-                for (uint32_t i = 0; i < kRunStep; ++i) {
-                    runGrams.push_back(runOf(unit, literalRuns, i, index.runs));
-                }
+            if (const auto anchor = chooseAnchor(literalRuns, 1, longCounts)) {
+                enterRun(unit, anchor->offset, index.longRuns, longGrams);
+            } else if (const auto inShort = chooseAnchor(literalRuns, 1, shortCounts)) {
+                enterRun(unit, inShort->offset, index.shortRuns, shortGrams);
             } else {
                 const uint32_t offset = chooseAnchor(literalRuns, 1, pairCounts)->offset;
-                setAnchor(unit, literalRuns, offset, 1);
-                pairGrams.push_back(runOf(unit, literalRuns, 0, index.pairs));
+                enterRun(unit, offset, index.pairs, pairGrams);
             }
         }
-        index.runs.build(runGrams);
+        index.runs.fill(runHashes);
+        index.shortRuns.build(shortGrams);
+        index.longRuns.build(longGrams);
         index.pairs.build(pairGrams);
     }
 
@@ -244,23 +248,28 @@ class SignatureIndex::Compiler {
         index.reach = std::max(index.reach, offset + gramCount - 1);
     }
 
-    GramTable<Run>::Gram runOf(uint32_t unit, const LiteralRuns& literals, uint32_t place,
-                               const GramTable<Run>& table) {
-        const uint32_t offset = index.units[unit].anchor + place;
+    /// Enters a gram of a unit, whose literals are at hand, into what becomes a table, and what is
+    /// looked at of it into the filter of runs.
+    void enterRun(uint32_t unit, uint32_t offset, const GramTable<Run>& table,
+                  std::vector<GramTable<Run>::Gram>& grams) {
+        setAnchor(unit, literalRuns, offset, kRunStep);
+        const uint8_t* const gram = literalRuns.at(offset);
         const auto isAround = [offset](const auto& run) { return run.end > offset; };
-        const auto run = std::find_if(literals.all().begin(), literals.all().end(), isAround);
+        const auto run = std::find_if(literalRuns.all().begin(), literalRuns.all().end(), isAround);
         Run value = {};
         value.unit = unit & kMostUnits;
-        value.place = place & 1;
         value.kind = static_cast<uint32_t>(index.units[unit].kind) & 7;
-        value.tailLength =
-            std::min<uint32_t>(run->end - offset - table.width, sizeof value.tail) & 7;
-        std::memcpy(&value.tail, literals.at(offset + table.width), value.tailLength);
-        return {table.hash(literals.at(offset)), value};
+        const uint32_t behind = run->end - offset - table.width;
+        value.tailLength = std::min<uint32_t>(behind, sizeof value.tail) & 7;
+        std::memcpy(&value.tail, gram + table.width, value.tailLength);
+        grams.push_back({table.hash(gram), value});
+        if (&table == &index.pairs) return;
+        for (uint32_t i = 0; i < kRunStep; ++i) runHashes.push_back(index.runs.hash(gram + i));
     }
 
     SignatureIndex& index;
     uint32_t nextRank = 0;
+    std::vector<uint64_t> runHashes;
     std::unordered_map<Content, uint32_t, ContentHash> shared;
     std::vector<std::pair<uint32_t, Member>> memberUnits;
     LiteralRuns literalRuns;

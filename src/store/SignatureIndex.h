@@ -9,9 +9,11 @@
 //   - Steps. Where ten literal bytes stand in a row, the four grams of seven bytes among them are
 //     entered: of an occurrence one of the four begins at a multiple of four, so that it is enough
 //     to look at every fourth position of the text.
-//   - Runs. Shorter rows, and rows that too many units share, are entered with one gram, of the
-//   width
-//     that all these units have; every position is looked at.
+//   - Runs. Of shorter rows, and of rows that too many units share, a filter knows two grams, a
+//   byte
+//     narrower than the shortest of these rows, and every second position is looked at. Where it
+//     lets one through, the row may begin there or a byte in front: there wider grams are looked
+//     for, of the whole row if it is short.
 //   - Pairs. What has no row of four is entered with two bytes.
 //
 // Order. Where several units match, the first in loading form's order is told: by the start of the
@@ -43,10 +45,11 @@ class SignatureIndex {
         kStepWidth + kStep - 1;              // literal bytes that a unit needs there
     static constexpr uint32_t kRunStep = 2;  // likewise, in the table of runs
     static constexpr uint32_t kLeastRun = 4;
+    static constexpr uint32_t kLongRunWidth = 7;
     static constexpr uint32_t kPairWidth = 2;
     static constexpr uint32_t kAnchorRoom = 256;  // symbols of a unit among which its anchor lies
     static constexpr uint32_t kNoUnit = 0xFFFFFFFF;
-    static constexpr uint32_t kMostUnits = (1U << 25) - 1;  // what the tables can number
+    static constexpr uint32_t kMostUnits = (1U << 26) - 1;  // what the tables can number
 
     enum class Kind : uint8_t {
         Bm,           // of the shift table
@@ -84,9 +87,8 @@ class SignatureIndex {
     struct Run {
         uint32_t tail;  // up to four literal bytes behind the gram
         uint32_t tailLength : 3;
-        uint32_t kind : 3;   // a Kind: what sleeps is passed by without a look at its unit
-        uint32_t place : 1;  // of the gram among those of the unit
-        uint32_t unit : 25;
+        uint32_t kind : 3;  // a Kind: what sleeps is passed by without a look at its unit
+        uint32_t unit : 26;
 
         Kind kindOf() const { return static_cast<Kind>(kind); }
     };
@@ -108,7 +110,9 @@ class SignatureIndex {
     uint32_t firstUnitOf(uint32_t sigid) const { return firstUnits[sigid]; }
 
     GramTable<uint32_t> steps{kStepWidth};  // kStep * unit + place of the gram
-    GramTable<Run> runs;
+    GramFilter runs{kLeastRun};
+    GramTable<Run> shortRuns;
+    GramTable<Run> longRuns{kLongRunWidth};
     GramTable<Run> pairs{kPairWidth};
     std::vector<Unit> units;
     QLT_SPACE::Kernel kernel = QLT_SPACE::Kernel::Baseline;  // that searches it
