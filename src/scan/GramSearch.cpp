@@ -27,56 +27,57 @@ struct Looks {
     explicit Looks(const SignatureIndex& index)
         : steps(index.steps.view()), runs(index.runs.view()), pairs(index.pairs.view()) {}
 
-    /// @return 1 if one of them may find something, else 0
-    ZVK_INLINE uint32_t at(const uint8_t* text) const {
-        uint64_t found = steps.look(text);
-        if constexpr (kRuns) {
-            for (uint32_t i = 0; i < kStep; i += SignatureIndex::kRunStep)
-                found |= runs.look(text + i);
+    /// @return the marks of a strip with those of the step at `text` behind them
+    ZVK_INLINE StripMarks add(StripMarks marks, const uint8_t* text) const {
+        marks = marks << 1 | (steps.look(text) & 1);
+        for (uint32_t i = 0; i < kStep; i += SignatureIndex::kRunStep) {
+            marks = marks << 1 | (kRuns ? runs.look(text + i) & 1 : 0);
         }
         if constexpr (kPairs) {
+            uint64_t found = 0;
             for (uint32_t i = 0; i < kStep; ++i) found |= pairs.look(text + i);
+            if ((found & 1) != 0) marks |= (1U << kLooksPerStep) - 1;
         }
-        return static_cast<uint32_t>(found & 1);
+        return marks;
     }
 };
 
 template <class Looks>
-ZVK_INLINE void mark(const Looks looks, const uint8_t* text, uint32_t strips, StripMark* marks) {
+ZVK_INLINE void mark(const Looks looks, const uint8_t* text, uint32_t strips, StripMarks* marks) {
     for (uint32_t strip = 0; strip < strips; ++strip, text += kStripLength) {
-        uint32_t found = 0;
-        for (uint32_t i = 0; i < 16; ++i) found |= looks.at(text + i * kStep) << i;
-        marks[strip] = static_cast<StripMark>(found);
+        StripMarks found = 0;
+        for (uint32_t i = 0; i < kStripLength; i += kStep) found = looks.add(found, text + i);
+        marks[strip] = found;
     }
 }
 
 template <class Looks>
 ZVK_INLINE void markAndDigest(const Looks looks, const uint8_t* text, uint32_t strips,
-                              StripMark* marks, DigestFeed& feed) {
+                              StripMarks* marks, DigestFeed& feed) {
     std::array<uint32_t, 4>* state = nullptr;
     const unsigned char* const blocks = feed.takeBlocks(strips, state);
-    uint32_t found = 0;
+    StripMarks found = 0;
     const auto lookAside = [&](size_t strip, size_t step) __attribute__((always_inline)) {
-        found = (step == 0 ? 0 : found) | looks.at(text + strip * kStripLength + step * kStep)
-                                              << step;
-        if (step == 15) marks[strip] = static_cast<StripMark>(found);
+        const uint8_t* const at = text + strip * kStripLength + step * kStep;
+        found = looks.add(step == 0 ? 0 : found, at);
+        if (step == 15) marks[strip] = found;
     };
     QLT_SPACE::MD5Steps::fold(*state, blocks, strips, lookAside);
 }
 
 template <class Looks>
 ZVK_INLINE void markAll(const SignatureIndex& index, const uint8_t* text, uint32_t strips,
-                        StripMark* marks, DigestFeed& feed) {
+                        StripMarks* marks, DigestFeed& feed) {
     const Looks looks(index);
     const uint32_t digested = std::min(strips, static_cast<uint32_t>(feed.blocks()));
     if (digested != 0) markAndDigest(looks, text, digested, marks, feed);
     mark(looks, text + size_t{digested} * kStripLength, strips - digested, marks + digested);
 }
 
-using MarkAll = void (*)(const SignatureIndex&, const uint8_t*, uint32_t, StripMark*, DigestFeed&);
+using MarkAll = void (*)(const SignatureIndex&, const uint8_t*, uint32_t, StripMarks*, DigestFeed&);
 
 template <bool kRuns, bool kPairs>
-void markPlain(const SignatureIndex& index, const uint8_t* text, uint32_t strips, StripMark* marks,
+void markPlain(const SignatureIndex& index, const uint8_t* text, uint32_t strips, StripMarks* marks,
                DigestFeed& feed) {
     markAll<Looks<kRuns, kPairs>>(index, text, strips, marks, feed);
 }
@@ -84,7 +85,7 @@ void markPlain(const SignatureIndex& index, const uint8_t* text, uint32_t strips
 #ifdef ZVK_WIDE
 template <bool kRuns, bool kPairs>
 ZVK_WIDE void markWide(const SignatureIndex& index, const uint8_t* text, uint32_t strips,
-                       StripMark* marks, DigestFeed& feed) {
+                       StripMarks* marks, DigestFeed& feed) {
     markAll<Looks<kRuns, kPairs>>(index, text, strips, marks, feed);
 }
 #endif
@@ -99,7 +100,7 @@ MarkAll choose([[maybe_unused]] QLT_SPACE::Kernel kernel) {
 
 }  // namespace
 
-void markGrams(const SignatureIndex& index, const uint8_t* text, uint32_t strips, StripMark* marks,
+void markGrams(const SignatureIndex& index, const uint8_t* text, uint32_t strips, StripMarks* marks,
                DigestFeed& feed) {
     const MarkAll chosen = !index.pairs.isClosed()  ? choose<true, true>(index.kernel)
                            : !index.runs.isClosed() ? choose<true, false>(index.kernel)

@@ -11,18 +11,21 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// A step is SignatureIndex::kStep positions long: the table of steps is looked into at its first,
-/// that of runs at every kRunStep-th, that of pairs at each. A strip is as many steps as a mark has
-/// bits.
-using StripMark = uint16_t;
+/// Where in a strip of 16 steps something may be found. A step has three bits, of its look into the
+/// table of steps, at its first position, and of those into the filter of runs, at its first and
+/// its third. The strip's first look has the highest of the 48 bits used, so that they are in the
+/// order of positions. What may be found of pairs sets all three.
+using StripMarks = uint64_t;
 constexpr uint32_t kStripLength = 16 * SignatureIndex::kStep;
+constexpr uint32_t kLooksPerStep = 1 + SignatureIndex::kStep / SignatureIndex::kRunStep;
+constexpr uint32_t kLooksPerStrip = 16 * kLooksPerStep;
 
-/// Marks the steps at which one of the looks may find something.
+/// Marks the looks that may find something.
 /// @param text    the first strip; all that its looks read has to be readable
 /// @param strips  how many there are
-/// @param marks   room for a mark of each strip; bit i is its step i
+/// @param marks   room for those of each strip
 /// @param feed    of which as many blocks are digested on the way
-void markGrams(const SignatureIndex& index, const uint8_t* text, uint32_t strips, StripMark* marks,
+void markGrams(const SignatureIndex& index, const uint8_t* text, uint32_t strips, StripMarks* marks,
                DigestFeed& feed);
 
 }  // namespace STREAMENGINE_SPACE

@@ -161,17 +161,33 @@ class SignatureScanner::Pass {
         constexpr uint32_t kMargin = GramFilter::kReadLength + SignatureIndex::kStep;
         const uint32_t safe = length > kMargin ? std::min(stop, length - kMargin) : 0;
         const uint32_t strips = safe > at ? (safe - at) / kStripLength : 0;
-        std::array<StripMark, kStretch / kStripLength> marks;  // NOLINT: filled right below
+        std::array<StripMarks, kStretch / kStripLength> marks;  // NOLINT: filled right below
         markGrams(index, text + at, strips, marks.data(), feed);
         for (uint32_t strip = 0; strip < strips; ++strip, at += kStripLength) {
-            for (uint32_t mark = marks[strip]; mark != 0; mark &= mark - 1) {
-                const auto step = static_cast<uint32_t>(std::countr_zero(mark));
-                lookAtStep(at + step * SignatureIndex::kStep);
-            }
+            followMarks(marks[strip], at);
         }
         for (; at < safe; at += SignatureIndex::kStep) lookAtStep(at);
         for (; at < stop; at += SignatureIndex::kStep) lookNearEnd(at);
         return std::min(at, length);
+    }
+
+    void followMarks(StripMarks marks, uint32_t at) {
+        const bool hasPairs = !index.pairs.isClosed();
+        for (marks <<= 64 - kLooksPerStrip; marks != 0;) {
+            const auto look = static_cast<uint32_t>(std::countl_zero(marks));
+            marks &= ~(StripMarks{1} << 63 >> look);
+            const uint32_t step = look / kLooksPerStep;
+            const uint32_t place = look % kLooksPerStep;
+            const uint32_t stepAt = at + step * SignatureIndex::kStep;
+            if (hasPairs) {
+                lookAtStep(stepAt);
+                marks &= ~StripMarks{0} >> (step + 1) * kLooksPerStep;
+            } else if (place == 0) {
+                findSteps(stepAt, index.steps.hash(text + stepAt));
+            } else {
+                findRuns(stepAt + (place - 1) * SignatureIndex::kRunStep);
+            }
+        }
     }
 
     void lookAtStep(uint32_t at) {
@@ -194,7 +210,10 @@ class SignatureScanner::Pass {
 
     void lookForStep(uint32_t at) {
         const uint64_t hash = index.steps.hash(text + at);
-        if (!index.steps.mayHold(hash)) return;
+        if (index.steps.mayHold(hash)) findSteps(at, hash);
+    }
+
+    void findSteps(uint32_t at, uint64_t hash) {
         for (const uint32_t value : index.steps.bucket(hash)) {
             const uint32_t number = value / SignatureIndex::kStep;
             const uint32_t place = value % SignatureIndex::kStep;
@@ -204,7 +223,10 @@ class SignatureScanner::Pass {
     }
 
     void lookForRuns(uint32_t at) {
-        if (!hasRoom(index.runs, at) || !index.runs.mayHold(index.runs.hash(text + at))) return;
+        if (hasRoom(index.runs, at) && index.runs.mayHold(index.runs.hash(text + at))) findRuns(at);
+    }
+
+    void findRuns(uint32_t at) {
         for (const auto* table : {&index.shortRuns, &index.longRuns}) {
             if (at != 0) lookForRun(*table, at - 1);
             lookForRun(*table, at);
