@@ -26,6 +26,7 @@ class PartProgress {
     const Entry* find(uint32_t sigid) const;
 
     bool empty() const { return entries.empty(); }
+    const std::vector<Entry>& all() const { return entries; }
 
     /// Enters a signature, which must not be under way, with nothing accepted yet.
     Entry& start(uint32_t sigid);

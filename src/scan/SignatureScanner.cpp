@@ -64,13 +64,34 @@ bool SignatureScanner::isAwake(const TriePattern& part) const {
     return progressOf(part).partsMatched + 1 == part.partno;
 }
 
+bool SignatureScanner::visitAwake(uint32_t unit, const auto& visit) const {
+    const auto members = index.membersOf(unit);
+    if (members.size() <= started.all().size() + own.all().size()) {
+        return std::any_of(members.begin(), members.end(), [&](const auto& member) {
+            return isAwake(*member.pattern) && visit(member);
+        });
+    }
+    // Fewer signatures are under way than have this part.
+    for (const auto& entry : own.all()) {
+        const auto* member = index.memberOf(unit, entry.sigid, entry.partsMatched + 1);
+        if (member != nullptr && visit(*member)) return true;
+    }
+    for (const auto& entry : started.all()) {
+        for (const uint32_t i : index.membersBehind(unit, entry.sigid)) {
+            if (isAwake(*members[i].pattern) && own.find(members[i].pattern->sigid) == nullptr &&
+                visit(members[i])) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 bool SignatureScanner::anyAwake(uint32_t unit) {
     if (started.empty() && own.empty()) return false;
     PartProgress::Entry* known = asleep.find(unit);
     if (known != nullptr && known->partsMatched == acceptances) return false;
-    for (const auto& member : index.membersOf(unit)) {
-        if (isAwake(*member.pattern)) return true;
-    }
+    if (visitAwake(unit, [](const auto& /*member*/) { return true; })) return true;
     if (known == nullptr) known = &asleep.start(unit);
     known->partsMatched = acceptances;
     return false;
@@ -329,9 +350,14 @@ class SignatureScanner::Pass {
         } else if (unit.kind == Kind::Single) {
             candidates.push_back({index.rankOf(number), number, &unit.trie()});
         } else {
-            for (const auto& member : index.membersOf(number)) {
-                if (!wraps && !scanner.isAwake(*member.pattern)) continue;
+            const auto add = [&](const auto& member) {
                 candidates.push_back({member.rank, number, member.pattern});
+                return false;
+            };
+            if (wraps || unit.kind < Kind::Later) {
+                for (const auto& member : index.membersOf(number)) add(member);
+            } else {
+                scanner.visitAwake(number, add);
             }
         }
     }
@@ -395,7 +421,7 @@ class SignatureScanner::Pass {
             entry.partEnd = pos + first.pattern->length;
             return;
         }
-        for (const auto& [part, rank, next] : members) {
+        for (const auto& [part, rank, next, previous] : members) {
             if (rank > limit || scanner.own.find(part->sigid) != nullptr) continue;
             auto& entry = scanner.own.start(part->sigid);
             entry.partsMatched = 1;

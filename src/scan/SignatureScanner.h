@@ -66,6 +66,10 @@ class SignatureScanner {
     Progress progressOf(const TriePattern& part) const;
     /// @return whether part is the next one of its signature
     bool isAwake(const TriePattern& part) const;
+    /// Visits the members of a unit that are the next parts of their signatures.
+    /// @param visit  takes a Member and returns whether to stop
+    /// @return whether it was stopped
+    bool visitAwake(uint32_t unit, const auto& visit) const;
     /// Asked of units of Kind::LaterOfMany.
     bool anyAwake(uint32_t unit);
     /// @return whether none of the unit's members can be accepted at pos or behind it

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <functional>
 #include <new>
+#include <numeric>
 #include <string_view>
 #include <unordered_map>
 
@@ -83,6 +84,7 @@ class SignatureIndex::Compiler {
             }
         }
         gatherMembers();
+        sortMembers();
         tellCrowds();
     }
 
@@ -132,7 +134,7 @@ class SignatureIndex::Compiler {
         if (kind == Kind::First || kind == Kind::Later) {
             unit = shared.try_emplace({&pattern, kind}, unit).first->second;
         }
-        if (kind != Kind::Single) memberUnits.push_back({unit, {&pattern, rank, kNoUnit}});
+        if (kind != Kind::Single) memberUnits.push_back({unit, {&pattern, rank, kNoUnit, kNoUnit}});
         if (kind == Kind::First) index.firstUnits[pattern.sigid] = unit;
         if (unit < index.units.size()) return;
         addUnit(pattern, kind);
@@ -155,6 +157,7 @@ class SignatureIndex::Compiler {
             auto [sigid, partno] = place(memberUnits[i - 1]);
             if (place(memberUnits[i]) == std::pair(sigid, ++partno)) {
                 memberUnits[i - 1].second.next = memberUnits[i].first;
+                memberUnits[i].second.previous = memberUnits[i - 1].first;
             }
         }
         std::sort(memberUnits.begin(), memberUnits.end(), [](const auto& a, const auto& b) {
@@ -182,6 +185,32 @@ class SignatureIndex::Compiler {
                 place.firstMember = static_cast<uint32_t>(index.members.size());
             place.endMember = static_cast<uint32_t>(index.members.size()) + 1;
             index.members.push_back(member);
+        }
+    }
+
+    /// Makes the ways to a member that do not lead through all of its unit.
+    void sortMembers() {
+        auto& members = index.members;
+        index.partStarts.assign(index.firstUnits.size() + 1, 0);
+        for (const Member& member : members) ++index.partStarts[member.pattern->sigid + 1];
+        std::partial_sum(index.partStarts.begin(), index.partStarts.end(),
+                         index.partStarts.begin());
+        index.partMembers.resize(members.size());
+        for (uint32_t i = 0; i < members.size(); ++i) {
+            const TriePattern& part = *members[i].pattern;
+            index.partMembers[index.partStarts[part.sigid] + part.partno - 1] = i;
+        }
+        index.byPrevious.resize(members.size());
+        for (const Place& place : index.places) {
+            const auto first = index.byPrevious.begin() + place.firstMember;
+            const auto end = index.byPrevious.begin() + place.endMember;
+            std::iota(first, end, 0);
+            std::sort(first, end, [&](uint32_t a, uint32_t b) {
+                const auto previous = [&](uint32_t i) {
+                    return members[place.firstMember + i].previous;
+                };
+                return std::pair(previous(a), a) < std::pair(previous(b), b);
+            });
         }
     }
 
@@ -288,6 +317,23 @@ void SignatureIndex::build(const TrieTree& trieTree, const BmList& bmList,
 
 void SignatureIndex::reset() {
     *this = SignatureIndex();
+}
+
+std::span<const uint32_t> SignatureIndex::membersBehind(uint32_t unit, uint32_t previous) const {
+    const Place& place = places[unit];
+    const auto previousOf = [&](uint32_t i) { return members[place.firstMember + i].previous; };
+    const std::span<const uint32_t> all(byPrevious.data() + place.firstMember,
+                                        byPrevious.data() + place.endMember);
+    return std::ranges::equal_range(all, previous, {}, previousOf);
+}
+
+const SignatureIndex::Member* SignatureIndex::memberOf(uint32_t unit, uint32_t sigid,
+                                                       uint32_t partno) const {
+    const uint32_t part = partStarts[sigid] + partno - 1;
+    if (part >= partStarts[sigid + 1]) return nullptr;
+    const uint32_t member = partMembers[part];
+    const Place& place = places[unit];
+    return member >= place.firstMember && member < place.endMember ? &members[member] : nullptr;
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -80,7 +80,8 @@ class SignatureIndex {
     struct Member {
         const TriePattern* pattern;
         uint32_t rank;
-        uint32_t next;  // the unit of its signature's next part, or kNoUnit
+        uint32_t next;      // the unit of its signature's next part, or kNoUnit
+        uint32_t previous;  // of the part in front, likewise
     };
 
     /// What the tables of runs and pairs say of a gram.
@@ -106,6 +107,12 @@ class SignatureIndex {
     std::span<const Member> membersOf(uint32_t unit) const {
         return {members.data() + places[unit].firstMember, members.data() + places[unit].endMember};
     }
+    /// @return those members of a unit whose parts stand behind a part of the other unit, by their
+    ///         places in membersOf(unit)
+    std::span<const uint32_t> membersBehind(uint32_t unit, uint32_t previous) const;
+    /// @return the member of the unit that is part partno, from 1, of a signature; null if it is
+    /// none
+    const Member* memberOf(uint32_t unit, uint32_t sigid, uint32_t partno) const;
     /// @return the unit of a multi-part signature's first part; kNoUnit if that has an offset
     uint32_t firstUnitOf(uint32_t sigid) const { return firstUnits[sigid]; }
 
@@ -129,9 +136,12 @@ class SignatureIndex {
     };
 
     bool built = false;
-    std::vector<Place> places;         // of the automaton's units
-    std::vector<Member> members;       // unit by unit
-    std::vector<uint32_t> firstUnits;  // by sigid
+    std::vector<Place> places;          // of the automaton's units
+    std::vector<Member> members;        // unit by unit
+    std::vector<uint32_t> byPrevious;   // places of members in their units, unit by unit, sorted
+    std::vector<uint32_t> partStarts;   // by sigid: in partMembers; and the end of the last
+    std::vector<uint32_t> partMembers;  // part by part: in members
+    std::vector<uint32_t> firstUnits;   // by sigid
 };
 
 }  // namespace STREAMENGINE_SPACE

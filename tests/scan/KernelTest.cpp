@@ -36,6 +36,7 @@ class Generator {
     /// A few lines, some of them twice but for the name.
     std::vector<std::string> lines() {
         std::vector<std::string> all(1 + pick(30));
+        shared = pick(3) == 0 ? part() : "";
         for (size_t i = 0; i < all.size(); ++i) {
             const std::string name = "N" + std::to_string(i);
             const std::string& other = all[pick(i + 1)];
@@ -75,7 +76,8 @@ class Generator {
 
   private:
     std::string fields() {
-        std::string out = ":0:" + (pick(8) == 0 ? std::to_string(pick(60)) : "*") + ":" + part();
+        std::string out = ":0:" + (pick(8) == 0 ? std::to_string(pick(60)) : "*") + ":" +
+                          (shared.empty() || pick(8) == 0 ? part() : shared);
         for (size_t more = pick(2) == 0 ? 0 : pick(4); more > 0; --more) out += gap() + part();
         return out;
     }
@@ -112,6 +114,7 @@ class Generator {
 
     std::mt19937 random;
     std::array<std::string, 12> words;
+    std::string shared;  // the first part of most signatures, or empty
 };
 
 /// One host, whose answers are given and whose events are put down.
