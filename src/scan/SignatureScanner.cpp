@@ -280,8 +280,7 @@ class SignatureScanner::Pass {
         if (kind < Kind::First || wraps) return false;
         const UnitMarks::Mark mark = scanner.marks.of(unit);
         if (mark == UnitMarks::Mark::Done) return true;
-        if (kind == Kind::Later) return mark == UnitMarks::Mark::None;
-        return kind == Kind::LaterOfMany && finds.empty() && !scanner.anyAwake(unit);
+        return kind == Kind::Later && mark == UnitMarks::Mark::None;
     }
 
     /// @param offset  of the gram in the unit
@@ -292,6 +291,10 @@ class SignatureScanner::Pass {
         if (offset > at || start < settled) return;
         const uint32_t rest = length - start;
         if (unit.checkOffset < rest && text[start + unit.checkOffset] != unit.checkByte) return;
+        if (unit.kind == Kind::LaterOfMany && finds.empty() && !wraps &&
+            !scanner.anyAwake(number)) {
+            return;
+        }
         if (unit.kind == Kind::Bm && firstBm < Find{start, number}) return;
         if (!agrees(unit, text + start, std::min(unit.length, rest))) return;
         if (unit.length > rest) {
