@@ -166,7 +166,9 @@ class SignatureScanner::Pass {
     struct Find {
         uint32_t start;
         uint32_t unit;
-        auto operator<=>(const Find&) const = default;
+        bool operator<(const Find& other) const {
+            return start != other.start ? start < other.start : unit < other.unit;
+        }
     };
     /// A part to be judged at one place.
     struct Candidate {
@@ -182,27 +184,27 @@ class SignatureScanner::Pass {
         constexpr uint32_t kMargin = GramFilter::kReadLength + SignatureIndex::kStep;
         const uint32_t safe = length > kMargin ? std::min(stop, length - kMargin) : 0;
         const uint32_t strips = safe > at ? (safe - at) / kStripLength : 0;
-        std::array<StripMarks, kStretch / kStripLength> marks;  // NOLINT: filled right below
-        markGrams(index, text + at, strips, marks.data(), feed);
+        std::array<StripMarks, kStretch / kStripLength> stretch;  // NOLINT: filled right below
+        markGrams(index, text + at, strips, stretch.data(), feed);
         for (uint32_t strip = 0; strip < strips; ++strip, at += kStripLength) {
-            followMarks(marks[strip], at);
+            followMarks(stretch[strip], at);
         }
         for (; at < safe; at += SignatureIndex::kStep) lookAtStep(at);
         for (; at < stop; at += SignatureIndex::kStep) lookNearEnd(at);
         return std::min(at, length);
     }
 
-    void followMarks(StripMarks marks, uint32_t at) {
+    void followMarks(StripMarks left, uint32_t at) {
         const bool hasPairs = !index.pairs.isClosed();
-        for (marks <<= 64 - kLooksPerStrip; marks != 0;) {
-            const auto look = static_cast<uint32_t>(std::countl_zero(marks));
-            marks &= ~(StripMarks{1} << 63 >> look);
+        for (left <<= 64 - kLooksPerStrip; left != 0;) {
+            const auto look = static_cast<uint32_t>(std::countl_zero(left));
+            left &= ~(StripMarks{1} << 63 >> look);
             const uint32_t step = look / kLooksPerStep;
             const uint32_t place = look % kLooksPerStep;
             const uint32_t stepAt = at + step * SignatureIndex::kStep;
             if (hasPairs) {
                 lookAtStep(stepAt);
-                marks &= ~StripMarks{0} >> (step + 1) * kLooksPerStep;
+                left &= ~StripMarks{0} >> (step + 1) * kLooksPerStep;
             } else if (place == 0) {
                 findSteps(stepAt, index.steps.hash(text + stepAt));
             } else {
@@ -273,9 +275,8 @@ class SignatureScanner::Pass {
         }
     }
 
-    /// @return whether what was found so far rules out that the unit counts here. A part in front
-    /// of
-    ///         it ends in front of its start, so that it was looked at before.
+    /// @return whether what was found so far rules out that the unit counts here. The part in front
+    ///         of it ends in front of its start, so that it was looked at before.
     bool isIdle(Kind kind, uint32_t unit) const {
         if (kind < Kind::First || wraps) return false;
         const UnitMarks::Mark mark = scanner.marks.of(unit);

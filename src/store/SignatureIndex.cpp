@@ -168,9 +168,9 @@ class SignatureIndex::Compiler {
     /// What a unit of many members would have to wake is left to ask for itself.
     void tellCrowds() {
         for (uint32_t unit = 0; unit < index.places.size(); ++unit) {
-            const auto members = index.membersOf(unit);
-            if (members.size() <= kFewMembers) continue;
-            for (const Member& member : members) {
+            const auto all = index.membersOf(unit);
+            if (all.size() <= kFewMembers) continue;
+            for (const Member& member : all) {
                 if (member.next != kNoUnit) index.units[member.next].kind = Kind::LaterOfMany;
             }
         }
@@ -190,24 +190,24 @@ class SignatureIndex::Compiler {
 
     /// Makes the ways to a member that do not lead through all of its unit.
     void sortMembers() {
-        auto& members = index.members;
+        const auto& all = index.members;
         index.partStarts.assign(index.firstUnits.size() + 1, 0);
-        for (const Member& member : members) ++index.partStarts[member.pattern->sigid + 1];
+        for (const Member& member : all) ++index.partStarts[member.pattern->sigid + 1];
         std::partial_sum(index.partStarts.begin(), index.partStarts.end(),
                          index.partStarts.begin());
-        index.partMembers.resize(members.size());
-        for (uint32_t i = 0; i < members.size(); ++i) {
-            const TriePattern& part = *members[i].pattern;
+        index.partMembers.resize(all.size());
+        for (uint32_t i = 0; i < all.size(); ++i) {
+            const TriePattern& part = *all[i].pattern;
             index.partMembers[index.partStarts[part.sigid] + part.partno - 1] = i;
         }
-        index.byPrevious.resize(members.size());
+        index.byPrevious.resize(all.size());
         for (const Place& place : index.places) {
             const auto first = index.byPrevious.begin() + place.firstMember;
             const auto end = index.byPrevious.begin() + place.endMember;
             std::iota(first, end, 0);
             std::sort(first, end, [&](uint32_t a, uint32_t b) {
                 const auto previous = [&](uint32_t i) {
-                    return members[place.firstMember + i].previous;
+                    return all[place.firstMember + i].previous;
                 };
                 return std::pair(previous(a), a) < std::pair(previous(b), b);
             });
@@ -321,10 +321,13 @@ void SignatureIndex::reset() {
 
 std::span<const uint32_t> SignatureIndex::membersBehind(uint32_t unit, uint32_t previous) const {
     const Place& place = places[unit];
+    const auto begin = byPrevious.begin() + place.firstMember;
+    const auto end = byPrevious.begin() + place.endMember;
     const auto previousOf = [&](uint32_t i) { return members[place.firstMember + i].previous; };
-    const std::span<const uint32_t> all(byPrevious.data() + place.firstMember,
-                                        byPrevious.data() + place.endMember);
-    return std::ranges::equal_range(all, previous, {}, previousOf);
+    return {std::lower_bound(begin, end, previous,
+                             [&](uint32_t i, uint32_t sought) { return previousOf(i) < sought; }),
+            std::upper_bound(begin, end, previous,
+                             [&](uint32_t sought, uint32_t i) { return sought < previousOf(i); })};
 }
 
 const SignatureIndex::Member* SignatureIndex::memberOf(uint32_t unit, uint32_t sigid,

@@ -10,13 +10,12 @@
 //     entered: of an occurrence one of the four begins at a multiple of four, so that it is enough
 //     to look at every fourth position of the text.
 //   - Runs. Of shorter rows, and of rows that too many units share, a filter knows two grams, a
-//   byte
-//     narrower than the shortest of these rows, and every second position is looked at. Where it
-//     lets one through, the row may begin there or a byte in front: there wider grams are looked
+//     byte narrower than the shortest of these rows, and every second position is looked at. Where
+//     it lets one through, the row may begin there or a byte in front: there wider grams are looked
 //     for, of the whole row if it is short.
 //   - Pairs. What has no row of four is entered with two bytes.
 //
-// Order. Where several units match, the first in loading form's order is told: by the start of the
+// Order. Where several units match, the first in the load form's order is told: by the start of the
 // match, at one start the shorter prefix, then by place in the node's lists. Units are numbered in
 // that order, the automaton's in front of the shift table's.
 //
@@ -38,12 +37,10 @@ class TrieTree;
 
 class SignatureIndex {
   public:
-    static constexpr uint32_t kStep =
-        4;  // positions from one look into the table of steps to the next
+    // Positions from one look to the next, into the table of steps and into the filter of runs.
+    static constexpr uint32_t kStep = 4;
+    static constexpr uint32_t kRunStep = 2;
     static constexpr uint32_t kStepWidth = 7;
-    static constexpr uint32_t kStepRun =
-        kStepWidth + kStep - 1;              // literal bytes that a unit needs there
-    static constexpr uint32_t kRunStep = 2;  // likewise, in the table of runs
     static constexpr uint32_t kLeastRun = 4;
     static constexpr uint32_t kLongRunWidth = 7;
     static constexpr uint32_t kPairWidth = 2;
@@ -67,9 +64,10 @@ class SignatureIndex {
         uint32_t length;           // symbols
         Kind kind;
         uint8_t anchor;  // symbol at which the anchor's (first) gram begins
-        uint8_t
-            checkOffset;    // the last literal among the first kAnchorRoom symbols, and its value:
-        uint8_t checkByte;  // most candidates fail here, before the record is touched
+        // The last literal among the first kAnchorRoom symbols, and its value: most candidates fail
+        // here, before the record is touched.
+        uint8_t checkOffset;
+        uint8_t checkByte;
 
         const TriePattern& trie() const { return static_cast<const TriePattern&>(*pattern); }
         const BmPattern& bm() const { return static_cast<const BmPattern&>(*pattern); }
