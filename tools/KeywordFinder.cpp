@@ -44,11 +44,14 @@ class KeywordFinder::Layer {
         if (!matcher.update(array.data())) throw std::runtime_error("cannot prepare the keywords");
     }
 
+    /// @param text  behind which SignatureScanner::kSlack bytes are readable
     void search(std::string_view text, std::vector<bool>& found) const {
         PatternMatcher scanner(matcher.keywordSet(), nullptr, nullptr);  // it sends no event
         const char* const end = text.data() + text.size();
         for (const char* at = text.data(); at < end;) {
-            const char* name = scanner.virusFound(at, static_cast<unsigned int>(end - at), 0);
+            STREAMENGINE_SPACE::DigestFeed nothing;
+            const char* name =
+                scanner.virusFound(at, static_cast<unsigned int>(end - at), 0, 0, nothing);
             if (name == nullptr) return;
             const Member& member = memberNamed(name);
             found[member.index] = true;
@@ -93,7 +96,10 @@ KeywordFinder::KeywordFinder(const std::vector<std::string>& keywords) {
 KeywordFinder::~KeywordFinder() = default;
 
 void KeywordFinder::search(std::string_view text, std::vector<bool>& found) const {
-    for (const auto& layer : layers) layer->search(text, found);
+    std::string padded(text);  // a search reads a little behind the end
+    padded.append(STREAMENGINE_SPACE::SignatureScanner::kSlack, '\0');
+    const std::string_view readable(padded.data(), text.size());
+    for (const auto& layer : layers) layer->search(readable, found);
 }
 
 }  // namespace zvk

@@ -45,7 +45,7 @@ class GramFilter {
 
     View view() const {
         // The first byte is the lowest: what the factor's zeros shift out stands behind the gram.
-        return {words.data(), 0x9E3779B97F4A7C15U << (64 - 8 * width), shift};
+        return {isFilled ? words.data() : &kNoGram, 0x9E3779B97F4A7C15U << (64 - 8 * width), shift};
     }
 
     /// @return the hash of the gram at `at`, of which kReadLength bytes have to be readable
@@ -76,7 +76,9 @@ class GramFilter {
     static int shiftFor(size_t slots);
 
   private:
-    std::vector<uint64_t> words{0};  // of an empty table, one that all hashes lead to
+    static constexpr uint64_t kNoGram = 0;  // all hashes lead to it while there are no words
+
+    std::vector<uint64_t> words;
     int shift = 63;
     bool isFilled = false;
 };

@@ -158,7 +158,7 @@ TEST_F(Allocation, PlainSignaturesAreSmallAndQuickToList) {
     const auto start = std::chrono::steady_clock::now();
     ASSERT_EQ(load(".ndb", lines), 0);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
-    EXPECT_LT(bytesInUse - empty, kTables + kSignatures * (kOwnBytes + 66));
+    EXPECT_LT(bytesInUse - empty, kTables + kSignatures * (kOwnBytes + 115));
 }
 
 TEST_F(Allocation, RefusedLinesLeaveNothing) {

@@ -95,9 +95,10 @@ TEST_F(Details, DumpsOfRecords) {
     StreamScanner scanner(container, nullptr, nullptr, 0);
     char text[] = "A\aXab";
     ops.detailLog = 1;
-    scanner.virusFound(text, 5, 16, false);
+    DigestFeed nothing;
+    scanner.virusFound(text, 5, 16, 0, nothing);
     char plain[] = "x0000000\xe9x";
-    scanner.virusFound(plain, 10, 0, false);
+    scanner.virusFound(plain, 10, 0, 0, nothing);
     std::string all;
     for (const auto& line : sent) {
         const std::string message = line.substr(line.find(']') + 1);
