@@ -22,6 +22,11 @@ class DigestFeed {
         if (context->missing() != 0) take(std::min(left, context->missing()));
     }
 
+    DigestFeed(const DigestFeed&) = delete;
+    DigestFeed& operator=(const DigestFeed&) = delete;
+    /// Digests what is left, also when a search is left by an exception.
+    ~DigestFeed() { finish(); }
+
     /// Digests all that is left.
     void finish() {
         if (left != 0) take(left);

@@ -38,8 +38,10 @@ bool agrees(const TriePattern& pattern, const uint8_t* text, uint32_t length) {
 }
 
 bool agrees(const Unit& unit, const uint8_t* text, uint32_t length) {
-    if (unit.kind == Kind::Bm) return std::memcmp(unit.bm().sig.data(), text, length) == 0;
-    return agrees(unit.trie(), text, length);
+    if (unit.kind != Kind::Bm) return agrees(unit.trie(), text, length);
+    // The last byte differs most often among patterns that share a head.
+    const auto& sig = unit.bm().sig;
+    return sig[length - 1] == text[length - 1] && std::memcmp(sig.data(), text, length) == 0;
 }
 
 }  // namespace
@@ -190,8 +192,10 @@ class SignatureScanner::Pass {
             followMarks(stretch[strip], at);
         }
         for (; at < safe; at += SignatureIndex::kStep) lookAtStep(at);
-        for (; at < stop; at += SignatureIndex::kStep) lookNearEnd(at);
-        return std::min(at, length);
+        // By distances: the end may be just below 4 GiB.
+        for (; stop - at > SignatureIndex::kStep; at += SignatureIndex::kStep) lookNearEnd(at);
+        lookNearEnd(at);
+        return stop;
     }
 
     void followMarks(StripMarks left, uint32_t at) {
@@ -225,9 +229,10 @@ class SignatureScanner::Pass {
     /// The same, where the text may end behind a gram or in it.
     void lookNearEnd(uint32_t at) {
         if (hasRoom(index.steps, at)) lookForStep(at);
-        for (uint32_t i = at; i < at + SignatureIndex::kStep; ++i) {
-            if ((i - at) % SignatureIndex::kRunStep == 0) lookForRuns(i);
-            lookForRun(index.pairs, i);
+        const uint32_t count = std::min(SignatureIndex::kStep, length - at);
+        for (uint32_t i = 0; i < count; ++i) {
+            if (i % SignatureIndex::kRunStep == 0) lookForRuns(at + i);
+            lookForRun(index.pairs, at + i);
         }
     }
 
@@ -289,7 +294,7 @@ class SignatureScanner::Pass {
     void consider(uint32_t number, uint32_t offset, uint32_t at) {
         const Unit& unit = index.units[number];
         const uint32_t start = at - offset;
-        if (offset > at || start < settled) return;
+        if (offset > at || start < settled || start > surelyFound) return;
         const uint32_t rest = length - start;
         if (unit.checkOffset < rest && text[start + unit.checkOffset] != unit.checkByte) return;
         if (unit.kind == Kind::LaterOfMany && finds.empty() && !wraps &&
@@ -300,14 +305,19 @@ class SignatureScanner::Pass {
         if (!agrees(unit, text + start, std::min(unit.length, rest))) return;
         if (unit.length > rest) {
             cutOff = std::min(cutOff, start);
-        } else if (unit.kind != Kind::Bm) {
-            finds.push_back({start, number});
-            // It will be accepted, unless something is found in front: then all is opened again.
-            if (isShared(unit)) scanner.marks.finish(number);
-            wakeNext(unit.kind, number);
-        } else if (offsetHolds(*unit.pattern, start)) {
-            firstBm = {start, number};
+            return;
         }
+        if (unit.kind <= Kind::OffsetFirst && !offsetHolds(*unit.pattern, start)) return;
+        if (unit.kind == Kind::Bm) {
+            firstBm = {start, number};
+            return;
+        }
+        finds.push_back({start, number});
+        if (unit.kind == Kind::Single) surelyFound = std::min(surelyFound, start);
+        // It will be accepted, unless something is found in front: then all is opened again. Looks
+        // find a unit's starts from left to right, so that this is the first.
+        if (isShared(unit)) scanner.marks.finish(number);
+        wakeNext(unit.kind, number);
     }
 
     /// Gets ready for the parts behind one that may be accepted.
@@ -384,8 +394,9 @@ class SignatureScanner::Pass {
             break;
         }
         for (const Candidate& candidate : candidates) {
-            if (isShared(index.units[candidate.unit]) && candidate.rank < limit)
+            if (isShared(index.units[candidate.unit]) && candidate.rank < limit) {
                 startSignatures(candidate, pos, limit);
+            }
         }
         candidates.clear();
         return limit != std::numeric_limits<uint32_t>::max();
@@ -397,16 +408,9 @@ class SignatureScanner::Pass {
         const uint32_t pos = base + start;
         const Unit& unit = index.units[candidate.unit];
         if (isShared(unit)) return false;  // later, by startSignatures()
-        switch (unit.kind) {
-            case Kind::Single:
-                if (!offsetHolds(part, start)) return false;
-                scanner.result->addPart(part, pos);
-                return true;
-            case Kind::OffsetFirst:
-                if (!offsetHolds(part, start)) return false;
-                break;
-            default:
-                break;
+        if (unit.kind == Kind::Single) {
+            scanner.result->addPart(part, pos);
+            return true;
         }
         const auto [partsMatched, partEnd] = scanner.progressOf(part);
         return PartProgress::fits(part, partsMatched, partEnd, pos) &&
@@ -443,6 +447,8 @@ class SignatureScanner::Pass {
     const bool wraps;
     const bool isExpanded;  // progress is kept for each signature on its own
     uint32_t cutOff = 0;    // in front of it all that begins was seen whole
+    // Where a signature of one part stands: nothing behind it will be judged.
+    uint32_t surelyFound = std::numeric_limits<uint32_t>::max();
     Find firstBm{std::numeric_limits<uint32_t>::max(), SignatureIndex::kNoUnit};
     Match match;
     // Room for what is found as a rule: only a text full of finds allocates.
@@ -457,7 +463,9 @@ SignatureScanner::Match SignatureScanner::virusFound(const uint8_t* text, uint32
                                                      DigestFeed& feed) {
     settledTo = length;
     if (index.units.empty()) return {};
-    if (wentOn) marks.reopen();
+    const bool wraps = base > std::numeric_limits<uint32_t>::max() - length;
+    if (wentOn || wraps) marks.reopen();
+    wentOn = true;  // also if the search throws
     const Match match = Pass(*this, text, length, base, settled, feed).run();
     wentOn = match.pattern != nullptr;
     return match;

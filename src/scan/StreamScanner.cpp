@@ -51,6 +51,7 @@ void StreamScanner::reset2() {
 
 void StreamScanner::init() {
     PatternMatcher::init();
+    tailSettled = 0;
     if (md5Scanner != nullptr) md5Scanner->reset();
     if (typeScanner) typeScanner->reset();
 }

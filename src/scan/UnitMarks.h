@@ -36,9 +36,9 @@ class UnitMarks {
     static constexpr uint32_t kMarkBits = 3;
 
     size_t slotOf(uint32_t unit) const {
-        constexpr uint32_t kGoldenRatio = 0x9E3779B1;
+        constexpr uint64_t kGoldenRatio = 0x9E3779B97F4A7C15;
         const size_t mask = slots.size() - 1;
-        size_t slot = (unit * kGoldenRatio >> 10) & mask;
+        size_t slot = static_cast<size_t>(unit * kGoldenRatio >> 32) & mask;
         while (slots[slot] != 0 && slots[slot] >> 2 != unit) slot = (slot + 1) & mask;
         return slot;
     }

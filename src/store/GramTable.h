@@ -7,6 +7,7 @@
 // Built once, then read by any number of scanners.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <span>
@@ -16,6 +17,8 @@ namespace STREAMENGINE_SPACE {
 
 /// Which grams there are, without what is known of them.
 class GramFilter {
+    static_assert(std::endian::native == std::endian::little, "grams are read as they lie");
+
   public:
     static constexpr uint32_t kReadLength = 8;  // bytes that hash() reads, whatever the width
 

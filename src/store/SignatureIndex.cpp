@@ -100,7 +100,8 @@ class SignatureIndex::Compiler {
                 others.push_back(unit);
             } else {
                 setAnchor(unit, literals, anchor->offset, kStep);
-                for (uint32_t i = 0; i < kStep; ++i) {
+                // The last place first: one look then finds a unit's starts from left to right.
+                for (uint32_t i = kStep; i-- > 0;) {
                     const uint64_t hash = index.steps.hash(literals.at(anchor->offset + i));
                     grams.push_back({hash, unit * kStep + i});
                 }

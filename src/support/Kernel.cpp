@@ -21,9 +21,11 @@ constexpr std::array<KernelEntry, 4> kKernels = {{{Kernel::Plain, "plain"},
 
 bool hasKernel(Kernel kernel) {
 #ifdef __x86_64__
-    if (kernel == Kernel::Avx2) return __builtin_cpu_supports("avx2") != 0;
+    const bool hasAvx2 = __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi2") != 0;
+    if (kernel == Kernel::Avx2) return hasAvx2;
     if (kernel == Kernel::Avx512) {
-        return __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vl") != 0 &&
+        return hasAvx2 && __builtin_cpu_supports("avx512bw") != 0 &&
+               __builtin_cpu_supports("avx512vl") != 0 &&
                __builtin_cpu_supports("avx512vbmi2") != 0;
     }
 #endif

@@ -26,7 +26,12 @@ class Generator {
     explicit Generator(unsigned int seed) : random(seed) {
         for (std::string& word : words) {
             const size_t length = pick(3) == 0 ? 9 + pick(30) : 2 + pick(6);
-            while (word.size() < length) word += "aab<>/s-"[pick(8)];
+            // Some repeat a letter or two: what is found in them is found a byte later as well.
+            const size_t period = pick(4) == 0 ? 1 + pick(2) : length;
+            while (word.size() < length) {
+                const bool isCopy = word.size() >= period;
+                word += isCopy ? word[word.size() - period] : "aab<>/s-"[pick(8)];
+            }
         }
     }
 
@@ -271,6 +276,24 @@ TEST_F(Kernels, AgreeWhereOffsetsWrap) {
         }
     }
     EXPECT_GT(told, size_t{kSets} * kStreams / 4);
+}
+
+// A gap that was too wide at an offset fits at the same one, 4 GiB later.
+TEST_F(Kernels, AgreeWhereOffsetsComeAgain) {
+    load({"P:0:*:71777274{-10}7a78"});
+    for (const auto& container : containers) {
+        PatternMatcher matcher(container, nullptr, nullptr);
+        int found = 0;
+        for (const auto& [base, text] : {std::pair{100U, "qwrt" + std::string(24, '.') + "zx"},
+                                         std::pair{0xFFFFFFFDU, std::string(6, '.')},
+                                         std::pair{104U, std::string("....zx..")}}) {
+            const std::string padded = text + std::string(SignatureScanner::kSlack, ' ');
+            const auto length = static_cast<unsigned int>(text.size());
+            DigestFeed nothing;
+            found += matcher.virusFound(padded.data(), length, base, 0, nothing) != nullptr;
+        }
+        EXPECT_EQ(found, 1) << kernelName(container.kernel);
+    }
 }
 
 }  // namespace
