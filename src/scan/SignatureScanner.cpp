@@ -151,8 +151,10 @@ class SignatureScanner::Pass {
         // What begins closer to the end may have its anchor behind it, a gram longer than this.
         const uint32_t hidden = reach + GramFilter::kReadLength;
         cutOff = length > hidden ? std::max(settled, length - hidden) : settled;
-        for (uint32_t at = settled; at < length;) {
-            at = search(at, length - at > kStretch ? at + kStretch : length);
+        // Short at first: a host that goes on behind each match begins anew each time.
+        uint32_t stretch = kStripLength;
+        for (uint32_t at = settled; at < length; stretch = std::min(2 * stretch, kStretch)) {
+            at = search(at, length - at > stretch ? at + stretch : length);
             const uint32_t bound = at < length ? at - std::min(at, reach) : length;
             if (judgeFinds(bound)) return match;
             if (firstBm.start < bound && !index.hasTrieUnits()) break;
