@@ -422,6 +422,7 @@ ZVK_API int32_t scanfilter(void* instance, const char* data, uint32_t length, ch
  * @return the safe data length: bytes scanned while the stream had no detection, all of them for a
  *         clean stream and 0 for an empty one, or one of the codes below. The length is counted in
  *         32 bits: for streams of 2 GiB and more it is no longer told apart from a code.
+ *         Streams of 4 GiB and more are not looked up by their digest.
  *         ZVK_ERR_BAD_INSTANCE   null, never created or already destroyed
  *         ZVK_ERR_BAD_STATE      no stream is open
  *         ZVK_ERR_NOT_SCANNABLE  the stream was refused, or is short and of no type to be scanned
