@@ -53,7 +53,9 @@ class GramCounts {
     uint32_t width() const { return hasher.width; }
 
   private:
-    size_t slotOf(const uint8_t* gram) const { return hasher.hash(gram) >> shift; }
+    size_t slotOf(const uint8_t* gram) const {
+        return static_cast<size_t>(hasher.hash(gram) >> shift);
+    }
 
     GramFilter hasher;
     int shift;

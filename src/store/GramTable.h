@@ -71,7 +71,7 @@ class GramFilter {
     void reserve(size_t grams);
     void enter(uint64_t hash) {
         const uint64_t bit = hash >> shift;
-        words[bit / 64] |= uint64_t{1} << (bit % 64);
+        words[static_cast<size_t>(bit / 64)] |= uint64_t{1} << (bit % 64);
     }
     /// @return how many slots there are to be, a power of two
     static size_t slotCount(size_t wanted);
@@ -126,13 +126,13 @@ void GramTable<Value>::build(const std::vector<Gram>& grams) {
     values.resize(grams.size());
     for (const Gram& gram : grams) {
         enter(gram.hash);
-        ++starts[gram.hash >> bucketShift];
+        ++starts[static_cast<size_t>(gram.hash >> bucketShift)];
     }
     uint32_t end = 0;
     for (uint32_t& start : starts) start = end += start;
     // From the back, so that each start moves from its bucket's end to its beginning.
     for (size_t i = grams.size(); i-- > 0;) {
-        values[--starts[grams[i].hash >> bucketShift]] = grams[i].value;
+        values[--starts[static_cast<size_t>(grams[i].hash >> bucketShift)]] = grams[i].value;
     }
 }
 
