@@ -18,7 +18,7 @@ namespace {
 using Kind = SignatureIndex::Kind;
 using Unit = SignatureIndex::Unit;
 
-// From here to there the text is searched before what it held is put in order.
+// Bytes that are searched, at most, before what they held is put in order and judged.
 constexpr uint32_t kStretch = 1024;
 
 bool agrees(const TriePattern& pattern, const uint8_t* text, uint32_t length) {

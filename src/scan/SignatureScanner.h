@@ -7,9 +7,8 @@
 //     behind it; of the tail of the last buffer only that is searched again which was cut short. (A
 //     part that was refused stays refused: what would have to be accepted before it lies behind
 //     it.)
-//   - A later part of a multi-part signature sleeps until the one in front of it is accepted: where
-//   it
-//     matches before, its text is not even compared.
+//   - A later part of a multi-part signature sleeps until the one in front of it is accepted:
+//     where it matches before, its text is not even compared.
 //   - The progress of signatures that begin with the same part is kept once for all of them until
 //     their second part. So their number does not matter to a stream that holds the first.
 #pragma once

@@ -6,9 +6,9 @@
 namespace STREAMENGINE_SPACE {
 namespace {
 
-// One position in fifty or so is let through for nothing where the filter fits into a cache of the
-// second level, one in twenty where it does not.
-constexpr size_t kBitsPerGram = 256;
+// One position in a hundred or more is let through for nothing while the filter fits into a cache of
+// the second level; of larger ones at most one in sixteen.
+constexpr size_t kBitsPerGram = 128;
 constexpr size_t kLeastBitsPerGram = 16;
 constexpr size_t kCachedBits = size_t{1} << 22;
 constexpr size_t kLeastSlots = 64;
@@ -25,7 +25,7 @@ int GramFilter::shiftFor(size_t slots) {
 
 void GramFilter::reserve(size_t grams) {
     const size_t wanted =
-        std::max(std::min(grams * kBitsPerGram / 2, kCachedBits), grams * kLeastBitsPerGram);
+        std::max(std::min(grams * kBitsPerGram, kCachedBits), grams * kLeastBitsPerGram);
     const size_t bits = slotCount(wanted);
     words.assign(bits / 64, 0);
     shift = shiftFor(bits);
