@@ -6,8 +6,8 @@
 namespace STREAMENGINE_SPACE {
 namespace {
 
-// One position in a hundred or more is let through for nothing while the filter fits into a cache of
-// the second level; of larger ones at most one in sixteen.
+// One position in a hundred or more is let through for nothing while the filter fits into a cache
+// of the second level; of larger ones at most one in sixteen.
 constexpr size_t kBitsPerGram = 128;
 constexpr size_t kLeastBitsPerGram = 16;
 constexpr size_t kCachedBits = size_t{1} << 22;
