@@ -14,15 +14,15 @@
 #include <string>
 #include <vector>
 
-#include "interface/zvkengine.h"
-#include "scan/MarkupFilter.h"
-#include "scan/Normaliser.h"
-#include "support/Kernel.h"
+#include "scan/filter/MarkupFilter.h"
+#include "scan/normalise/Normaliser.h"
 #include "support/MD5.h"
+#include "support/VectorUnit.h"
+#include "zvkengine.h"
 
 namespace {
 
-using QLT_SPACE::Kernel;
+using QLT_SPACE::VectorUnit;
 using STREAMENGINE_SPACE::MarkupFilter;
 using STREAMENGINE_SPACE::Normaliser;
 
@@ -70,12 +70,12 @@ void copyText(benchmark::State& state) {
 }
 
 void normalise(benchmark::State& state) {
-    const auto kernel = static_cast<Kernel>(state.range(1));
-    if (!hasKernel(kernel)) {
+    const auto unit = static_cast<VectorUnit>(state.range(1));
+    if (!hasVectorUnit(unit)) {
         state.SkipWithError("this machine does not have the kernel");
         return;
     }
-    Normaliser normaliser(kernel);
+    Normaliser normaliser(unit);
     normaliser.htmlMode = state.range(0) != 0;
     runChunks(state, kPage, [&](const char* chunk, size_t length, char* out) {
         auto left = static_cast<unsigned int>(length);

@@ -7,12 +7,12 @@
 #include <system_error>
 
 #include "PatternFile.h"
-#include "pattern/BodyReader.h"
-#include "pattern/BodyRestoration.h"
-#include "pattern/ContainerFault.h"
-#include "pattern/PatternType.h"
-#include "pattern/ZVKDeflate.h"
-#include "pattern/ZVKPatternLoader.h"
+#include "pattern/PatternLoader.h"
+#include "pattern/container/BodyReader.h"
+#include "pattern/container/BodyRestoration.h"
+#include "pattern/container/ContainerFault.h"
+#include "pattern/container/DeflateDecompressor.h"
+#include "pattern/line/PatternType.h"
 
 namespace zvk {
 

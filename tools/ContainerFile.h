@@ -10,8 +10,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "pattern/ContainerLayout.h"
-#include "pattern/SectionReader.h"
+#include "pattern/container/ContainerLayout.h"
+#include "pattern/container/SectionReader.h"
 #include "support/FilePtr.h"
 
 namespace zvk {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "ChunkStream.h"
-#include "interface/zvkengine.h"
+#include "zvkengine.h"
 
 namespace zvk {
 

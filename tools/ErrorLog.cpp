@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "interface/zvkengine.h"
+#include "zvkengine.h"
 
 namespace zvk {
 

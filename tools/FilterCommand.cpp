@@ -20,7 +20,7 @@
 #include "Output.h"
 #include "PatternSet.h"
 #include "ResultFormat.h"
-#include "scan/MarkupFilter.h"
+#include "scan/filter/MarkupFilter.h"
 
 namespace zvk {
 

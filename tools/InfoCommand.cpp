@@ -14,8 +14,8 @@
 #include "Output.h"
 #include "PatternFileCheck.h"
 #include "PatternSet.h"
-#include "interface/zvkengine.h"
-#include "support/Kernel.h"
+#include "support/VectorUnit.h"
+#include "zvkengine.h"
 
 namespace zvk {
 
@@ -40,7 +40,7 @@ struct InfoArguments {
 
 struct SetFacts {
     _ZVKEngineInfo engine{};
-    const char* kernel = QLT_SPACE::kernelName(QLT_SPACE::chooseKernel());
+    const char* kernel = QLT_SPACE::vectorUnitName(QLT_SPACE::chooseVectorUnit());
     _ZVKPatternInfo patterns{};
     std::vector<PatternFileCheck> files;
 

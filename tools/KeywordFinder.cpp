@@ -6,20 +6,20 @@
 #include <stdexcept>
 #include <utility>
 
-#include "engine/ZVKUtil.h"
 #include "keyword/ZVKKeywordMatcher.h"
-#include "scan/PatternMatcher.h"
-#include "store/BmList.h"
+#include "scan/BodyMatcher.h"
+#include "store/load/BmList.h"
 #include "support/Ascii.h"
 #include "support/DecimalNumber.h"
+#include "support/ScrambledName.h"
 
 namespace zvk {
 
 namespace {
 
 using STREAMENGINE_SPACE::BmList;
-using STREAMENGINE_SPACE::EngUtil;
-using STREAMENGINE_SPACE::PatternMatcher;
+using STREAMENGINE_SPACE::BodyMatcher;
+using STREAMENGINE_SPACE::scrambled;
 using STREAMENGINE_SPACE::ZVKKeywordMatcher;
 
 }  // namespace
@@ -44,9 +44,9 @@ class KeywordFinder::Layer {
         if (!matcher.update(array.data())) throw std::runtime_error("cannot prepare the keywords");
     }
 
-    /// @param text  behind which SignatureScanner::kSlack bytes are readable
+    /// @param text  behind which IndexScanner::kSlack bytes are readable
     void search(std::string_view text, std::vector<bool>& found) const {
-        PatternMatcher scanner(matcher.keywordSet(), nullptr, nullptr);  // it sends no event
+        BodyMatcher scanner(matcher.keywordSet(), nullptr, nullptr);  // it sends no event
         const char* const end = text.data() + text.size();
         for (const char* at = text.data(); at < end;) {
             STREAMENGINE_SPACE::DigestFeed nothing;
@@ -61,7 +61,7 @@ class KeywordFinder::Layer {
 
   private:
     const Member& memberNamed(const char* name) const {
-        const std::string index = EngUtil::scrambled(name);
+        const std::string index = scrambled(name);
         return members[static_cast<size_t>(QLT_SPACE::decimalInt64(index.c_str()))];
     }
 
@@ -97,7 +97,7 @@ KeywordFinder::~KeywordFinder() = default;
 
 void KeywordFinder::search(std::string_view text, std::vector<bool>& found) const {
     std::string padded(text);  // a search reads a little behind the end
-    padded.append(STREAMENGINE_SPACE::SignatureScanner::kSlack, '\0');
+    padded.append(STREAMENGINE_SPACE::IndexScanner::kSlack, '\0');
     const std::string_view readable(padded.data(), text.size());
     for (const auto& layer : layers) layer->search(readable, found);
 }

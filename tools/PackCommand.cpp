@@ -16,12 +16,13 @@
 #include "Output.h"
 #include "PatternFile.h"
 #include "ReplacedFile.h"
-#include "pattern/BodyRestoration.h"
-#include "pattern/ContainerWriter.h"
-#include "pattern/PatternType.h"
+#include "pattern/PatternLoader.h"
 #include "pattern/PlainLineReader.h"
-#include "pattern/ZVKPatternLoader.h"
-#include "store/ZVKPatternContainer.h"
+#include "pattern/container/BodyRestoration.h"
+#include "pattern/container/ContainerWriter.h"
+#include "pattern/line/PatternType.h"
+#include "pattern/line/SignatureLine.h"
+#include "store/PatternContainer.h"
 #include "support/Exception.h"
 
 namespace zvk {
@@ -107,7 +108,7 @@ class Packer {
         PlainLineReader reader(file.get());
         while (reader.next()) {
             try {
-                parsed.addString(reader.line(), type, false);
+                addSignatureLine(parsed, reader.line(), type, false);
                 writer.addLine(reader.line(), type);
             } catch (QLT_SPACE::Exception& refusal) {
                 ++refusedCount;

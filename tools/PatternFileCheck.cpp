@@ -9,10 +9,11 @@
 #include "ErrorLog.h"
 #include "PatternFile.h"
 #include "StdoutSilencer.h"
-#include "pattern/PatternType.h"
+#include "pattern/PatternLoader.h"
 #include "pattern/PlainLineReader.h"
-#include "pattern/ZVKPatternLoader.h"
-#include "store/ZVKPatternContainer.h"
+#include "pattern/line/PatternType.h"
+#include "pattern/line/SignatureLine.h"
+#include "store/PatternContainer.h"
 #include "support/Exception.h"
 
 namespace zvk {
@@ -32,7 +33,7 @@ std::vector<uint32_t> refusedNumbers(std::FILE* file, int type, uint64_t& readCo
     PlainLineReader reader(file);
     for (readCount = 0; reader.next(); ++readCount) {
         try {
-            container.addString(reader.line(), type, false);
+            addSignatureLine(container, reader.line(), type, false);
         } catch (QLT_SPACE::Exception&) {
             numbers.push_back(reader.lineNumber());
         }

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "interface/zvkengine.h"
+#include "zvkengine.h"
 
 namespace CLI {
 class App;

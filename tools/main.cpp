@@ -12,7 +12,7 @@
 #include "Command.h"
 #include "Diagnostics.h"
 #include "Output.h"
-#include "interface/zvkengine.h"
+#include "zvkengine.h"
 
 namespace zvk {
 

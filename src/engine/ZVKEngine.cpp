@@ -9,10 +9,12 @@
 #include <string>
 
 #include "engine/ZVKEngineInstance.h"
-#include "engine/ZVKUtil.h"
-#include "pattern/ZVKPatternLoader.h"
+#include "pattern/PatternLoader.h"
+#include "support/EngUtil.h"
+#include "support/EngineOption.h"
 #include "support/Exception.h"
 #include "support/FilePtr.h"
+#include "support/Log.h"
 #include "support/io/File.h"
 
 namespace STREAMENGINE_SPACE {
@@ -102,7 +104,6 @@ ZVKEngine::ZVKEngine() {
 ZVKEngine::~ZVKEngine() {
     firstContainer.reset();
     secondContainer.reset();
-    instances.clear();
 }
 
 int ZVKEngine::loadPattern(const _ZVKPatternFile* pf) {
@@ -116,7 +117,7 @@ int ZVKEngine::loadPattern(const _ZVKPatternFile* pf) {
         return ZVK_ERR_NULL_ARG;
     }
     const Monitor loading(loadLock);
-    if (currentContainer != nullptr) return ZVK_ERR_BAD_STATE;
+    if (currentSet.container() != nullptr) return ZVK_ERR_BAD_STATE;
     int count = 0;
     if (!attempt([&] { count = loadFiles(*paths, firstContainer); }, report)) {
         firstContainer.reset();
@@ -124,20 +125,9 @@ int ZVKEngine::loadPattern(const _ZVKPatternFile* pf) {
     }
     ZVK_DEBUG("# of patterns: %d", count);
     firstContainer.patternCount = static_cast<uint32_t>(count);
-    {
-        // No instance is bound yet, but one may be looking for a set to bind to.
-        const Monitor swapping(swapLock);
-        currentContainer = &firstContainer;
-    }
+    currentSet.publishFirst(firstContainer);
     ZVK_DEBUG("ZVKEngine::loadPattern, success return");
     return 0;
-}
-
-PatternContainer* ZVKEngine::idlePartner() {
-    PatternContainer* target = currentContainer->partner;
-    const Monitor swapping(swapLock);
-    if (target == nullptr || target->getUsingCount() > 0) return nullptr;
-    return target;
 }
 
 int ZVKEngine::reloadPattern(const _ZVKPatternFile* pf) {
@@ -152,8 +142,8 @@ int ZVKEngine::reloadPattern(const _ZVKPatternFile* pf) {
         return ZVK_ERR_NULL_ARG;
     }
     const Monitor loading(loadLock);
-    if (currentContainer == nullptr) return ZVK_ERR_NO_CONTAINER;
-    PatternContainer* target = idlePartner();
+    if (currentSet.container() == nullptr) return ZVK_ERR_NO_CONTAINER;
+    PatternContainer* target = currentSet.idlePartner();
     if (target == nullptr) {
         ZVK_DEBUG("no idle pattern container");
         return ZVK_ERR_NO_IDLE_CONTAINER;
@@ -166,20 +156,19 @@ int ZVKEngine::reloadPattern(const _ZVKPatternFile* pf) {
     }
     ZVK_DEBUG("loading pattern finish");
     target->patternCount = static_cast<uint32_t>(count);
-    const Monitor swapping(swapLock);
-    currentContainer = target;
-    ++generation;
+    currentSet.publishNext(*target);
     return 0;
 }
 
 int ZVKEngine::getPatternInfo(_ZVKPatternInfo* info) {
     const Monitor loading(loadLock);
-    if (currentContainer == nullptr) {
+    const PatternContainer* container = currentSet.container();
+    if (container == nullptr) {
         ZVK_ERROR("in ZVKEngine::getPatternInfo(), container is null");
         return ZVK_ERR_NO_CONTAINER;
     }
-    info->patternVersion = currentContainer->patternVersion;
-    info->patternCount = currentContainer->patternCount;
+    info->patternVersion = container->patternVersion;
+    info->patternCount = container->patternCount;
     return 0;
 }
 
@@ -196,47 +185,20 @@ int ZVKEngine::setOptions(int code, const void* value) {
 }
 
 int ZVKEngine::resetEngine() {
-    currentContainer = nullptr;
-    {
-        const Monitor registering(registryLock);
-        for (const uintptr_t address : instances) {
-            reinterpret_cast<ZVKEngineInstance*>(address)->detach();
-        }
-    }
+    currentSet.clear();
+    instances.forEach(
+        [](uintptr_t address) { reinterpret_cast<ZVKEngineInstance*>(address)->detach(); });
     firstContainer.reset();
     secondContainer.reset();
-    generation = 0;
     return 0;
 }
 
 ZVKEngineInstance* ZVKEngine::getInstance() {
-    return new ZVKEngineInstance(*this);
+    return new ZVKEngineInstance(currentSet, instances);
 }
 
 bool ZVKEngine::checkInsValid(const ZVKEngineInstance* ins) {
-    if (ins == nullptr) return false;
-    const Monitor registering(registryLock);
-    return instances.contains(reinterpret_cast<uintptr_t>(ins));
-}
-
-ZVKEngine::Binding ZVKEngine::bindCurrent() {
-    const Monitor swapping(swapLock);
-    if (currentContainer != nullptr) currentContainer->increaseCount();
-    return {currentContainer, generation};
-}
-
-uint32_t ZVKEngine::enrol(const ZVKEngineInstance& instance) {
-    {
-        const Monitor registering(registryLock);
-        instances.insert(reinterpret_cast<uintptr_t>(&instance));
-    }
-    const Monitor swapping(swapLock);
-    return generation;
-}
-
-void ZVKEngine::strike(const ZVKEngineInstance& instance) {
-    const Monitor registering(registryLock);
-    instances.erase(reinterpret_cast<uintptr_t>(&instance));
+    return ins != nullptr && instances.holds(ins);
 }
 
 }  // namespace STREAMENGINE_SPACE

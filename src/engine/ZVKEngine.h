@@ -5,16 +5,15 @@
 // possible. Loading never holds up scanning and running streams never hold up a reload: one that
 // finds its target still in use is refused at once.
 //
-// Lock order: loadLock, then swapLock, then a container's own; registryLock is never held together
-// with another.
+// Lock order: loadLock, then that of currentSet, then a container's own; that of the registry is
+// never held together with another.
 #pragma once
 
-#include <cstdint>
-#include <set>
-
-#include "interface/zvkengine.h"
-#include "store/ZVKPatternContainer.h"
+#include "engine/CurrentSet.h"
+#include "engine/InstanceRegistry.h"
+#include "store/PatternContainer.h"
 #include "support/Mutex.h"
+#include "zvkengine.h"
 
 namespace STREAMENGINE_SPACE {
 
@@ -44,30 +43,12 @@ class ZVKEngine {
     /// @return whether ins is a live instance of this engine; only its address is looked at
     bool checkInsValid(const ZVKEngineInstance* ins);
 
-    /// What an instance needs to begin a stream.
-    struct Binding {
-        PatternContainer* container;  // null while nothing is loaded; else its use count is raised
-        uint32_t generation;
-    };
-    Binding bindCurrent();
-
-    /// Registers an instance.
-    /// @return the generation that it starts from
-    uint32_t enrol(const ZVKEngineInstance& instance);
-    void strike(const ZVKEngineInstance& instance);
-
   private:
-    /// @return the container that is not current, or null while a stream still uses it
-    PatternContainer* idlePartner();
-
-    QLT_SPACE::Mutex loadLock;      // serialises loads and pattern information
-    QLT_SPACE::Mutex swapLock;      // guards currentContainer and generation
-    QLT_SPACE::Mutex registryLock;  // guards instances
+    QLT_SPACE::Mutex loadLock;  // serialises loads and pattern information
     PatternContainer firstContainer;
     PatternContainer secondContainer;
-    PatternContainer* currentContainer = nullptr;  // null or one of the two
-    uint32_t generation = 0;                       // successful reloads since the last reset
-    std::set<uintptr_t> instances;                 // addresses of all live instances
+    CurrentSet currentSet;  // one of the two, or none
+    InstanceRegistry instances;
 };
 
 }  // namespace STREAMENGINE_SPACE

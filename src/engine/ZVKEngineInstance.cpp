@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-#include "engine/ZVKEngine.h"
-#include "engine/ZVKUtil.h"
 #include "scan/FileType.h"
+#include "support/Log.h"
+#include "support/ScrambledName.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
@@ -27,8 +27,9 @@ const void* asPointer(uint32_t position) {
 
 }  // namespace
 
-ZVKEngineInstance::ZVKEngineInstance(ZVKEngine& creator) : engine(creator) {
-    generation = engine.enrol(*this);
+ZVKEngineInstance::ZVKEngineInstance(CurrentSet& engineSet, InstanceRegistry& liveInstances)
+    : currentSet(engineSet), registry(liveInstances), generation(engineSet.generation()) {
+    registry.add(this);
 }
 
 ZVKEngineInstance::~ZVKEngineInstance() {
@@ -37,7 +38,7 @@ ZVKEngineInstance::~ZVKEngineInstance() {
     } catch (...) {
         // The stream is closed all the same, and its result would have been dropped.
     }
-    engine.strike(*this);
+    registry.remove(this);
 }
 
 std::unique_ptr<StreamScanner> ZVKEngineInstance::getScanner(
@@ -48,7 +49,7 @@ std::unique_ptr<StreamScanner> ZVKEngineInstance::getScanner(
 }
 
 std::optional<bool> ZVKEngineInstance::bind() {
-    const ZVKEngine::Binding current = engine.bindCurrent();
+    const CurrentSet::Binding current = currentSet.bind();
     const bool isChanged = generation < current.generation || container != current.container;
     generation = current.generation;
     container = current.container;
@@ -101,7 +102,7 @@ int ZVKEngineInstance::collect(const char* data, unsigned int length) {
     std::memcpy(header.data() + headerLength, data, length);
     headerLength += length;
     _st_filetype_info info;
-    typeVerdict = EngUtil::getFileType(header.data(), headerLength, typePosition, &info);
+    typeVerdict = getFileType(header.data(), headerLength, typePosition, &info);
     if (typeVerdict == kTypeUndecided) return 0;
     if (typeVerdict == kTypeNotText) {
         ZVK_DEBUG("ZVKEngineInstance::scan, not support data [%02x] @ %p.",
@@ -117,7 +118,7 @@ int ZVKEngineInstance::completeHeader(const char* data, unsigned int length) {
     std::memcpy(header.data() + headerLength, data, missing);
     headerLength = kHeaderLength;
     _st_filetype_info info;
-    typeVerdict = EngUtil::getFileType(header.data(), headerLength, typePosition, &info);
+    typeVerdict = getFileType(header.data(), headerLength, typePosition, &info);
     if (typeVerdict == kTypeNotText) {
         ZVK_DEBUG("ZVKEngineInstance::scan, NOT support data [%02x] @ %p.",
                   static_cast<unsigned char>(header[info.position]), asPointer(info.position));
@@ -170,7 +171,7 @@ int ZVKEngineInstance::finish() {
         scanner->md5Scanner != nullptr ? scanner->md5Scanner->virusFound() : nullptr;
     if (record != nullptr) {
         const std::string name =
-            *record->virName == '\0' ? EngUtil::scrambled("Generic.Virus") : record->virName;
+            *record->virName == '\0' ? scrambled("Generic.Virus") : record->virName;
         scanner->sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name.c_str());
         scanner->safeLength = 0;
     }

@@ -13,20 +13,19 @@
 #include <memory>
 #include <optional>
 
-#include "interface/zvkengine.h"
+#include "engine/CurrentSet.h"
+#include "engine/InstanceRegistry.h"
 #include "scan/StreamScanner.h"
+#include "zvkengine.h"
 
 namespace STREAMENGINE_SPACE {
-
-class PatternContainer;
-class ZVKEngine;
 
 class ZVKEngineInstance {
   public:
     static constexpr uint32_t kHeaderLength = 256;
 
-    /// Enters itself into the engine's registry.
-    explicit ZVKEngineInstance(ZVKEngine& engine);
+    /// Enters itself into the engine's registry. Borrows both for its life.
+    ZVKEngineInstance(CurrentSet& engineSet, InstanceRegistry& liveInstances);
     /// Ends an open stream, dropping the result, and leaves the registry.
     ~ZVKEngineInstance();
     ZVKEngineInstance(const ZVKEngineInstance&) = delete;
@@ -51,7 +50,6 @@ class ZVKEngineInstance {
     /// not lowered: the container's reset clears it.
     void detach();
 
-    ZVKEngine& getEngine() { return engine; }
     const StreamScanner* streamScanner() const { return scanner.get(); }
 
   private:
@@ -69,7 +67,8 @@ class ZVKEngineInstance {
     bool passTypeGate();
     int finish();
 
-    ZVKEngine& engine;
+    CurrentSet& currentSet;
+    InstanceRegistry& registry;
     std::unique_ptr<StreamScanner> scanner;  // null before the first stream and after detach()
     PatternContainer* container = nullptr;   // that the last stream was bound to
     uint32_t generation = 0;                 // the engine's when scanner was built

@@ -1,9 +1,9 @@
 // The library's globals, in one unit because their order matters: the engine's constructor fills
 // the options, and its destructor still logs by them.
 
-#include "engine/EngineOption.h"
 #include "engine/ZVKEngine.h"
 #include "keyword/ZVKKeywordMatcher.h"
+#include "support/EngineOption.h"
 
 namespace STREAMENGINE_SPACE {
 

@@ -1,13 +1,13 @@
 // The exported functions: each checks its arguments and the handle in a fixed order and hands
 // over. No exception passes: where a function defines no other answer, memory has run out.
 
-#include "interface/zvkengine.h"
+#include "zvkengine.h"
 
 #include <utility>
 
-#include "engine/EngineOption.h"
 #include "engine/ZVKEngine.h"
 #include "engine/ZVKEngineInstance.h"
+#include "support/EngineOption.h"
 
 namespace {
 

@@ -7,10 +7,11 @@
 #include <string_view>
 #include <utility>
 
-#include "engine/ZVKUtil.h"
-#include "pattern/PatternType.h"
+#include "pattern/PatternLoader.h"
+#include "pattern/line/SignatureLine.h"
 #include "support/Ascii.h"
 #include "support/Exception.h"
+#include "support/Log.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
@@ -93,7 +94,7 @@ bool ZVKKeywordMatcher::DoUpdate(const char** keywords) {
     int index = 0;
     for (; keywords[index] != nullptr; ++index) addKeyword(index, keywords[index]);
     ZVK_DEBUG("Total keywords [%d]", index);
-    container.prepare();
+    PatternLoader::prepare(container);
     return true;
 }
 
@@ -103,7 +104,7 @@ void ZVKKeywordMatcher::addKeyword(int index, std::string_view keyword) {
                   static_cast<int>(std::min<size_t>(keyword.size(), INT_MAX)), index);
         return;
     }
-    container.addString(signatureLine(index, keyword).c_str(), PATTERN_BASIC, true);
+    addSignatureLine(container, signatureLine(index, keyword).c_str(), PATTERN_BASIC, true);
 }
 
 }  // namespace STREAMENGINE_SPACE

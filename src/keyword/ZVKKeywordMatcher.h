@@ -15,8 +15,8 @@
 #include <mutex>
 #include <string_view>
 
-#include "interface/zvkengine.h"
-#include "store/ZVKPatternContainer.h"
+#include "store/PatternContainer.h"
+#include "zvkengine.h"
 
 namespace STREAMENGINE_SPACE {
 

@@ -5,9 +5,9 @@
 #include <memory>
 #include <new>
 
-#include "engine/ZVKUtil.h"
 #include "support/Ascii.h"
 #include "support/Exception.h"
+#include "support/Log.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
@@ -16,7 +16,7 @@ constexpr const char* kUnit = "ZVKKeywordMatcher";
 
 // A shorter text is copied to the stack: an allocation would be felt in the time that it takes.
 constexpr size_t kShortText = 1024;
-constexpr size_t kSlack = SignatureScanner::kSlack;  // behind a copy
+constexpr size_t kSlack = IndexScanner::kSlack;  // behind a copy
 
 }  // namespace
 

@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "keyword/ZVKKeywordMatcher.h"
-#include "scan/PatternMatcher.h"
+#include "scan/BodyMatcher.h"
 
 namespace STREAMENGINE_SPACE {
 
@@ -32,7 +32,7 @@ class ZVKKeywordMatcherInstance {
     ZVKKeywordMatcher& matcher;
     const ZVKScanEngineCallbacks* callbacks;
     void* userData;
-    std::optional<PatternMatcher> scanner;  // made with the right to read held
+    std::optional<BodyMatcher> scanner;  // made with the right to read held
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,6 +1,6 @@
 #include "pattern/PlainLineReader.h"
 
-#include "engine/ZVKUtil.h"
+#include "support/EngUtil.h"
 
 namespace STREAMENGINE_SPACE {
 

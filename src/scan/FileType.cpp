@@ -156,21 +156,8 @@ const MagicRecord* findMagic(const char* data, unsigned int len, unsigned int po
 
 }  // namespace
 
-const TypeSignature zvkSMagic[] = {
-    {"3c62723e", "HTML data", kTypeMarkup},        // <br>
-    {"3c646976", "HTML data", kTypeMarkup},        // <div
-    {"3c68746d6c", "HTML data", kTypeMarkup},      // <html
-    {"3c686561643e", "HTML data", kTypeMarkup},    // <head>
-    {"3c666f6e74", "HTML data", kTypeMarkup},      // <font
-    {"3c696d67", "HTML data", kTypeMarkup},        // <img
-    {"3c736372697074", "HTML data", kTypeMarkup},  // <script
-    {"3c6f626a656374", "HTML data", kTypeMarkup},  // <object
-    {"3c696672616d65", "HTML data", kTypeMarkup},  // <iframe
-    {nullptr, nullptr, kTypeNotText},
-};
-
-uint32_t EngUtil::getFileType(const char* data, unsigned int len, unsigned int& pos,
-                              _st_filetype_info* info) {
+uint32_t getFileType(const char* data, unsigned int len, unsigned int& pos,
+                     _st_filetype_info* info) {
     for (; pos < len; ++pos) {
         if (const MagicRecord* record = findMagic(data, len, pos)) {
             info->description = record->description;

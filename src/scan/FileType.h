@@ -1,4 +1,4 @@
-// What a stream is, told by its first bytes: EngUtil::getFileType() and the type signatures.
+// What a stream is, told by its first bytes: getFileType() and the type signatures.
 //
 // Each position is tried first against the magics that end there, then for being text, so a magic
 // with a byte that is not text before its last (gzip, ELF, ZIP, MPEG, OLE2) is never reached and
@@ -7,21 +7,23 @@
 
 #include <cstdint>
 
-#include "engine/ZVKUtil.h"
-
 namespace STREAMENGINE_SPACE {
 
 constexpr uint32_t kTypeUndecided = 500;  // all text so far, no known format
 constexpr uint32_t kTypeNotText = 501;
-constexpr uint16_t kTypeMarkup = 525;
 
-/// A signature by which text is recognised as markup, over the normalised stream.
-struct TypeSignature {
-    const char* signature;  // hexadecimal; null ends the list
-    const char* name;
-    uint16_t typeCode;
+/// What getFileType() reports beside its result.
+struct _st_filetype_info {
+    const char* description = nullptr;  // static text; set only when a known format was found
+    uint32_t position = 0;              // set only when a byte that is not text was found
 };
 
-extern const TypeSignature zvkSMagic[];
+/// Types a stream by its first bytes.
+/// @param data  the stream's first bytes collected so far, from its start
+/// @param pos   first position not examined yet; advanced
+/// @param info  filled as its fields say
+/// @return kTypeUndecided, kTypeNotText or the code of a known format
+uint32_t getFileType(const char* data, unsigned int len, unsigned int& pos,
+                     _st_filetype_info* info);
 
 }  // namespace STREAMENGINE_SPACE

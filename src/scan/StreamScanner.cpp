@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "engine/ZVKUtil.h"
 #include "scan/WorkBuffer.h"
-#include "store/ZVKPatternContainer.h"
-#include "support/DecimalNumber.h"
+#include "store/PatternContainer.h"
+#include "support/Log.h"
+#include "support/ScrambledName.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
@@ -18,10 +18,10 @@ constexpr const char* kUnit = "StreamScanner";
 StreamScanner::StreamScanner(const PatternContainer& container,
                              const ZVKScanEngineCallbacks* callbackRecord, void* hostData,
                              uintptr_t ownerValue)
-    : PatternMatcher(container, callbackRecord, hostData),
+    : BodyMatcher(container, callbackRecord, hostData),
       overlap(static_cast<uint32_t>(container.maxPatternLength)),
       owner(ownerValue),
-      normaliser(container.kernel) {
+      normaliser(container.vectorUnit) {
     if (container.md5List.hasTables()) {
         md5Scanner = std::make_unique<Md5Scanner>(container.md5List, &result);
     }
@@ -50,7 +50,7 @@ void StreamScanner::reset2() {
 }
 
 void StreamScanner::init() {
-    PatternMatcher::init();
+    BodyMatcher::init();
     tailSettled = 0;
     if (md5Scanner != nullptr) md5Scanner->reset();
     if (typeScanner) typeScanner->reset();
@@ -78,8 +78,7 @@ int StreamScanner::findType(Window& window, const char* data, unsigned int len) 
         reinterpret_cast<const unsigned char*>(window.text), window.used + produced, window.base);
     if (found == nullptr) return 0;
     if (*added == '<' && Normaliser::checkHeader(chunk, chunkLength)) normaliser.htmlMode = true;
-    ZVK_DEBUG("StreamScanner::scanBuffer, find type name [%s].",
-              EngUtil::scrambled(found->virName).c_str());
+    ZVK_DEBUG("StreamScanner::scanBuffer, find type name [%s].", scrambled(found->virName).c_str());
     return 1;
 }
 
@@ -100,7 +99,7 @@ int StreamScanner::runCycles(Window& window, const char* data, unsigned int len)
             if (detectionCount == 0) safeLength += chunkLength;
             return count;
         }
-        EngUtil::sendDumpEvent(added, produced, callbacks, userData);
+        sendDumpEvent(added, produced);
         const uint32_t end = window.used + produced;
         DigestFeed feed =
             md5Scanner != nullptr ? md5Scanner->feedOf(added, produced) : DigestFeed();
@@ -158,10 +157,6 @@ bool StreamScanner::searchNextVirus(const char* name) {
     if (sendDetection(name) != 0) return false;
     init();
     return true;
-}
-
-bool StreamScanner::verifyExtendedOption(const char* option, uint32_t offset) {
-    return option == nullptr || QLT_SPACE::decimalInt64(option) == int64_t{offset};
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -3,7 +3,7 @@
 // Each chunk is normalised behind the tail of the one before, so that a signature cut by a chunk
 // boundary is still whole in the text searched. That text is in the call's own buffer: between
 // calls a stream keeps its tail, of overlap bytes as a rule. A chunk without a detection allocates
-// no more than its search does, see PatternMatcher, but for a buffer where the set's longest
+// no more than its search does, see BodyMatcher, but for a buffer where the set's longest
 // signature is longer than kInlineOverlap.
 //
 // It scans in two passes. The type pass, over the start of the stream, answers whether the stream
@@ -19,15 +19,15 @@
 #include <string>
 #include <vector>
 
-#include "interface/zvkengine.h"
-#include "scan/MarkupFilter.h"
-#include "scan/Md5Scanner.h"
-#include "scan/Normaliser.h"
-#include "scan/PatternMatcher.h"
+#include "scan/BodyMatcher.h"
+#include "scan/digest/Md5Scanner.h"
+#include "scan/filter/MarkupFilter.h"
+#include "scan/normalise/Normaliser.h"
+#include "zvkengine.h"
 
 namespace STREAMENGINE_SPACE {
 
-class StreamScanner : public PatternMatcher {
+class StreamScanner : public BodyMatcher {
   public:
     static constexpr uint32_t kCycleLength = 16384;  // normalised bytes that a cycle adds at most
 
@@ -55,11 +55,6 @@ class StreamScanner : public PatternMatcher {
     /// Reports a detection and clears the matchers if the host answers 0.
     /// @return whether it did
     bool searchNextVirus(const char* name);
-
-    /// @param option  decimal text; null for none
-    /// @param offset  stream offset at which a match begins
-    /// @return whether a signature's offset condition holds there
-    static bool verifyExtendedOption(const char* option, uint32_t offset);
 
     std::unique_ptr<Md5Scanner> md5Scanner;  // null if the container has no digests
     uint32_t safeLength = 0;  // bytes of the chunks scanned to their end without any detection yet

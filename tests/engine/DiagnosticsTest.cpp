@@ -3,7 +3,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "engine/ZVKUtil.h"
+#include "support/EngUtil.h"
+#include "support/EngineOption.h"
+#include "support/Log.h"
+#include "support/ScrambledName.h"
 
 namespace {
 
@@ -43,8 +46,8 @@ TEST_F(Logging, CutsMessageAndPrefix) {
     const std::string longText(5000, 'm');
     ops.logLevel = 3;
     LogFileName = longText.c_str();
-    EngUtil::DbgMsg("%s", longText.c_str());
-    EngUtil::InMsg("%s", longText.c_str());
+    Log::debug("%s", longText.c_str());
+    Log::info("%s", longText.c_str());
     EXPECT_EQ(sent[0], "3[" + std::string(125, 'm') + std::string(4095, 'm'));
     EXPECT_EQ(sent[1], "0" + std::string(4095, 'm'));
 }
@@ -85,10 +88,10 @@ TEST(EngUtil, ScramblesAndBack) {
     for (int key = 0; key < 256; ++key) {
         std::string name = "Name.\x80\xff~" + std::string(key != 0, static_cast<char>(key));
         const std::string plain = name;
-        EngUtil::XorString(name.data(), static_cast<unsigned char>(key));
+        xorString(name.data(), static_cast<unsigned char>(key));
         EXPECT_EQ(std::strlen(name.c_str()), plain.size());
         EXPECT_EQ(name == plain, key == 0);
-        EXPECT_EQ(EngUtil::XorString(name.data(), static_cast<unsigned char>(key)), plain);
+        EXPECT_EQ(xorString(name.data(), static_cast<unsigned char>(key)), plain);
     }
 }
 

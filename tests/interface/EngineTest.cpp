@@ -24,7 +24,7 @@ TEST_F(Engine, TellsItself) {
 }
 
 TEST_F(Engine, ChecksOptions) {
-    const Log log(1);
+    const HostLog log(1);
     const ZVKLogFunction function = [](const char*) {};
     const std::tuple<int32_t, _ZVKLogOptions, int32_t> cases[] = {
         {1, {0, function}, ZVK_ERR_BAD_OPTION},     {-1, {9, nullptr}, ZVK_ERR_BAD_OPTION},
@@ -83,7 +83,7 @@ TEST_F(Engine, FailedLoadsLeaveItAsItWas) {
             ASSERT_EQ(load(".db", kSignature, reloadPattern), 0);
         }
         for (const auto& [base, update, reason] : cases) {
-            const Log log(1);
+            const HostLog log(1);
             const _ZVKPatternFile files = {base, update};
             testing::internal::CaptureStderr();
             EXPECT_EQ((reloading ? reloadPattern : loadPattern)(&files), ZVK_ERR_LOAD_FAILED);
@@ -106,7 +106,7 @@ TEST_F(Engine, ReloadsInTurns) {
     early.begin();
     EXPECT_EQ(reload("Two"), 0);
     late.begin();
-    const Log log(3);
+    const HostLog log(3);
     EXPECT_EQ(reload("Three"), ZVK_ERR_NO_IDLE_CONTAINER);
     EXPECT_TRUE(log.has("3[ZVKEngine]no idle pattern container"));
     early.feed(kPage);

@@ -57,7 +57,7 @@ TEST(KeywordSet, Table) {
 
 TEST(KeywordSet, TellsItsRoadInTheLog) {
     ASSERT_EQ(update({}), 0);
-    Log log(1);
+    HostLog log(1);
     ASSERT_EQ(update({"ok", "", "x", "k" + k256}), 1);
     EXPECT_EQ(log.lines(),
               (Lines{"1keyword[] length[0] index[1]:too short or too long",
@@ -82,7 +82,7 @@ TEST(KeywordSet, TellsItsRoadInTheLog) {
 TEST(KeywordSet, TellsDetailAndDebugLines) {
     const Options options({"", 1, 0, 0, 1});
     ASSERT_EQ(update({"gone"}), 1);
-    const Log log(3);
+    const HostLog log(3);
     ASSERT_EQ(update({"x", "DEMO"}), 1);
     EXPECT_TRUE(log.has("3[ZVKKeywordMatcher]Total keywords [2]"));
     EXPECT_TRUE(log.lines().back().starts_with("3[ZVKPatternContainer]ac wildcard pattern [0]"));

@@ -30,7 +30,7 @@ class StreamLog : public testing::Test {
 };
 
 TEST_F(StreamLog, OfADetection) {
-    const Log log(3);
+    const HostLog log(3);
     Host host;
     host.answers = {3};
     host.stream("x<br>evilcode1!");
@@ -48,7 +48,7 @@ TEST_F(StreamLog, OfADetection) {
 TEST_F(StreamLog, OfLoadsAndErrors) {
     destroyEngine();
     Host host;
-    Log log(3);
+    HostLog log(3);
     EXPECT_EQ(host.begin(), ZVK_ERR_NO_CONTAINER);
     EXPECT_EQ(log.lines(), Lines{"1ZVKEngineInstance::begin_scan, no pattern container."});
     log.clear();

@@ -71,7 +71,7 @@ TEST_F(Stream, GateByTheHeader) {
         {{markup, "\x01"}, {0, 0, 301}, "scan, find scannable file type."},
     };
     for (const auto& [chunks, expected, line] : cases) {
-        const Log log(3);
+        const HostLog log(3);
         EXPECT_EQ(host.begin(), 0);
         std::vector<int32_t> results;
         for (const auto& chunk : chunks) results.push_back(host.feed(chunk));
@@ -174,7 +174,7 @@ TEST_F(Stream, DetailTexts) {
         "\tSignature part 2:\n\t\tlen      :3\n\t\toffset   :0xb\n\t\tsig      :0078 0079 007a \n"
         "\t\tsig      :xyz\n\t\tasc      :1\n";
     const Options options({"", 0, 0, 1, 1});
-    const Log log(0);
+    const HostLog log(0);
     EXPECT_EQ(host.found("x<br>ab.ce.xyz"), Names{parts});
     EXPECT_EQ(log.lines(), Names{"0" + parts});
     reload(".hdb", kHelloDigest + ":15:Demo\n");

@@ -57,30 +57,30 @@ Options::~Options() {
     setInternalOptions(&off);
 }
 
-Log::Log(int level) {
+HostLog::HostLog(int level) {
     clear();
     const _ZVKLogOptions options = {level, collectLine};
     setOptions(ZVK_OPTION_LOG, &options);
 }
 
-Log::~Log() {
+HostLog::~HostLog() {
     const _ZVKLogOptions options = {0, [](const char*) {}};
     setOptions(ZVK_OPTION_LOG, &options);
 }
 
-std::vector<std::string> Log::lines() const {
+std::vector<std::string> HostLog::lines() const {
     const std::lock_guard guard(logMutex);
     std::vector<std::string> plain;
     std::transform(logLines.begin(), logLines.end(), std::back_inserter(plain), withoutLineNumber);
     return plain;
 }
 
-bool Log::has(const std::string& line) const {
+bool HostLog::has(const std::string& line) const {
     const auto all = lines();
     return std::find(all.begin(), all.end(), line) != all.end();
 }
 
-void Log::clear() {
+void HostLog::clear() {
     const std::lock_guard guard(logMutex);
     logLines.clear();
 }

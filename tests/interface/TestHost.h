@@ -34,12 +34,12 @@ class Options {
 };
 
 /// Collects log lines for one scope.
-class Log {
+class HostLog {
   public:
-    explicit Log(int level);
-    ~Log();
-    Log(const Log&) = delete;
-    Log& operator=(const Log&) = delete;
+    explicit HostLog(int level);
+    ~HostLog();
+    HostLog(const HostLog&) = delete;
+    HostLog& operator=(const HostLog&) = delete;
 
     /// All lines so far, the position of debug lines cut to their unit: "3[ZVKEngine]text".
     std::vector<std::string> lines() const;

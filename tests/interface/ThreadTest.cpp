@@ -75,7 +75,7 @@ TEST_F(Reloads, StreamsKeepTheSetTheyBeganWith) {
 
 TEST_F(Reloads, ABrokenContainerLeavesTheOldSet) {
     const std::string broken = "VQPattern" + std::string(75, '\0');  // no body, and not its digest
-    const Log log(1);
+    const HostLog log(1);
     std::vector<std::jthread> threads(4);
     for (auto& thread : threads) {
         thread = std::jthread([&](const std::stop_token& stop) {

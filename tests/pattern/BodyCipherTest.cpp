@@ -2,7 +2,7 @@
 // what the programs' test sees, which deciphers containers by other means.
 #include <gtest/gtest.h>
 
-#include "pattern/BodyCipher.h"
+#include "pattern/container/BodyCipher.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "pattern/BodyCipher.h"
-#include "pattern/ContainerLayout.h"
+#include "pattern/container/BodyCipher.h"
+#include "pattern/container/ContainerLayout.h"
 #include "support/MD5.h"
 
 namespace zvk_test {

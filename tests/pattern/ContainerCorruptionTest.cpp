@@ -75,7 +75,7 @@ class ContainerCorruption : public testing::Test {
     }
 
     const TempFolder folder;
-    Log log{1};
+    HostLog log{1};
     ContainerHeader header;
     std::string body;  // restored
     const long memoryBefore = peakMemory();

@@ -5,14 +5,14 @@
 
 #include <csignal>
 
-#include "engine/ZVKUtil.h"
-#include "pattern/BodyRestoration.h"
 #include "pattern/ContainerBytes.h"
+#include "pattern/PatternLoader.h"
 #include "pattern/PlainLineReader.h"
-#include "pattern/SectionReader.h"
-#include "pattern/ZVKDeflate.h"
-#include "pattern/ZVKPatternLoader.h"
-#include "store/ZVKPatternContainer.h"
+#include "pattern/container/BodyRestoration.h"
+#include "pattern/container/DeflateDecompressor.h"
+#include "pattern/container/SectionReader.h"
+#include "store/PatternContainer.h"
+#include "support/EngineOption.h"
 #include "support/Refusal.h"
 
 namespace {

@@ -156,7 +156,7 @@ TEST(ContainerRoundTrip, KeepsTheOrderOfKinds) {
 
 TEST(ContainerRoundTrip, DefaultFilesMakeOneSet) {
     const TempFolder folder;
-    const Log log(1);
+    const HostLog log(1);
     unsetenv("ZVK_DIR");
     EXPECT_EQ(loadPattern(nullptr), ZVK_ERR_NULL_ARG);
     setenv("ZVK_DIR", "/none/such", 1);

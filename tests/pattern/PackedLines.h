@@ -5,9 +5,10 @@
 #include <vector>
 
 #include "pattern/ContainerBytes.h"
-#include "pattern/ContainerWriter.h"
-#include "pattern/PatternType.h"
-#include "store/ZVKPatternContainer.h"
+#include "pattern/container/ContainerWriter.h"
+#include "pattern/line/PatternType.h"
+#include "pattern/line/SignatureLine.h"
+#include "store/PatternContainer.h"
 #include "support/FilePtr.h"
 #include "support/Refusal.h"
 
@@ -27,7 +28,7 @@ inline uint32_t pack(const std::string& path, const std::vector<PlainFile>& file
     for (const auto& [type, lines] : files) {
         for (const std::string& line : lines) {
             refusalOf([&, &type = type] {
-                parsed.addString(line.c_str(), type, false);
+                addSignatureLine(parsed, line.c_str(), type, false);
                 writer.addLine(line, type);
             });
         }

@@ -4,10 +4,12 @@
 #include <sstream>
 #include <thread>
 
-#include "engine/ZVKUtil.h"
-#include "store/PatternParser.h"
-#include "store/ZVKPatternContainer.h"
+#include "pattern/line/SignatureLine.h"
+#include "store/PatternContainer.h"
+#include "store/load/PatternLists.h"
+#include "support/EngineOption.h"
 #include "support/Refusal.h"
+#include "support/ScrambledName.h"
 #include "support/Utils.h"
 
 namespace {
@@ -20,7 +22,7 @@ constexpr int kMD5 = 1, kBasic = 2, kExtended = 3;
 /// string by its length.
 void describePattern(const VQPatternNode& node, std::ostream& out) {
     const VQPattern& base = *node.pat;
-    out << EngUtil::scrambled(base.virName);
+    out << scrambled(base.virName);
     if (base.offset != nullptr) out << '@' << base.offset;
     if (base.targetType != 0) out << '/' << base.targetType;
     if (node.getType() == VQPatternNode::kTypeBm) {
@@ -73,7 +75,7 @@ std::string describe(const PatternContainer& container) {
     }
     for (const auto* node : container.md5List.bm_suffix) {
         if (node != nullptr) {
-            out << "md5 " << EngUtil::scrambled(node->pat->virName) << ' ' << node->pat->size;
+            out << "md5 " << scrambled(node->pat->virName) << ' ' << node->pat->size;
         }
     }
     return out.str();
@@ -153,7 +155,7 @@ void expectGiven(int type, const std::string& front, std::span<const LineCase> c
             PatternContainer container;
             const std::string line = front + text;
             const std::string refusal =
-                refusalOf([&] { container.addString(line.c_str(), type, false); });
+                refusalOf([&] { addSignatureLine(container, line.c_str(), type, false); });
             EXPECT_EQ(describe(container) + refusal, given) << line;
         }
     }
@@ -174,15 +176,16 @@ TEST(SignatureLine, GivesRecordsOrAReason) {
 
 TEST(SignatureLine, ShortBasicLinesGoToTheTrieOnDemand) {
     PatternContainer container;
-    container.addString("N=616263", kBasic, true);
-    container.addString(("L=" + kTen).c_str(), kBasic, true);
+    addSignatureLine(container, "N=616263", kBasic, true);
+    addSignatureLine(container, ("L=" + kTen).c_str(), kBasic, true);
     EXPECT_EQ(describe(container), "N d3 616263;bm L 10;");
 }
 
 TEST(SignatureLine, NumbersOfRefusedSignaturesAreNotUsedAgain) {
     PatternContainer container;
-    EXPECT_THROW(container.addString("A:0:*:aabb*", kExtended, false), QLT_SPACE::Exception);
-    container.addString("B:0:*:ccdd*eeff", kExtended, false);
+    EXPECT_THROW(addSignatureLine(container, "A:0:*:aabb*", kExtended, false),
+                 QLT_SPACE::Exception);
+    addSignatureLine(container, "B:0:*:ccdd*eeff", kExtended, false);
     EXPECT_EQ(container.trieTree.lastSigid, 2U);
     EXPECT_EQ(container.trieTree.sigCount, 1);
 }

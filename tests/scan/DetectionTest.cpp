@@ -1,9 +1,11 @@
 // Detail texts and events where a host's stream does not reach.
 #include <gtest/gtest.h>
 
-#include "engine/ZVKUtil.h"
+#include "pattern/line/SignatureLine.h"
 #include "scan/StreamScanner.h"
-#include "store/ZVKPatternContainer.h"
+#include "store/PatternContainer.h"
+#include "support/EngineOption.h"
+#include "support/ScrambledName.h"
 #include "support/Utils.h"
 
 namespace {
@@ -24,7 +26,7 @@ class Details : public testing::Test {
     void add(uint32_t partId, int32_t offset, std::vector<int16_t> elements) {
         auto sig = std::make_unique<SigInfo>();
         *sig = {static_cast<int32_t>(elements.size()), offset, partId, std::move(elements)};
-        result.addSigInfo(EngUtil::scrambled("N"), std::move(sig));
+        result.addSigInfo(scrambled("N"), std::move(sig));
     }
     ScanResult result;
 };
@@ -70,7 +72,7 @@ TEST_F(Details, EventsByTheirType) {
     container.prepare();
     int32_t answer = 5;
     StreamScanner scanner(container, &callbacks, &answer, 0);
-    const std::string name = EngUtil::scrambled("Direct");
+    const std::string name = scrambled("Direct");
     EXPECT_EQ(scanner.sendEngineEventEx(ZVK_EVENT_RESERVED, name.c_str()), 3);
     EXPECT_EQ(scanner.sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, nullptr), 5);
     EXPECT_FALSE(scanner.searchNextVirus(name.c_str()));
@@ -88,8 +90,8 @@ TEST_F(Details, EventsByTheirType) {
 
 TEST_F(Details, DumpsOfRecords) {
     PatternContainer container;
-    container.addString("T:0:*:4107??*6162", 3, false);
-    container.addString("B:0:*:7830303030303030e978", 3, false);
+    addSignatureLine(container, "T:0:*:4107??*6162", 3, false);
+    addSignatureLine(container, "B:0:*:7830303030303030e978", 3, false);
     container.prepare();
     sent.clear();
     StreamScanner scanner(container, nullptr, nullptr, 0);

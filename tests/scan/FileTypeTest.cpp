@@ -63,7 +63,7 @@ void expectType(std::string_view start, bool isWhole, const FormatCase& row) {
     _st_filetype_info info;
     uint32_t type = kTypeUndecided;
     for (unsigned int n = isWhole ? length : 1; n <= length && type == kTypeUndecided; ++n) {
-        type = EngUtil::getFileType(start.data(), n, position, &info);
+        type = getFileType(start.data(), n, position, &info);
     }
     EXPECT_EQ(type, row.type) << start;
     EXPECT_EQ(position, row.position < 0 ? length - 1 : row.position) << start;
@@ -84,7 +84,7 @@ TEST(FileType, TextBytes) {
         const bool isText = (c >= 0x08 && c <= 0x0D) || c == 0x1B || (c >= 0x20 && c != 0x7F);
         unsigned int position = 0;
         _st_filetype_info info;
-        EXPECT_EQ(EngUtil::getFileType(text.data(), 2, position, &info), isText ? 500U : 501U) << c;
+        EXPECT_EQ(getFileType(text.data(), 2, position, &info), isText ? 500U : 501U) << c;
         EXPECT_EQ(info.position, isText ? 0U : 1U);
     }
 }

@@ -11,15 +11,16 @@
 #include <list>
 #include <random>
 
-#include "engine/ZVKUtil.h"
+#include "pattern/line/SignatureLine.h"
 #include "scan/StreamScanner.h"
-#include "store/ZVKPatternContainer.h"
+#include "store/PatternContainer.h"
+#include "support/EngineOption.h"
 #include "support/Exception.h"
 
 namespace {
 
 using namespace STREAMENGINE_SPACE;
-using QLT_SPACE::Kernel;
+using QLT_SPACE::VectorUnit;
 
 class Generator {
   public:
@@ -142,7 +143,7 @@ struct Witness {
     static constexpr ZVKScanEngineCallbacks kCallbacks = {onEvent};
 };
 
-class Kernels : public testing::Test {
+class SearchForms : public testing::Test {
   protected:
     void TearDown() override {
         unsetenv("ZVK_KERNEL");
@@ -152,10 +153,10 @@ class Kernels : public testing::Test {
     /// Loads the lines once for each kernel of this machine, the plain one first.
     void load(const std::vector<std::string>& lines) {
         containers.clear();
-        for (const Kernel kernel :
-             {Kernel::Plain, Kernel::Baseline, Kernel::Avx2, Kernel::Avx512}) {
-            if (!hasKernel(kernel)) continue;
-            setenv("ZVK_KERNEL", kernelName(kernel), 1);
+        for (const VectorUnit unit :
+             {VectorUnit::None, VectorUnit::Baseline, VectorUnit::Avx2, VectorUnit::Avx512}) {
+            if (!hasVectorUnit(unit)) continue;
+            setenv("ZVK_KERNEL", vectorUnitName(unit), 1);
             PatternContainer& container = containers.emplace_back();
             for (const std::string& line : lines) add(line, container);
             container.prepare();
@@ -164,7 +165,7 @@ class Kernels : public testing::Test {
 
     static void add(const std::string& line, PatternContainer& container) {
         try {
-            container.addString(line.c_str(), 3, true);
+            addSignatureLine(container, line.c_str(), 3, true);
         } catch (const QLT_SPACE::Exception&) {
             // Too short for its kind: the parts in front stay and take part.
         }
@@ -188,7 +189,7 @@ std::string scanStream(StreamScanner& scanner, const std::vector<std::string>& c
     return witness.transcript + std::to_string(scanner.safeLength);
 }
 
-TEST_F(Kernels, AgreeOverStreams) {
+TEST_F(SearchForms, AgreeOverStreams) {
     constexpr unsigned int kSets = 1000;
     constexpr int kStreams = 60;
     size_t told = 0;
@@ -220,7 +221,7 @@ TEST_F(Kernels, AgreeOverStreams) {
 /// What a stream's buffers tell, when its first byte has the offset given.
 std::string searchFrom(uint32_t base, const PatternContainer& container,
                        const std::vector<std::string>& chunks, Witness witness) {
-    PatternMatcher matcher(container, &Witness::kCallbacks, &witness);
+    BodyMatcher matcher(container, &Witness::kCallbacks, &witness);
     matcher.init();
     const auto overlap = static_cast<size_t>(container.maxPatternLength);
     std::string kept;
@@ -231,7 +232,7 @@ std::string searchFrom(uint32_t base, const PatternContainer& container,
         while (isResumed) {
             isResumed = false;
             const auto end = static_cast<uint32_t>(buffer.size());
-            buffer.resize(end + SignatureScanner::kSlack);
+            buffer.resize(end + IndexScanner::kSlack);
             DigestFeed nothing;
             const char* name = matcher.virusFound(buffer.data(), end, base, settled, nothing);
             size_t dropped = end - std::min<size_t>(end, overlap);
@@ -256,7 +257,7 @@ std::string searchFrom(uint32_t base, const PatternContainer& container,
 }
 
 // Offsets have 32 bits: behind 4 GiB they start again, and so do the conditions made of them.
-TEST_F(Kernels, AgreeWhereOffsetsWrap) {
+TEST_F(SearchForms, AgreeWhereOffsetsWrap) {
     constexpr unsigned int kSets = 400;
     constexpr int kStreams = 60;
     size_t told = 0;
@@ -279,20 +280,20 @@ TEST_F(Kernels, AgreeWhereOffsetsWrap) {
 }
 
 // A gap that was too wide at an offset fits at the same one, 4 GiB later.
-TEST_F(Kernels, AgreeWhereOffsetsComeAgain) {
+TEST_F(SearchForms, AgreeWhereOffsetsComeAgain) {
     load({"P:0:*:71777274{-10}7a78"});
     for (const auto& container : containers) {
-        PatternMatcher matcher(container, nullptr, nullptr);
+        BodyMatcher matcher(container, nullptr, nullptr);
         int found = 0;
         for (const auto& [base, text] : {std::pair{100U, "qwrt" + std::string(24, '.') + "zx"},
                                          std::pair{0xFFFFFFFDU, std::string(6, '.')},
                                          std::pair{104U, std::string("....zx..")}}) {
-            const std::string padded = text + std::string(SignatureScanner::kSlack, ' ');
+            const std::string padded = text + std::string(IndexScanner::kSlack, ' ');
             const auto length = static_cast<unsigned int>(text.size());
             DigestFeed nothing;
             found += matcher.virusFound(padded.data(), length, base, 0, nothing) != nullptr;
         }
-        EXPECT_EQ(found, 1) << kernelName(container.kernel);
+        EXPECT_EQ(found, 1) << vectorUnitName(container.vectorUnit);
     }
 }
 

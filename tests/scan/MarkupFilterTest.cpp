@@ -1,4 +1,4 @@
-#include "scan/MarkupFilter.h"
+#include "scan/filter/MarkupFilter.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "scan/OpeningSearch.h"
+#include "scan/filter/OpeningSearch.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "scan/Normaliser.h"
+#include "scan/normalise/Normaliser.h"
 
 namespace {
 
@@ -87,13 +87,13 @@ std::string markupLike(std::mt19937& random) {
 
 // Input and output lie in blocks of their own: the sanitizer sees what is read or written beyond.
 TEST(Normaliser, KernelsGiveWhatPlainGives) {
-    using QLT_SPACE::Kernel;
-    for (const Kernel kernel : {Kernel::Baseline, Kernel::Avx2, Kernel::Avx512}) {
-        if (!hasKernel(kernel)) continue;
+    using QLT_SPACE::VectorUnit;
+    for (const VectorUnit unit : {VectorUnit::Baseline, VectorUnit::Avx2, VectorUnit::Avx512}) {
+        if (!hasVectorUnit(unit)) continue;
         for (uint32_t seed = 0; seed < 10000; ++seed) {
             std::mt19937 random(seed);
-            Normaliser plain(Kernel::Plain);
-            Normaliser fast(kernel);
+            Normaliser plain(VectorUnit::None);
+            Normaliser fast(unit);
             plain.htmlMode = fast.htmlMode = random() % 4 != 0;
             const std::string raw = markupLike(random);
             const size_t mostRoom = random() % 3 == 0 ? 8 : 4000;
@@ -112,8 +112,8 @@ TEST(Normaliser, KernelsGiveWhatPlainGives) {
                     consumed[i] = chunk.size() - length;
                     ASSERT_EQ(data, chunk.data() + consumed[i]);
                 }
-                ASSERT_EQ(outs[0], outs[1]) << kernelName(kernel) << ", seed " << seed;
-                ASSERT_EQ(consumed[0], consumed[1]) << kernelName(kernel) << ", seed " << seed;
+                ASSERT_EQ(outs[0], outs[1]) << vectorUnitName(unit) << ", seed " << seed;
+                ASSERT_EQ(consumed[0], consumed[1]) << vectorUnitName(unit) << ", seed " << seed;
                 at += consumed[0];
             }
         }

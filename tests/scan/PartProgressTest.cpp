@@ -3,7 +3,7 @@
 
 #include <map>
 
-#include "scan/PartProgress.h"
+#include "scan/plain/PartProgress.h"
 
 namespace {
 

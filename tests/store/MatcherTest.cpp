@@ -3,10 +3,13 @@
 
 #include <algorithm>
 
-#include "scan/Md5Scanner.h"
-#include "scan/TrieScanner.h"
-#include "store/ZVKPatternContainer.h"
+#include "pattern/line/Md5Line.h"
+#include "pattern/line/SignatureLine.h"
+#include "scan/digest/Md5Scanner.h"
+#include "scan/plain/TrieScanner.h"
+#include "store/PatternContainer.h"
 #include "support/Exception.h"
+#include "support/ScrambledName.h"
 #include "support/Utils.h"
 
 namespace {
@@ -19,9 +22,9 @@ TEST(PatternContainer, CountsGoOnOverAReset) {
     EXPECT_EQ(container.maxPatternLength, 0);  // the type signatures do not count
     for (int round = 1; round <= 2; ++round) {
         container.reset();
-        container.addString("W:0:*:6162??64", 3, false);
-        container.addString("P=61626364656667686970", 2, false);
-        container.addString("Short=6162", 2, true);
+        addSignatureLine(container, "W:0:*:6162??64", 3, false);
+        addSignatureLine(container, "P=61626364656667686970", 2, false);
+        addSignatureLine(container, "Short=6162", 2, true);
         container.prepare();
         EXPECT_EQ(container.maxPatternLength, 10);
         EXPECT_EQ(container.trieTree.ac_wildcard_patterns, round);
@@ -31,7 +34,7 @@ TEST(PatternContainer, CountsGoOnOverAReset) {
         ScanResult details;
         TrieScanner scanner(container.trieTree, &details);
         const auto* text = reinterpret_cast<const unsigned char*>("..abcd");
-        EXPECT_EQ(EngUtil::scrambled(scanner.virusFound(text, 6, 0)->virName), "W");
+        EXPECT_EQ(scrambled(scanner.virusFound(text, 6, 0)->virName), "W");
     }
 }
 
@@ -48,18 +51,18 @@ TEST(MD5List, RecordsByPoolOrOneByOne) {
         if (pooled) {
             EXPECT_TRUE(list.allocate(2));
         }
-        list.addString(("000600" + tail + ":1:Low").c_str());
-        list.addString(("01000b" + tail + ":1:High").c_str());
+        addMd5Line(list, ("000600" + tail + ":1:Low").c_str());
+        addMd5Line(list, ("01000b" + tail + ":1:High").c_str());
         const std::string third = "000600" + tail + ":1:Newer";
         if (pooled) {  // the pool is used up
-            EXPECT_THROW(list.addString(third.c_str()), QLT_SPACE::Exception);
+            EXPECT_THROW(addMd5Line(list, third.c_str()), QLT_SPACE::Exception);
             EXPECT_TRUE(list.allocate(1));
         }
-        list.addString(third.c_str());
+        addMd5Line(list, third.c_str());
         list.prepare();
         const Md5Scanner scanner(list, nullptr);
-        EXPECT_EQ(EngUtil::scrambled(scanner.virusFoundMD5(low, 1)->virName), "Newer");
-        EXPECT_EQ(EngUtil::scrambled(scanner.virusFoundMD5(high, 1)->virName), "High");
+        EXPECT_EQ(scrambled(scanner.virusFoundMD5(low, 1)->virName), "Newer");
+        EXPECT_EQ(scrambled(scanner.virusFoundMD5(high, 1)->virName), "High");
         EXPECT_EQ(scanner.virusFoundMD5(high, 2), nullptr);
     }
 }
@@ -71,9 +74,11 @@ TEST(Buckets, AscendByFirstByteNewestFirst) {
         const int first = line * 33 % 41;
         const int rest = 40 * 211 - first * 211;  // so that all digests hash alike
         using QLT_SPACE::Utils;
-        container.addString(Utils::formatString("%d=%02x616263646566676869", line, first).c_str(),
-                            2, false);
-        container.addString(
+        addSignatureLine(container,
+                         Utils::formatString("%d=%02x616263646566676869", line, first).c_str(), 2,
+                         false);
+        addSignatureLine(
+            container,
             Utils::formatString("%02x%02x%02x%026d:1:%d", first, rest / 37, rest % 37, 0, line)
                 .c_str(),
             1, false);
@@ -82,7 +87,7 @@ TEST(Buckets, AscendByFirstByteNewestFirst) {
     container.prepare();
     std::sort(expected.begin(), expected.end());
     std::vector<std::pair<int, int>> plain, digests;
-    const auto numberOf = [](const char* name) { return -std::stoi(EngUtil::scrambled(name)); };
+    const auto numberOf = [](const char* name) { return -std::stoi(scrambled(name)); };
     for (const auto& bucket : container.bmList.bm_suffix) {
         for (auto* node = bucket.first(); node != nullptr; node = node->next) {
             const auto& pattern = static_cast<const BmPattern&>(*node->pat);

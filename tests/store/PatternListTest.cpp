@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "store/PatternParser.h"
+#include "store/load/PatternLists.h"
 #include "support/Refusal.h"
 
 namespace {

@@ -1,0 +1,157 @@
+#include "pattern/PatternLoader.h"
+
+#include <cstring>
+#include <ctime>
+
+#include "pattern/PlainLineReader.h"
+#include "pattern/TypeSignatures.h"
+#include "pattern/line/SignatureLine.h"
+#include "store/PatternContainer.h"
+#include "support/EngUtil.h"
+#include "support/EngineOption.h"
+#include "support/Exception.h"
+#include "support/LoadPosition.h"
+#include "support/Log.h"
+#include "support/StringHelper.h"
+
+namespace STREAMENGINE_SPACE {
+namespace {
+
+using QLT_SPACE::Exception;
+using QLT_SPACE::FilePtr;
+using QLT_SPACE::StringHelper;
+
+constexpr const char* kUnit = "ZVKPatternLoader";
+
+/// Hosts may capture standard output for these lines beside the log's.
+void reportRefusedLine(Exception& refusal) {
+    ZVK_ERROR("container.addString :%s", refusal.toString());
+    std::printf("%s\n", refusal.toString());
+}
+
+ContainerHeader readHeader(const char* name, std::FILE* file) {
+    ContainerHeader::Bytes bytes{};
+    const size_t length = std::fread(bytes.data(), 1, bytes.size(), file);
+    if (length < bytes.size()) {
+        ZVK_ERROR("[%s] is not a VQ pattern file, filesize[%d]", name, static_cast<int>(length));
+        throw Exception("invalid pattern file");
+    }
+    const ContainerHeader header = ContainerHeader::decode(bytes);
+    const auto fileLength = static_cast<uint32_t>(EngUtil::getFileLength(file));
+    if (fileLength != header.bodyLength + static_cast<uint32_t>(kContainerHeaderLength)) {
+        ZVK_ERROR("Fail to verify file length, [%s] is not a valid VQ pattern file", name);
+        throw Exception("invalid pattern file");
+    }
+    if (header.magic != kContainerMagic) {
+        ZVK_ERROR("[%s] is not a VQ pattern file", name);
+        throw Exception("invalid pattern file");
+    }
+    return header;
+}
+
+}  // namespace
+
+int PatternLoader::getPatternType(const char* name) {
+    const char* slash = std::strrchr(name, '/');
+    const char* base = slash != nullptr ? slash + 1 : name;
+    if (StringHelper::endsWith(base, ".db")) return PATTERN_BASIC;
+    if (StringHelper::endsWith(base, ".hdb")) return PATTERN_MD5;
+    if (StringHelper::endsWith(base, ".ndb")) return PATTERN_EXTENDED;
+    if (StringHelper::endsWith(base, "hwinfo")) return PATTERN_HWINFO;
+    return std::strchr(base, '.') == nullptr ? PATTERN_CONTAINER : PATTERN_UNKNOWN;
+}
+
+int PatternLoader::getPatternType(unsigned int magic) {
+    switch (magic) {
+        case kMD5Section:
+            return PATTERN_MD5;
+        case kBasicSection:
+            return PATTERN_BASIC;
+        case kExtendedSection:
+            return PATTERN_EXTENDED;
+        default:
+            return PATTERN_UNKNOWN;
+    }
+}
+
+int PatternLoader::loadVQPattern(const char* name, std::FILE* file, PatternContainer& container) {
+    if (ops.skipPatterns != 0) return 0;
+    const int type = getPatternType(name);
+    if (type == PATTERN_UNKNOWN) {
+        ZVK_ERROR("Unknown VQEngine pattern file:[%s]", name);
+        return 0;
+    }
+    if (type != PATTERN_CONTAINER) return loadPlainFile(name, file, container);
+    return loadContainerFile(name, file, container);
+}
+
+int PatternLoader::loadContainerFile(const char* name, std::FILE* file,
+                                     PatternContainer& container) {
+    const ContainerHeader header = readHeader(name, file);
+    printHeader(name, header);
+    const FilePtr body = restoreBody(file, header);
+    if (body == nullptr) {
+        ZVK_ERROR("Fail to restore file body, [%s] is not a valid VQ pattern file", name);
+        throw Exception("fail to restore file body.");
+    }
+    LoadPosition::setFile(name);
+    int total = 0;
+    try {
+        total = loadSections(body.get(), header, container);
+    } catch (Exception& failure) {
+        ZVK_ERROR("Catch exception in parse pattern file, [%s]", failure.toString());
+        ZVK_ERROR("Fail to parse file sections, [%s] is not a valid VQ pattern file", name);
+        throw;
+    }
+    if (container.patternVersion < header.buildTime) container.patternVersion = header.buildTime;
+    return total;
+}
+
+int PatternLoader::loadPlainFile(const char* name, std::FILE* file, PatternContainer& container) {
+    ZVK_DEBUG("load pattern file : %s", name);
+    const int type = getPatternType(name);
+    if (type == PATTERN_UNKNOWN || type == PATTERN_CONTAINER) {
+        ZVK_DEBUG("Unknown VQEngine pattern file:[%s]", name);
+        return 0;
+    }
+    LoadPosition::setLine(0);
+    LoadPosition::setFile(name);
+    std::fseek(file, 0, SEEK_SET);
+    PlainLineReader reader(file);
+    while (reader.next()) {
+        try {
+            addSignatureLine(container, reader.line(), type, false);
+            LoadPosition::setLine(LoadPosition::line() + 1);
+        } catch (Exception& refusal) {
+            reportRefusedLine(refusal);
+        }
+    }
+    // A set that lacks the rest of a file must not pass for the whole.
+    if (std::ferror(file) != 0) throw Exception(std::string("Cannot read ") + name);
+    ZVK_DEBUG("loaded pattern num : %d", LoadPosition::line());
+    return LoadPosition::line();
+}
+
+void PatternLoader::prepare(PatternContainer& container) {
+    addTypeSignatures(container.typeTrieTree);
+    container.prepare();
+}
+
+void PatternLoader::printHeader(const char* name, const ContainerHeader& header) {
+    const std::time_t buildTime = header.buildTime;
+    std::tm local{};
+    localtime_r(&buildTime, &local);
+    const auto& version = header.version;
+    ZVK_INFO("[%s]", name);
+    ZVK_INFO("version                 :[%d.%d.%d.%d]", static_cast<int>(version[0]),
+             static_cast<int>(version[1]), static_cast<int>(version[2]),
+             static_cast<int>(version[3]));
+    ZVK_INFO("# of section            :[%d]", static_cast<int>(header.sectionCount));
+    ZVK_INFO("# of pattern names      :[%d]", static_cast<int>(header.nameTotal));
+    ZVK_INFO("# of patttern           :[%d]", static_cast<int>(header.patternTotal));
+    ZVK_INFO("build time              :[%04d-%02d-%02d %02d:%02d:%02d]", local.tm_year + 1900,
+             local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    ZVK_INFO("%s", "");
+}
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,39 @@
+#include "pattern/container/BodyReader.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace STREAMENGINE_SPACE {
+
+BodyReader::BodyReader(std::FILE* bodyFile, size_t windowRoom)
+    : file(fileno(bodyFile)), window(windowRoom) {
+    struct stat status {};
+    if (fstat(file, &status) == 0) bodyLength = static_cast<uint64_t>(status.st_size);
+}
+
+std::string_view BodyReader::view(uint64_t offset, size_t count) {
+    if (offset < windowOffset || count > windowLength ||
+        offset - windowOffset > windowLength - count) {
+        moveWindow(offset);
+    }
+    const size_t start = static_cast<size_t>(offset - windowOffset);
+    return {window.data() + start, std::min(count, windowLength - start)};
+}
+
+void BodyReader::moveWindow(uint64_t offset) {
+    windowOffset = offset;
+    windowLength = 0;
+    while (windowLength < window.size()) {
+        const ssize_t count =
+            pread(file, window.data() + windowLength, window.size() - windowLength,
+                  static_cast<off_t>(offset + windowLength));
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return;
+        windowLength += static_cast<size_t>(count);
+    }
+}
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,78 @@
+// ContainerWriter: makes container pattern files, which PatternLoader reads.
+//
+// One section for each run of lines of one kind, so that the order of all lines is kept: of several
+// matches at one place the order decides which one is told. One name table, which all sections
+// share and which holds each name once. Equal lines and settings give equal bytes (as far as zlib
+// does).
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "pattern/container/ContainerLayout.h"
+
+namespace STREAMENGINE_SPACE {
+
+class BodyWriter;
+
+struct ContainerSettings {
+    std::array<uint32_t, 4> version{};
+    uint32_t buildTime = 0;  // seconds since 1970-01-01 00:00 UTC
+    CipherMethod cipherMethod = kCipherNone;
+    bool fixedNames = false;  // all names padded to the longest one
+};
+
+class ContainerWriter {
+  public:
+    explicit ContainerWriter(const ContainerSettings& containerSettings)
+        : settings(containerSettings) {}
+
+    /// Adds a signature line. Whether the engine takes it is not tested; it is kept as it is, but
+    /// for what follows the name of an MD5 line, which the engine does not read.
+    /// @param type  PATTERN_MD5, PATTERN_BASIC or PATTERN_EXTENDED
+    /// @throws QLT_SPACE::Exception, with the reason, for a line that the format cannot hold
+    void addLine(std::string_view line, int type);
+
+    /// Writes the whole container from the start of an empty file and flushes it.
+    /// @return bytes that its body has when it is restored
+    /// @throws QLT_SPACE::Exception if a length is more than the format can tell, or the file
+    ///         cannot be written; it is then of no use
+    uint64_t write(std::FILE* file) const;
+
+    uint32_t patternTotal() const { return total; }
+    uint32_t nameTotal() const { return static_cast<uint32_t>(names.size()); }
+
+  private:
+    struct Record {
+        std::string rest;  // the line without its name
+        uint32_t name;     // index in names
+    };
+    struct Section {
+        uint32_t magic;
+        std::vector<Record> records;
+    };
+    struct Name {
+        std::string text;
+        uint64_t mostOffset;  // the name offset that it has, or with fixed names has at most
+    };
+    struct BodyLayout;
+
+    uint64_t mostOffsetOf(const std::string& name) const;
+    uint32_t indexOfName(const std::string& name);
+    BodyLayout layOutBody() const;
+    void writeRecords(const Section& section, const BodyLayout& layout, BodyWriter& body) const;
+    void writeNames(const BodyLayout& layout, BodyWriter& body) const;
+
+    ContainerSettings settings;
+    std::vector<Section> sections;
+    std::vector<Name> names;  // in the order of their first use
+    std::unordered_map<std::string, uint32_t> nameIndices;
+    uint32_t total = 0;  // records of all sections
+};
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,201 @@
+#include "pattern/line/CompoundPatternLoader.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+
+#include "pattern/line/DetectionName.h"
+#include "pattern/line/PatternParser.h"
+#include "support/Allocation.h"
+#include "support/DecimalNumber.h"
+#include "support/LoadPosition.h"
+#include "support/ScrambledName.h"
+#include "support/Utils.h"
+
+namespace STREAMENGINE_SPACE {
+namespace {
+
+using QLT_SPACE::Exception;
+using QLT_SPACE::Utils;
+
+Exception malformed() {
+    return Exception(Utils::formatString("Malformed pattern at [%s:%d]", LoadPosition::file(),
+                                         LoadPosition::line()));
+}
+
+/// Refuses an "@" outside of groups: it would be the symbol of a group that does not exist.
+void refuseGroupMarks(std::string_view text) {
+    bool isInGroup = false;
+    for (const char c : text) {
+        if (c == '(') isInGroup = true;
+        if (c == ')') isInGroup = false;
+        if (c == '@' && !isInGroup) throw malformed();
+    }
+}
+
+uint32_t gapBound(std::string_view digits) {
+    const int64_t value = QLT_SPACE::decimalInt64(std::string(digits).c_str());
+    if (value < 0) throw malformed();
+    return static_cast<uint32_t>(std::min<int64_t>(value, std::numeric_limits<uint32_t>::max()));
+}
+
+/// Reads what stands between the braces of a bounded gap.
+void readGap(std::string_view content, PartPlace& place) {
+    const size_t dash = content.find('-');
+    if (dash == std::string_view::npos) {
+        place.minDistance = place.maxDistance = gapBound(content);
+        return;
+    }
+    const size_t behind = std::min(content.find_first_not_of('-', dash), content.size());
+    place.minDistance = gapBound(content.substr(0, dash));
+    place.maxDistance = gapBound(content.substr(behind));
+}
+
+uint16_t countParts(std::string_view text, std::string_view markers) {
+    const auto isMarker = [markers](char c) { return markers.find(c) != std::string_view::npos; };
+    const auto parts = std::count_if(text.begin(), text.end(), isMarker) + 1;
+    if (parts >= std::numeric_limits<uint16_t>::max()) throw malformed();
+    return static_cast<uint16_t>(parts);
+}
+
+/// A signature with at least one bounded gap.
+void addBoundedParts(TrieTree& tree, const SignatureTraits& traits, std::string_view rest) {
+    PartPlace place;
+    place.sigid = ++tree.lastSigid;
+    place.parts = countParts(rest, "{*");
+    for (place.partno = 1; place.partno < place.parts; ++place.partno) {
+        const size_t marker = rest.find_first_of("{*");
+        if (marker == std::string_view::npos) throw malformed();  // a marker inside the braces
+        CompoundPatternLoader::parseAdd(tree, traits, rest.substr(0, marker), place);
+        place.minDistance = place.maxDistance = 0;
+        size_t end = marker;
+        if (rest[marker] == '{') {
+            end = rest.find('}', marker);
+            if (end == std::string_view::npos) throw malformed();
+            readGap(rest.substr(marker + 1, end - marker - 1), place);
+        }
+        rest.remove_prefix(end + 1);
+    }
+    CompoundPatternLoader::parseAdd(tree, traits, rest, place);
+}
+
+/// A signature with gaps of any length only.
+void addUnboundedParts(TrieTree& tree, const SignatureTraits& traits, const char* hexsig) {
+    PartPlace place;
+    place.sigid = ++tree.lastSigid;
+    place.parts = countParts(hexsig, "*");
+    for (place.partno = 1; place.partno <= place.parts; ++place.partno) {
+        const auto part = Utils::strToK(hexsig, 0, "*");
+        hexsig = Utils::skipToken(hexsig, "*");
+        if (!part) {
+            throw Exception(
+                Utils::formatString("Can't extract part %d of partial signature [%s:%d]",
+                                    place.partno, LoadPosition::file(), LoadPosition::line()));
+        }
+        CompoundPatternLoader::parseAdd(tree, traits, *part, place);
+    }
+}
+
+/// @return the alternatives of the group whose text, without its parentheses, is given
+std::vector<uint8_t> groupValues(const std::string& group) {
+    const auto bars = std::count(group.begin(), group.end(), '|');
+    if (bars == 0) throw malformed();
+    std::vector<uint8_t> values;
+    const char* rest = group.c_str();
+    for (auto i = bars; i >= 0; --i) {
+        const auto alternative = Utils::strToK(rest, 0, "|");
+        if (!alternative) throw malformed();
+        values.push_back(PatternParser::hex2str(*alternative).front());
+        rest = Utils::skipToken(rest, "|");
+    }
+    return values;
+}
+
+/// A record under construction, with what it borrows.
+struct PartDraft {
+    TriePattern pattern;
+    std::string name;
+    std::vector<uint8_t> sig;
+    std::vector<Symbol> symbols;
+    std::vector<std::vector<uint8_t>> groupValues;
+    std::vector<ByteGroup> groups;
+};
+
+/// Moves the alternative groups out of a part's text.
+/// @return the text with "@@", the notation of a group's symbol, in the place of each group
+std::string extractGroups(std::string_view part, std::vector<std::vector<uint8_t>>& groups) {
+    std::string text;
+    while (!part.empty()) {
+        const size_t open = std::min(part.find('('), part.size());
+        text += part.substr(0, open);
+        if (open == part.size()) break;
+        const size_t close = part.find(')', open);
+        if (close == std::string_view::npos) throw malformed();
+        groups.push_back(groupValues(std::string(part.substr(open + 1, close - open - 1))));
+        text += "@@";
+        part.remove_prefix(close + 1);
+    }
+    return text;
+}
+
+void decodeWildcards(std::string_view part, PartDraft& draft) {
+    const std::string text = QLT_SPACE::allocateOr(" allocate hexnew fail ", [&] {
+        std::string marked = extractGroups(part, draft.groupValues);
+        draft.groups.assign(draft.groupValues.begin(), draft.groupValues.end());
+        return marked;
+    });
+    draft.symbols =
+        QLT_SPACE::allocateOr("allocate mem fail", [&] { return PatternParser::hex2si(text); });
+    draft.pattern.symbols = draft.symbols;
+    draft.pattern.groups = draft.groups;
+    draft.pattern.length = static_cast<uint32_t>(draft.symbols.size());
+}
+
+void decodePlain(std::string_view part, PartDraft& draft) {
+    draft.sig =
+        QLT_SPACE::allocateOr("allocate mem fail", [&] { return PatternParser::hex2str(part); });
+    draft.pattern.sig = draft.sig;
+    draft.pattern.length = static_cast<uint32_t>(draft.sig.size());
+}
+
+}  // namespace
+
+void CompoundPatternLoader::parse(TrieTree& tree, const char* name, const char* hexsig,
+                                  uint16_t type, const char* offset, uint16_t targetType) {
+    const SignatureTraits traits = {name, type, offset, targetType};
+    const std::string_view text = hexsig;
+    refuseGroupMarks(text);
+    if (text.find('{') != std::string_view::npos) {
+        addBoundedParts(tree, traits, text);
+    } else if (text.find('*') != std::string_view::npos) {
+        addUnboundedParts(tree, traits, hexsig);
+    } else {
+        parseAdd(tree, traits, text, {});
+    }
+    ++tree.sigCount;
+}
+
+void CompoundPatternLoader::parseAdd(TrieTree& tree, const SignatureTraits& traits,
+                                     std::string_view part, const PartPlace& place) {
+    PartDraft draft;
+    TriePattern& pattern = draft.pattern;
+    pattern.isWildcard = part.find_first_of("(?") != std::string_view::npos;
+    pattern.type = traits.type;
+    pattern.targetType = traits.targetType;
+    pattern.sigid = place.sigid;
+    pattern.parts = place.parts;
+    pattern.partno = place.partno;
+    pattern.minDistance = place.minDistance;
+    pattern.maxDistance = place.maxDistance;
+    pattern.offset = traits.offset;
+    (pattern.isWildcard ? decodeWildcards : decodePlain)(part, draft);
+    tree.maxPatternLength = std::max(tree.maxPatternLength, pattern.length);
+    draft.name = withoutOriginMark(traits.name);
+    if (draft.name.empty()) throw malformed();
+    QLT_SPACE::allocateOr("Alloacate triePattern->virName fail",
+                          [&] { draft.name = scrambled(std::move(draft.name)); });
+    pattern.virName = draft.name.c_str();
+    tree.addPattern(&pattern);
+}
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,55 @@
+// Normaliser: from raw bytes to the form that signatures are matched against.
+//
+// A-Z is lowered and white space (0x09 to 0x0D and 0x20) dropped. In markup mode only tags and
+// script text are kept: text between tags goes, a declaration or comment is reduced to "<!>" and
+// an anchor tag to "<a>". The state carries over from call to call, so that a tag may straddle
+// chunks; at most one byte comes out for each that goes in.
+//
+// The plain forms take one byte after the other. A kernel works on blocks of 64 bytes: it marks
+// them, the state tells from the marks what is kept, and the kernel writes that. The last bytes of
+// a chunk and of the room go the plain way.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "scan/normalise/MarkupState.h"
+#include "scan/normalise/NormaliseKernel.h"
+
+namespace STREAMENGINE_SPACE {
+
+class Normaliser {
+  public:
+    explicit Normaliser(QLT_SPACE::VectorUnit unit = QLT_SPACE::VectorUnit::Baseline)
+        : strip(normaliseKernel(unit)) {}
+
+    /// Normalises input into out until the input is used up or `room` bytes are written.
+    /// @param data  advanced by the bytes consumed
+    /// @param len   lowered by the bytes consumed; 0 consumes nothing
+    /// @param out   room for `room` bytes, at least 1
+    /// @return the bytes written
+    unsigned int getBuffer(const char*& data, unsigned int& len, char* out, unsigned int room);
+
+    /// @return whether raw text opens with markup: its first byte behind white space and whole
+    ///         comment lines is the "<" of a tag
+    static bool checkHeader(const char* data, unsigned int len);
+
+    /// Back to the state at the start of a stream; the mode stays.
+    void restart();
+
+    bool htmlMode = false;  // markup mode
+
+  private:
+    struct Run;
+
+    void textScalar(Run& run);
+    void textVector(Run& run) const;
+    void markupScalar(Run& run);
+    void markupVector(Run& run);
+    bool stripPiece(Run& run, const char* text, size_t blockCount, size_t padding);
+
+    const NormaliseKernel* strip;  // null for the plain form
+    MarkupState state;
+};
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,157 @@
+#include "scan/plain/TrieScanner.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "support/Log.h"
+
+namespace STREAMENGINE_SPACE {
+namespace {
+
+constexpr const char* kUnit = "StreamScanner";
+
+const TriePattern& patternOf(const VQPatternNode& node) {
+    return static_cast<const TriePatternNode&>(node).pattern();
+}
+
+bool isOneOf(uint8_t byte, ByteGroup group) {
+    return std::find(group.begin(), group.end(), byte) != group.end();
+}
+
+}  // namespace
+
+void TrieScanner::reset() {
+    matchPosition = nullptr;
+    progress.clear();
+}
+
+const TriePattern* TrieScanner::virusFound(const unsigned char* buf, unsigned int len,
+                                           unsigned int base) {
+    if (!Log::debugIsOn()) return search<false>(buf, len, base);
+    ZVK_DEBUG("TrieScanner::virusFound, in_buf [%.*s], in_len[%x]",
+              static_cast<int>(std::min<unsigned int>(len, INT_MAX)),
+              reinterpret_cast<const char*>(buf), len);
+    return search<true>(buf, len, base);
+}
+
+template <bool kTrace>
+const TriePattern* TrieScanner::search(const unsigned char* buf, unsigned int len,
+                                       unsigned int base) {
+    if (tree.root == nullptr) return nullptr;
+    const TrieNode* state = tree.root;
+    for (unsigned int i = 0; i < len; ++i) {
+        const unsigned char c = buf[i];
+        while (state->isLeaf || (*state->trans)[c] == nullptr) state = state->fail;
+        state = (*state->trans)[c];
+        while (state->hasPatterns) {
+            const unsigned int start = i + 1 - state->depth;
+            const Rest rest = {buf + start, len - start, base + start};
+            if (const TriePattern* found = matchNode<kTrace>(*state, rest)) return found;
+            if (!state->isLeaf) break;
+            state = state->fail;
+        }
+    }
+    return nullptr;
+}
+
+template <bool kTrace>
+const TriePattern* TrieScanner::matchNode(const TrieNode& node, const Rest& rest) {
+    if (const TriePattern* found = matchWildcardPatternList(node.wildcardList, rest)) return found;
+    if (node.shortList.empty() && node.simpleList.empty()) return nullptr;
+    if constexpr (kTrace) {
+        ZVK_DEBUG("current->simple_patterns[%d]", static_cast<int>(node.sorted.size()));
+    }
+    return matchSimplePatternList<kTrace>(node, rest);
+}
+
+const TriePattern* TrieScanner::matchWildcardPatternList(const VQPatternList& list,
+                                                         const Rest& rest) {
+    for (const VQPatternNode* node = list.first(); node != nullptr; node = node->next) {
+        const TriePattern& pattern = patternOf(*node);
+        if (matchWildcardPattern(pattern, rest) && verifyPattern(pattern, rest.offset)) {
+            return &pattern;
+        }
+    }
+    return nullptr;
+}
+
+bool TrieScanner::matchWildcardPattern(const TriePattern& pattern, const Rest& rest) {
+    if (rest.length < pattern.length) return false;
+    size_t group = 0;
+    // The automaton's path has matched the symbols in front, all of them literal.
+    for (uint32_t i = pattern.depth; i < pattern.length; ++i) {
+        const Symbol symbol = pattern.symbols[i];
+        if (symbol == kAnySymbol) continue;
+        const bool isMatch = symbol == kGroupSymbol
+                                 ? isOneOf(rest.bytes[i], pattern.groups[group++])
+                                 : rest.bytes[i] == symbol;
+        if (!isMatch) return false;
+    }
+    matchPosition = rest.bytes + pattern.length;
+    return true;
+}
+
+template <bool kTrace>
+const TriePattern* TrieScanner::matchSimplePatternList(const TrieNode& node, const Rest& rest) {
+    // A short pattern is no longer than the path that led here: it has matched.
+    for (const VQPatternNode* entry = node.shortList.first(); entry != nullptr;
+         entry = entry->next) {
+        const TriePattern& pattern = patternOf(*entry);
+        if (acceptSimple<kTrace>(pattern, rest)) return &pattern;
+    }
+    fastMatcher.SetPatternList(node.sorted.data(), static_cast<unsigned int>(node.sorted.size()));
+    const void* found = fastMatcher.find(rest.bytes, rest.length);
+    if (found == nullptr) return nullptr;
+    const auto* entry =
+        static_cast<const TriePatternNode*>(static_cast<const VQPatternNode*>(found));
+    const TriePattern& pattern = entry->pattern();
+    if (acceptSimple<kTrace>(pattern, rest)) return &pattern;
+    return matchSamePrefixList<kTrace>(entry->samePrefix, rest);
+}
+
+template <bool kTrace>
+const TriePattern* TrieScanner::matchSamePrefixList(const VQPatternList& list, const Rest& rest) {
+    for (const VQPatternNode* node = list.first(); node != nullptr; node = node->next) {
+        const TriePattern& pattern = patternOf(*node);
+        if constexpr (kTrace) pattern.printSigInfo(rest.offset + pattern.length);
+        if (pattern.length > rest.length ||
+            std::memcmp(pattern.sig.data(), rest.bytes, pattern.length) != 0) {
+            continue;
+        }
+        matchPosition = rest.bytes + pattern.length;
+        if (verifyPattern(pattern, rest.offset)) return &pattern;
+    }
+    return nullptr;
+}
+
+template <bool kTrace>
+bool TrieScanner::acceptSimple(const TriePattern& pattern, const Rest& rest) {
+    if constexpr (kTrace) pattern.printSigInfo(rest.offset + pattern.length);
+    matchPosition = rest.bytes + pattern.length;
+    return verifyPattern(pattern, rest.offset);
+}
+
+bool TrieScanner::verifyPattern(const TriePattern& pattern, unsigned int pos) {
+    const bool isFirst = pattern.sigid == 0 || pattern.partno == 1;
+    if (isFirst && !pattern.beginsAt(pos)) return false;
+    return findMatchedVirus(pattern, pos);
+}
+
+bool TrieScanner::findMatchedVirus(const TriePattern& pattern, unsigned int pos) {
+    if (pattern.sigid == 0) {
+        result->addPart(pattern, pos);
+        return true;
+    }
+    PartProgress::Entry* entry = progress.find(pattern.sigid);
+    const uint32_t partsMatched = entry != nullptr ? entry->partsMatched : 0;
+    const uint32_t partEnd = entry != nullptr ? entry->partEnd : 0;
+    if (!pattern.mayFollow(partsMatched, partEnd, pos)) return false;
+    result->addPart(pattern, pos);
+    if (entry == nullptr) entry = &progress.start(pattern.sigid);
+    entry->partEnd = pos + pattern.length;
+    ++entry->partsMatched;
+    return entry->partsMatched == pattern.parts;
+}
+
+}  // namespace STREAMENGINE_SPACE

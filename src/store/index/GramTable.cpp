@@ -1,0 +1,41 @@
+#include "store/index/GramTable.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace STREAMENGINE_SPACE {
+namespace {
+
+// One position in a hundred or more is let through for nothing while the filter fits into a cache
+// of the second level; of larger ones at most one in sixteen.
+constexpr size_t kBitsPerGram = 128;
+constexpr size_t kLeastBitsPerGram = 16;
+constexpr size_t kCachedBits = size_t{1} << 22;
+constexpr size_t kLeastSlots = 64;
+
+}  // namespace
+
+size_t GramFilter::slotCount(size_t wanted) {
+    return std::bit_ceil(std::max(wanted, kLeastSlots));
+}
+
+int GramFilter::shiftFor(size_t slots) {
+    return 64 - std::countr_zero(slots);
+}
+
+void GramFilter::reserve(size_t grams) {
+    const size_t wanted =
+        std::max(std::min(grams * kBitsPerGram, kCachedBits), grams * kLeastBitsPerGram);
+    const size_t bits = slotCount(wanted);
+    words.assign(bits / 64, 0);
+    shift = shiftFor(bits);
+    isFilled = true;
+}
+
+void GramFilter::fill(const std::vector<uint64_t>& hashes) {
+    if (hashes.empty()) return;
+    reserve(hashes.size());
+    for (const uint64_t hash : hashes) enter(hash);
+}
+
+}  // namespace STREAMENGINE_SPACE

@@ -1,0 +1,74 @@
+// MD5List: the whole-stream digests of a container, hashed by their first three bytes.
+//
+// Built by one thread, then read by any number of scanners.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string_view>
+#include <vector>
+
+#include "store/load/BlockHash.h"
+#include "store/record/SimplePool.h"
+#include "store/record/VQPattern.h"
+#include "support/Arena.h"
+
+namespace STREAMENGINE_SPACE {
+
+/// A record's place in its bucket.
+struct MD5PatternNode {
+    const MD5Pattern* pat = nullptr;  // borrowed from the list's records, as next is from its nodes
+    MD5PatternNode* next = nullptr;
+};
+
+class MD5List {
+  public:
+    /// Makes both tables unless they exist.
+    /// @throws QLT_SPACE::Exception if memory runs out
+    void init();
+
+    /// Prepares the pools for n more records; all records come from them from then on.
+    /// @return false, with no more room than before, for an n of 0 or less or where memory runs out
+    bool allocate(int n);
+
+    /// @return an empty record, owned by the list; either addRecord() or dropRecord() has to follow
+    /// @throws QLT_SPACE::Exception if no record is to be had
+    MD5Pattern& newRecord();
+
+    /// Enters the newest record, its digest and size filled in, under a copy of its name.
+    /// @throws QLT_SPACE::Exception or std::bad_alloc with nothing entered
+    void addRecord(MD5Pattern& record, std::string_view scrambledName);
+
+    /// Gives the newest record up. Its place in a pool stays taken.
+    void dropRecord(MD5Pattern& record);
+
+    /// Enters a record of this list into its bucket, before the older ones.
+    /// @throws QLT_SPACE::Exception if no node is to be had
+    void addPattern(const MD5Pattern* record);
+
+    /// Sorts the buckets; has to follow the last addPattern().
+    void prepare();
+
+    /// Frees everything that was added.
+    void reset();
+
+    bool hasTables() const { return !bm_suffix.empty(); }
+    bool isPooled() const { return usePool; }
+
+    uint32_t largestSize = 0;        // bytes; a negative size counts as the large number it is
+    std::vector<uint32_t> bm_shift;  // kBlockHashes entries, or none; 1: the bucket is empty
+    // Likewise; newest first, and once prepared ascending by first digest byte, newest first.
+    std::vector<MD5PatternNode*> bm_suffix;
+
+  private:
+    MD5PatternNode* newNode();
+
+    SimplePool<MD5PatternNode> nodePool;
+    SimplePool<MD5Pattern> patternPool;
+    bool usePool = false;  // records and nodes come from the pools, not from the lists below
+    std::deque<MD5PatternNode> ownNodes;
+    std::deque<MD5Pattern> ownRecords;
+    QLT_SPACE::Arena names;  // of all records
+};
+
+}  // namespace STREAMENGINE_SPACE

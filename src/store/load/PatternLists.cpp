@@ -1,0 +1,88 @@
+#include "store/load/PatternLists.h"
+
+#include <algorithm>
+#include <cassert>
+#include <new>
+#include <utility>
+
+#include "support/Log.h"
+
+namespace STREAMENGINE_SPACE {
+namespace {
+
+constexpr const char* kUnit = "ZVKPatternContainer";
+
+VQPatternList& samePrefixOf(VQPatternNode& node) {
+    assert(node.getType() == VQPatternNode::kTypeTrie);
+    return static_cast<TriePatternNode&>(node).samePrefix;
+}
+
+/// @return whether the entry could be made; not for a node of no kind
+bool describe(const VQPatternNode& node, PatInfo& entry) {
+    switch (node.getType()) {
+        case VQPatternNode::kTypeTrie:
+            entry.bytes = static_cast<const TriePattern&>(*node.pat).sig.data();
+            break;
+        case VQPatternNode::kTypeBm:
+            entry.bytes = static_cast<const BmPattern&>(*node.pat).sig.data();
+            break;
+        default:
+            return false;
+    }
+    entry.length = node.pat->length;
+    entry.value = &node;
+    return true;
+}
+
+}  // namespace
+
+void PatternLists::sortPatternList(VQPatternList& list) {
+    std::vector<VQPatternNode*> nodes;
+    nodes.reserve(list.size());
+    for (VQPatternNode* node = list.head; node != nullptr; node = node->next) nodes.push_back(node);
+    std::stable_sort(nodes.begin(), nodes.end(), [](const auto* left, const auto* right) {
+        return left->compareTo(right) < 0;
+    });
+    list = {};
+    for (; !nodes.empty(); nodes.pop_back()) list.pushFront(*nodes.back());
+}
+
+void PatternLists::buildSamePrefixList(VQPatternList& list) {
+    if (list.empty()) return;
+    VQPatternNode* leading = list.head;
+    VQPatternNode** samePrefixEnd = &samePrefixOf(*leading).head;
+    while (leading->next != nullptr) {
+        VQPatternNode* node = leading->next;
+        if (node->beginWith(leading)) {
+            leading->next = std::exchange(node->next, nullptr);
+            *samePrefixEnd = node;
+            samePrefixEnd = &node->next;
+        } else {
+            leading = node;
+            samePrefixEnd = &samePrefixOf(*leading).head;
+        }
+    }
+}
+
+std::vector<PatInfo> PatternLists::setSortedList(const VQPatternList& list) {
+    if (list.empty()) {
+        ZVK_DEBUG("In %s, node number is zero", "setSortedList");
+        return {};
+    }
+    std::vector<PatInfo> table;
+    try {
+        table.reserve(list.size());
+    } catch (const std::bad_alloc&) {
+        ZVK_ERROR("fail to allocate memory for patInfo");
+        return {};
+    }
+    for (const VQPatternNode* node = list.first(); node != nullptr; node = node->next) {
+        if (!describe(*node, table.emplace_back())) {
+            ZVK_ERROR("bad patternNode type");
+            return {};
+        }
+    }
+    return table;
+}
+
+}  // namespace STREAMENGINE_SPACE
