@@ -9,9 +9,9 @@
 #include <sstream>
 #include <string>
 
-#include "Command.h"
-#include "Diagnostics.h"
-#include "Output.h"
+#include "command/Command.h"
+#include "console/Diagnostics.h"
+#include "console/Output.h"
 #include "zvkengine.h"
 
 namespace zvk {

@@ -1,0 +1,40 @@
+// Command: what a subcommand gives to the program, and the list in which main() finds it.
+//
+// A subcommand lives in one file of its own. It defines a setup function and one Command at
+// namespace scope, whose constructor enters it in the list; CMakeLists.txt names the file.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "console/ExitStatus.h"
+
+namespace CLI {
+class App;
+}
+
+namespace zvk {
+
+/// Runs a subcommand whose arguments have been parsed.
+using CommandAction = std::function<ExitStatus()>;
+
+/// Declares a subcommand's arguments on its parser. The action that it returns owns what the
+/// arguments are parsed into.
+using CommandSetup = CommandAction (*)(CLI::App& parser);
+
+class Command {
+  public:
+    Command(const char* commandName, const char* commandSummary, CommandSetup commandSetup);
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+
+    /// @return all commands, by name; valid once static initialisation is over
+    static std::vector<const Command*> all();
+
+    const char* const name;
+    const char* const summary;
+    const CommandSetup setup;
+};
+
+}  // namespace zvk

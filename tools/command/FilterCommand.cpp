@@ -1,0 +1,179 @@
+// zvk filter: copies pages with their active elements blanked out, and scans them on the way.
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "command/Command.h"
+#include "console/Diagnostics.h"
+#include "console/Output.h"
+#include "console/ResultFormat.h"
+#include "file/InputStream.h"
+#include "run/EngineStream.h"
+#include "scan/filter/MarkupFilter.h"
+#include "set/ErrorLog.h"
+#include "set/PatternSet.h"
+
+namespace zvk {
+
+namespace {
+
+using STREAMENGINE_SPACE::MarkupFilter;
+
+constexpr uint32_t kChunkLength = 65536;
+
+constexpr const char* kFooter = R"(Examples:
+  zvk filter page.html > harmless.html
+  curl -s http://localhost/ | zvk filter --scripts
+  zvk filter --scan -p sample.ndb page.html > harmless.html
+
+Writes the files, or standard input, to standard output, one behind the other and each as long as it
+was, with blanks in place of the elements named: --objects applet, embed, plugin and object,
+--scripts script and noscript, neither option both kinds. With --scan each file is one stream to the
+engine as well: detections (FILE: NAME) and files that the engine refuses, which are filtered all the
+same, are told on standard error.
+
+Exit status: 0 nothing blanked or found, 1 something blanked or found, 2 an error.)";
+
+struct FilterArguments {
+    std::vector<std::string> paths;
+    PatternFiles patterns;
+    bool objects = false;
+    bool scripts = false;
+    bool isScanned = false;
+
+    uint8_t mode() const {
+        if (objects == scripts) return ZVK_FILTER_OBJECTS | ZVK_FILTER_SCRIPTS;
+        return objects ? ZVK_FILTER_OBJECTS : ZVK_FILTER_SCRIPTS;
+    }
+};
+
+void tell(std::string_view line) {
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+/// The scan of one file beside its copy. What it finds is told at once, so that nothing piles up.
+class SideScan {
+  public:
+    /// @throws EngineError
+    SideScan(StreamSource& source, const std::string& filePath)
+        : path(filePath), stream(source.open(findings)) {}
+
+    /// @throws EngineError
+    void scanChunk(std::string_view chunk) {
+        if (stream->isRefused()) return;
+        stream->scanChunk(chunk);
+        tellFindings();
+    }
+    /// @throws std::runtime_error if the engine failed at the end or logged an error before
+    void end() {
+        stream->end();
+        tellFindings();
+        if (stream->isRefused()) tell(format->refused(path));
+        if (log.others().count > 0) {
+            throw std::runtime_error("error of the engine: " + log.others().latest());
+        }
+    }
+    bool hasFound() const { return found; }
+
+  private:
+    void tellFindings() {
+        for (const Finding& finding : findings) {
+            const std::string line = format->detection(path, finding.name);
+            for (uint64_t i = 0; i < finding.count; ++i) tell(line);
+            found = true;
+        }
+        findings.clear();
+    }
+
+    const std::string path;
+    const std::unique_ptr<ResultFormat> format = makeTextFormat();
+    const ErrorLog log{1};
+    std::vector<Finding> findings;  // not told yet
+    std::unique_ptr<ChunkStream> stream;
+    bool found = false;
+};
+
+/// Writes the copy of a file.
+/// @param source  opens streams to scan it on as well, or null
+/// @return whether something was blanked or found
+/// @throws OutputError if the copy cannot be written
+/// @throws std::runtime_error if the file cannot be read to its end, or the engine failed
+bool filterFile(const std::string& path, uint8_t mode, StreamSource* source) {
+    InputStream file({path, true, {}});
+    std::optional<SideScan> scan;
+    if (source != nullptr) scan.emplace(*source, path);
+    MarkupFilter filter;
+    std::vector<char> chunk(kChunkLength);
+    std::vector<char> copy(kChunkLength + MarkupFilter::kMostHeld);
+    const auto write = [&](uint32_t length) { writeOutput({copy.data(), length}); };
+    bool isAtEnd = false;
+    while (!isAtEnd) {
+        const size_t length = file.read(chunk.data(), chunk.size());
+        isAtEnd = length < chunk.size();
+        if (scan) scan->scanChunk({chunk.data(), length});
+        write(
+            filter.getBufferFilter(chunk.data(), static_cast<uint32_t>(length), copy.data(), mode));
+    }
+    write(filter.getTagBufferFilter(copy.data()));
+    flushOutput();
+    if (scan) scan->end();
+    if (const std::string failure = file.failure(); !failure.empty()) {
+        throw std::runtime_error(failure);
+    }
+    return filter.filterChanged || (scan && scan->hasFound());
+}
+
+ExitStatus run(const FilterArguments& arguments) {
+    std::optional<PatternSet> patterns;
+    std::optional<EngineStreams> source;
+    if (arguments.isScanned) {
+        patterns.emplace(arguments.patterns);
+        patterns->complainAboutLosses();
+        source.emplace(false);
+    }
+    ExitStatus status = kNothingFound;
+    for (const std::string& path : arguments.paths) {
+        try {
+            const bool isChanged = filterFile(path, arguments.mode(), source ? &*source : nullptr);
+            status = std::max(status, isChanged ? kSomethingFound : kNothingFound);
+        } catch (const OutputError&) {
+            throw;  // no other file can be written either
+        } catch (const std::exception& error) {
+            complain(fmt::format("{}: {}", path, error.what()));
+            status = kFailed;
+        }
+    }
+    return status;
+}
+
+CommandAction setUp(CLI::App& parser) {
+    auto arguments = std::make_shared<FilterArguments>();
+    parser.add_flag("--objects", arguments->objects,
+                    "Blank applet, embed, plugin and object elements");
+    parser.add_flag("--scripts", arguments->scripts, "Blank script and noscript elements");
+    auto* scan = parser.add_flag("--scan", arguments->isScanned, "Look for signatures as well");
+    auto* patterns = arguments->patterns.addTo(parser)->required(false)->needs(scan);
+    scan->needs(patterns);
+    parser.add_option("paths", arguments->paths, "Files, or - for standard input (the default)")
+        ->type_name("PATH");
+    parser.footer(kFooter);
+    return [arguments] {
+        if (arguments->paths.empty()) arguments->paths.emplace_back(kStandardInput);
+        return run(*arguments);
+    };
+}
+
+const Command kFilter("filter", "Blank out scripts and embedded objects", setUp);
+
+}  // namespace
+
+}  // namespace zvk

@@ -1,0 +1,126 @@
+// zvk info: tells about the engine and about a pattern set, down to the lines that are refused.
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <ctime>
+#include <memory>
+#include <vector>
+
+#include "command/Command.h"
+#include "console/Diagnostics.h"
+#include "console/JsonLine.h"
+#include "console/Output.h"
+#include "set/PatternFileCheck.h"
+#include "set/PatternSet.h"
+#include "support/VectorUnit.h"
+#include "zvkengine.h"
+
+namespace zvk {
+
+namespace {
+
+constexpr const char* kFooter = R"(Examples:
+  zvk info -p sample.ndb
+  zvk info -p base.ndb -u update.ndb --json
+
+Prints the engine's build time and version, the kernel (the form of the hot loops that this machine
+runs; ZVK_KERNEL in the environment, set to plain, baseline, avx2 or avx512, chooses another), the
+set's version and number of signatures, how many lines of each file were read and refused, and a
+line for each refused one (FILE:LINE: reason). The position inside a reason is the engine's own; it
+counts only the lines taken before.
+
+Exit status: 0 all lines are of use, 1 some were refused, 2 an error.)";
+
+struct InfoArguments {
+    PatternFiles patterns;
+    bool isJson = false;
+};
+
+struct SetFacts {
+    _ZVKEngineInfo engine{};
+    const char* kernel = QLT_SPACE::vectorUnitName(QLT_SPACE::chooseVectorUnit());
+    _ZVKPatternInfo patterns{};
+    std::vector<PatternFileCheck> files;
+
+    bool hasRefusedLines() const {
+        for (const PatternFileCheck& file : files) {
+            if (!file.refused.empty()) return true;
+        }
+        return false;
+    }
+};
+
+SetFacts gather(const PatternFiles& patterns) {
+    SetFacts facts;
+    getEngineInfo(&facts.engine);
+    facts.patterns = PatternSet(patterns).info();
+    facts.files.push_back(checkPatternFile(patterns.base));
+    if (!patterns.update.empty()) facts.files.push_back(checkPatternFile(patterns.update));
+    return facts;
+}
+
+// The version is the time at which the newest container file was built.
+std::string versionText(uint32_t version) {
+    if (version == 0) return "0 (no container file)";
+    return fmt::format("{} ({:%Y-%m-%d %H:%M:%S} UTC)", version,
+                       fmt::gmtime(static_cast<std::time_t>(version)));
+}
+
+void writeText(const SetFacts& facts) {
+    writeOutput(
+        fmt::format("{}\n{}\nKernel           : {}\nPattern version  : {}\n"
+                    "Pattern count    : {}\n",
+                    facts.engine.buildTime, facts.engine.engineVersion, facts.kernel,
+                    versionText(facts.patterns.patternVersion), facts.patterns.patternCount));
+    for (const PatternFileCheck& file : facts.files) {
+        const std::string path = printable(file.path);
+        writeOutput(
+            fmt::format("{}: {} read, {} refused\n", path, file.readCount, file.refused.size()));
+        for (const RefusedLine& line : file.refused) {
+            const std::string number = line.number > 0 ? fmt::format("{}:", line.number) : "";
+            writeOutput(fmt::format("{}:{} {}\n", path, number, printable(line.reason)));
+        }
+    }
+}
+
+void writeJson(const SetFacts& facts) {
+    writeOutput(jsonLine({{"type", "info"},
+                          {"buildTime", facts.engine.buildTime},
+                          {"engineVersion", facts.engine.engineVersion},
+                          {"kernel", facts.kernel},
+                          {"patternVersion", facts.patterns.patternVersion},
+                          {"patternCount", facts.patterns.patternCount}}));
+    for (const PatternFileCheck& file : facts.files) {
+        writeOutput(jsonLine({{"type", "file"},
+                              {"path", file.path},
+                              {"read", file.readCount},
+                              {"refused", file.refused.size()}}));
+        for (const RefusedLine& line : file.refused) {
+            nlohmann::ordered_json object{{"type", "refusedLine"}, {"path", file.path}};
+            if (line.number > 0) object["line"] = line.number;
+            object["reason"] = line.reason;
+            writeOutput(jsonLine(object));
+        }
+    }
+}
+
+CommandAction setUp(CLI::App& parser) {
+    auto arguments = std::make_shared<InfoArguments>();
+    arguments->patterns.addTo(parser);
+    parser.add_flag("--json", arguments->isJson, "One JSON object a line instead of text");
+    parser.footer(kFooter);
+    return [arguments] {
+        const SetFacts facts = gather(arguments->patterns);
+        arguments->isJson ? writeJson(facts) : writeText(facts);
+        flushOutput();
+        return facts.hasRefusedLines() ? kSomethingFound : kNothingFound;
+    };
+}
+
+const Command kInfo("info", "Tell about the engine and a pattern set", setUp);
+
+}  // namespace
+
+}  // namespace zvk

@@ -1,0 +1,70 @@
+// zvk keywords: which files hold which keywords of a list.
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "command/Command.h"
+#include "file/FileWalker.h"
+#include "run/KeywordFinder.h"
+#include "run/KeywordStream.h"
+#include "run/ScanRun.h"
+#include "set/KeywordList.h"
+
+namespace zvk {
+
+namespace {
+
+constexpr const char* kFooter = R"(Examples:
+  zvk keywords --list words.txt page.html
+  zvk keywords -l words.txt -l more.txt --json /srv/www > results.jsonl
+  curl -s http://localhost/ | zvk keywords -l words.txt -
+
+Prints a line for each keyword that a file holds (PATH: KEYWORD) and a summary: every keyword once a
+file, as it is written in the list and in the order of the lists, also if it overlaps another one.
+Files of any kind are searched as they are; the case of A to Z makes no difference, white space does.
+Folders are searched with all that is below them, symbolic links and special files left out.
+
+A list has one keyword a line, of 2 to 256 bytes. Blank lines and lines that begin with # are
+skipped. A carriage return at the end of a line is not part of the keyword, blanks around it are, and a
+byte order mark in front of the list is skipped. A keyword that cannot be used is told on standard error and left out; of keywords that differ only in
+case the first is taken.
+
+Exit status: 0 nothing found, 1 something found, 2 an error (also if something was found).)";
+
+struct KeywordsArguments {
+    std::vector<std::string> lists;
+    RunOptions run;
+};
+
+ExitStatus run(const KeywordsArguments& arguments) {
+    const auto isStandardInput = [](const std::string& path) { return path == kStandardInput; };
+    if (std::count_if(arguments.lists.begin(), arguments.lists.end(), isStandardInput) +
+            std::count_if(arguments.run.paths.begin(), arguments.run.paths.end(), isStandardInput) >
+        1) {
+        throw KeywordListError("standard input can be one list or one text, not both");
+    }
+    const std::vector<std::string> keywords = readKeywordLists(arguments.lists);
+    const KeywordFinder finder(keywords);
+    return runScan(arguments.run,
+                   [&] { return std::make_unique<KeywordStreams>(finder, keywords); });
+}
+
+CommandAction setUp(CLI::App& parser) {
+    auto arguments = std::make_shared<KeywordsArguments>();
+    parser.add_option("-l,--list", arguments->lists, "Keyword list; may be given more than once")
+        ->required()
+        ->allow_extra_args(false)  // what follows the file is a path
+        ->type_name("FILE");
+    arguments->run.addTo(parser);
+    parser.footer(kFooter);
+    return [arguments] { return run(*arguments); };
+}
+
+const Command kKeywords("keywords", "Tell which files hold which keywords of a list", setUp);
+
+}  // namespace
+
+}  // namespace zvk

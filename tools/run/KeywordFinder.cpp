@@ -1,0 +1,105 @@
+#include "run/KeywordFinder.h"
+
+#include <algorithm>
+#include <map>
+#include <numeric>
+#include <stdexcept>
+#include <utility>
+
+#include "keyword/ZVKKeywordMatcher.h"
+#include "scan/BodyMatcher.h"
+#include "store/load/BmList.h"
+#include "support/Ascii.h"
+#include "support/DecimalNumber.h"
+#include "support/ScrambledName.h"
+
+namespace zvk {
+
+namespace {
+
+using STREAMENGINE_SPACE::BmList;
+using STREAMENGINE_SPACE::BodyMatcher;
+using STREAMENGINE_SPACE::scrambled;
+using STREAMENGINE_SPACE::ZVKKeywordMatcher;
+
+}  // namespace
+
+std::string loweredText(std::string_view text) {
+    std::string lowered(text);
+    for (char& c : lowered) c = QLT_SPACE::lowered(c);
+    return lowered;
+}
+
+class KeywordFinder::Layer {
+  public:
+    struct Member {
+        size_t index;  // in the finder's list
+        std::string keyword;
+    };
+
+    explicit Layer(std::vector<Member> layerMembers) : members(std::move(layerMembers)) {
+        std::vector<const char*> array;
+        for (const Member& member : members) array.push_back(member.keyword.c_str());
+        array.push_back(nullptr);
+        if (!matcher.update(array.data())) throw std::runtime_error("cannot prepare the keywords");
+    }
+
+    /// @param text  behind which IndexScanner::kSlack bytes are readable
+    void search(std::string_view text, std::vector<bool>& found) const {
+        BodyMatcher scanner(matcher.keywordSet(), nullptr, nullptr);  // it sends no event
+        const char* const end = text.data() + text.size();
+        for (const char* at = text.data(); at < end;) {
+            STREAMENGINE_SPACE::DigestFeed nothing;
+            const char* name =
+                scanner.virusFound(at, static_cast<unsigned int>(end - at), 0, 0, nothing);
+            if (name == nullptr) return;
+            const Member& member = memberNamed(name);
+            found[member.index] = true;
+            at = scanner.getMatchPosition() - member.keyword.size() + 1;
+        }
+    }
+
+  private:
+    const Member& memberNamed(const char* name) const {
+        const std::string index = scrambled(name);
+        return members[static_cast<size_t>(QLT_SPACE::decimalInt64(index.c_str()))];
+    }
+
+    std::vector<Member> members;
+    ZVKKeywordMatcher matcher;
+};
+
+KeywordFinder::KeywordFinder(const std::vector<std::string>& keywords) {
+    std::vector<Layer::Member> sorted;
+    sorted.reserve(keywords.size());
+    for (const auto& keyword : keywords) sorted.push_back({sorted.size(), loweredText(keyword)});
+    std::sort(sorted.begin(), sorted.end(),
+              [](const auto& a, const auto& b) { return a.keyword < b.keyword; });
+    // By the store, and by how many keywords of the same store begin the keyword. A keyword follows
+    // directly behind those that begin it, or behind others that they begin.
+    std::map<std::pair<bool, size_t>, std::vector<Layer::Member>> groups;
+    std::vector<std::string> beginnings[2];
+    for (auto& member : sorted) {
+        const bool isLong = member.keyword.size() >= BmList::kWindow;
+        auto& nested = beginnings[isLong ? 1 : 0];
+        while (!nested.empty() && !member.keyword.starts_with(nested.back())) nested.pop_back();
+        longestKeyword = std::max(longestKeyword, member.keyword.size());
+        const size_t depth = nested.size();
+        nested.push_back(member.keyword);
+        groups[{isLong, depth}].push_back(std::move(member));
+    }
+    for (auto& [place, members] : groups) {
+        layers.push_back(std::make_unique<Layer>(std::move(members)));
+    }
+}
+
+KeywordFinder::~KeywordFinder() = default;
+
+void KeywordFinder::search(std::string_view text, std::vector<bool>& found) const {
+    std::string padded(text);  // a search reads a little behind the end
+    padded.append(STREAMENGINE_SPACE::IndexScanner::kSlack, '\0');
+    const std::string_view readable(padded.data(), text.size());
+    for (const auto& layer : layers) layer->search(readable, found);
+}
+
+}  // namespace zvk

@@ -1,0 +1,75 @@
+#include "set/PatternFileCheck.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <deque>
+#include <iterator>
+
+#include "console/StdoutSilencer.h"
+#include "pattern/PatternLoader.h"
+#include "pattern/PlainLineReader.h"
+#include "pattern/line/PatternType.h"
+#include "pattern/line/SignatureLine.h"
+#include "set/ErrorLog.h"
+#include "set/PatternFile.h"
+#include "store/PatternContainer.h"
+#include "support/Exception.h"
+
+namespace zvk {
+
+namespace {
+
+using STREAMENGINE_SPACE::PatternContainer;
+using STREAMENGINE_SPACE::PatternLoader;
+using STREAMENGINE_SPACE::PlainLineReader;
+
+// Physical numbers of the lines that a container refuses. The loader's messages have only a count
+// of the lines taken so far, but come in the order of these.
+std::vector<uint32_t> refusedNumbers(std::FILE* file, int type, uint64_t& readCount) {
+    std::rewind(file);
+    PatternContainer container;
+    std::vector<uint32_t> numbers;
+    PlainLineReader reader(file);
+    for (readCount = 0; reader.next(); ++readCount) {
+        try {
+            addSignatureLine(container, reader.line(), type, false);
+        } catch (QLT_SPACE::Exception&) {
+            numbers.push_back(reader.lineNumber());
+        }
+    }
+    return numbers;
+}
+
+uint64_t load(const std::string& path, std::FILE* file) {
+    const StdoutSilencer silencer;
+    PatternContainer container;
+    try {
+        return static_cast<uint64_t>(PatternLoader::loadVQPattern(path.c_str(), file, container));
+    } catch (QLT_SPACE::Exception& error) {
+        throw PatternError(fmt::format("cannot load {}: {}", path, error.getMessage()));
+    }
+}
+
+}  // namespace
+
+PatternFileCheck checkPatternFile(const std::string& path) {
+    const QLT_SPACE::FilePtr file = openPatternFile(path);
+    const ErrorLog log(ErrorLog::kAll);
+    PatternFileCheck check;
+    check.path = path;
+    check.readCount = load(path, file.get());
+
+    std::vector<uint32_t> numbers;
+    const int type = PatternLoader::getPatternType(path.c_str());
+    if (type != STREAMENGINE_SPACE::PATTERN_CONTAINER)
+        numbers = refusedNumbers(file.get(), type, check.readCount);
+    for (const std::string& reason : log.refused().last) {
+        const size_t i = check.refused.size();
+        check.refused.push_back({i < numbers.size() ? numbers[i] : 0, reason});
+    }
+    for (const std::string& reason : log.others().last) check.refused.push_back({0, reason});
+    return check;
+}
+
+}  // namespace zvk
