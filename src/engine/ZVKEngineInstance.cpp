@@ -4,7 +4,6 @@
 
 #include "scan/FileType.h"
 #include "support/Log.h"
-#include "support/ScrambledName.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
@@ -82,11 +81,8 @@ int ZVKEngineInstance::begin_scan(const ZVKScanEngineCallbacks* callbacks, void*
         release();
         return ZVK_ERR_NO_SCANNER;
     }
-    scanner->callbacks = callbacks;
-    scanner->userData = userData;
-    scanner->reset();
+    scanner->begin(callbacks, userData);
     state = 1;
-    if (scanner->md5Scanner != nullptr) scanner->md5Scanner->MD5Init();
     return 0;
 }
 
@@ -134,11 +130,11 @@ int ZVKEngineInstance::completeHeader(const char* data, unsigned int length) {
         return ZVK_ERR_NOT_SCANNABLE;
     }
     ZVK_DEBUG("ZVKEngineInstance::scan, find scannable file type.");
-    scanner->reset2();
+    scanner->beginDetection();
     const int inHeader = scanner->scanBuffer(header.data(), headerLength, false);
     if (inHeader != 0) return inHeader;
     const int inRest = scanner->scanBuffer(data + missing, length - missing, false);
-    if (inRest > 0) scanner->safeLength = 0;
+    if (inRest > 0) scanner->clearSafeLength();
     return inRest;
 }
 
@@ -164,31 +160,24 @@ int ZVKEngineInstance::finish() {
             return ZVK_ERR_NOT_SCANNABLE;
         }
         ZVK_DEBUG("ZVKEngineInstance::end_scan, find scannable file type.");
-        scanner->reset2();
+        scanner->beginDetection();
         scanner->scanBuffer(header.data(), headerLength, false);
     }
-    const MD5Pattern* record =
-        scanner->md5Scanner != nullptr ? scanner->md5Scanner->virusFound() : nullptr;
-    if (record != nullptr) {
-        const std::string name =
-            *record->virName == '\0' ? scrambled("Generic.Virus") : record->virName;
-        scanner->sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name.c_str());
-        scanner->safeLength = 0;
-    }
-    return static_cast<int>(scanner->safeLength);
+    scanner->reportDigest();
+    return static_cast<int>(scanner->safeLength());
 }
 
 int ZVKEngineInstance::scanfilter(const char* data, unsigned int length, char* output,
                                   unsigned int* outputLength, uint8_t mode) {
     if (scanner == nullptr) return ZVK_ERR_BAD_STATE;
-    *outputLength = scanner->filter.getBufferFilter(data, length, output, mode);
+    *outputLength = scanner->filter().getBufferFilter(data, length, output, mode);
     return 0;
 }
 
 int ZVKEngineInstance::end_scanfilter(char* output, unsigned int* outputLength, bool* flag) {
     if (scanner == nullptr) return ZVK_ERR_BAD_STATE;
-    *outputLength = scanner->filter.getTagBufferFilter(output);
-    if (flag != nullptr) *flag = scanner->filter.filterChanged;
+    *outputLength = scanner->filter().getTagBufferFilter(output);
+    if (flag != nullptr) *flag = scanner->filter().filterChanged;
     return 0;
 }
 

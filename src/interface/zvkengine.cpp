@@ -161,5 +161,5 @@ int32_t getSafeDataLength(void* instance) {
     const ZVKEngineInstance* const live = instanceOf(instance);
     if (live == nullptr) return ZVK_ERR_BAD_INSTANCE;
     if (live->streamScanner() == nullptr) return ZVK_ERR_BAD_STATE;
-    return static_cast<int32_t>(live->streamScanner()->safeLength);
+    return static_cast<int32_t>(live->streamScanner()->safeLength());
 }

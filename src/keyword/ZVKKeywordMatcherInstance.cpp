@@ -16,14 +16,14 @@ constexpr const char* kUnit = "ZVKKeywordMatcher";
 
 // A shorter text is copied to the stack: an allocation would be felt in the time that it takes.
 constexpr size_t kShortText = 1024;
-constexpr size_t kSlack = IndexScanner::kSlack;  // behind a copy
+constexpr size_t kSlack = SearchText::kSlack;  // behind a copy
 
 }  // namespace
 
 int ZVKKeywordMatcherInstance::match(const char* buffer, unsigned int len) {
     const ZVKKeywordMatcher::MatchScope scope(matcher);
     try {
-        scanner.emplace(matcher.keywordSet(), callbacks, userData);
+        scanner.emplace(matcher.keywordSet(), reporter.details());
         return DoMatch(buffer, len);
     } catch (QLT_SPACE::Exception& error) {
         ZVK_ERROR("Catch the exception [%s]", error.toString());
@@ -49,9 +49,11 @@ int ZVKKeywordMatcherInstance::DoMatch(const char* buffer, unsigned int len) {
     }
     std::transform(buffer, buffer + len, copy, [](char c) { return QLT_SPACE::lowered(c); });
     DigestFeed nothing;
-    const char* name = scanner->virusFound(copy, len, 0, 0, nothing);
-    if (name == nullptr) return 0;
-    scanner->sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name);  // its answer has no meaning here
+    const SearchText text = {reinterpret_cast<const uint8_t*>(copy), len};
+    const BodyMatch match = scanner->virusFound(text, nothing);
+    if (!match) return 0;
+    reporter.recordMatch(match, match.end);
+    reporter.sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, match.pattern->virName);
     return 1;
 }
 

@@ -8,6 +8,7 @@
 
 #include "keyword/ZVKKeywordMatcher.h"
 #include "scan/BodyMatcher.h"
+#include "scan/report/DetectionReporter.h"
 
 namespace STREAMENGINE_SPACE {
 
@@ -16,7 +17,7 @@ class ZVKKeywordMatcherInstance {
     /// Borrows all for its life.
     ZVKKeywordMatcherInstance(ZVKKeywordMatcher& keywords,
                               const ZVKScanEngineCallbacks* callbackRecord, void* hostData)
-        : matcher(keywords), callbacks(callbackRecord), userData(hostData) {}
+        : matcher(keywords), reporter(callbackRecord, hostData) {}
 
     /// Searches buffer and reports the first keyword found, with the right to read the set held.
     /// @param len  bytes in buffer, 2 at least
@@ -30,8 +31,7 @@ class ZVKKeywordMatcherInstance {
 
   private:
     ZVKKeywordMatcher& matcher;
-    const ZVKScanEngineCallbacks* callbacks;
-    void* userData;
+    DetectionReporter reporter;
     std::optional<BodyMatcher> scanner;  // made with the right to read held
 };
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "scan/WorkBuffer.h"
-#include "store/PatternContainer.h"
+#include "scan/text/WorkBuffer.h"
+#include "support/EngineOption.h"
 #include "support/Log.h"
 #include "support/ScrambledName.h"
 
@@ -12,80 +12,91 @@ namespace STREAMENGINE_SPACE {
 namespace {
 
 constexpr const char* kUnit = "StreamScanner";
+// After the text: what a search may read, and what a vector of the normaliser may write.
+constexpr size_t kSlack = 64;
+static_assert(kSlack >= SearchText::kSlack);
 
 }  // namespace
 
-StreamScanner::StreamScanner(const PatternContainer& container,
-                             const ZVKScanEngineCallbacks* callbackRecord, void* hostData,
-                             uintptr_t ownerValue)
-    : BodyMatcher(container, callbackRecord, hostData),
-      overlap(static_cast<uint32_t>(container.maxPatternLength)),
-      owner(ownerValue),
-      normaliser(container.vectorUnit) {
-    if (container.md5List.hasTables()) {
-        md5Scanner = std::make_unique<Md5Scanner>(container.md5List, &result);
-    }
+StreamScanner::StreamScanner(const PatternContainer& set, const ZVKScanEngineCallbacks* callbacks,
+                             void* userData, uintptr_t creator)
+    : reporter(callbacks, userData),
+      matcher(set, reporter.details()),
+      normaliser(set.vectorUnit),
+      overlap(static_cast<uint32_t>(set.maxPatternLength)),
+      owner(creator) {
+    if (set.md5List.hasTables()) md5Scanner.emplace(set.md5List, &reporter.details());
     tail.reserve(overlap);
-    if (container.typeTrieTree.maxPatternLength != 0) {
-        typeScanner.emplace(container.typeTrieTree, &result);
+    if (set.typeTrieTree.maxPatternLength != 0) {
+        typeScanner.emplace(set.typeTrieTree, &reporter.details());
     }
     reset();
 }
 
-void StreamScanner::reset() {
-    reset2();
-    normaliser.htmlMode = false;
-    filter = {};
+void StreamScanner::begin(const ZVKScanEngineCallbacks* callbacks, void* userData) {
+    reporter.setHost(callbacks, userData);
+    reset();
+    if (md5Scanner) md5Scanner->MD5Init();
 }
 
-void StreamScanner::reset2() {
+void StreamScanner::reset() {
+    beginDetection();
+    normaliser.htmlMode = false;
+    markupFilter = {};
+}
+
+void StreamScanner::beginDetection() {
     detectionCount = 0;
     tail.clear();
-    tailBase = 0;
-    tailSettled = 0;
-    safeLength = 0;
-    filter.filterChanged = false;
+    tailOffset = 0;
+    safeBytes = 0;
+    markupFilter.filterChanged = false;
     normaliser.restart();
-    init();
+    resetMatchers();
 }
 
-void StreamScanner::init() {
-    BodyMatcher::init();
-    tailSettled = 0;
-    if (md5Scanner != nullptr) md5Scanner->reset();
+/// The digest is not reset: it runs over a whole stream, past its detections.
+void StreamScanner::resetMatchers() {
+    matcher.reset();
+    reporter.reset();
+    tailDecidedTo = 0;
     if (typeScanner) typeScanner->reset();
 }
 
 int StreamScanner::scanBuffer(const char* data, unsigned int len, bool typePass) {
     WorkBuffer<kInlineOverlap + kCycleLength + kSlack> work(capacity() + kSlack);
-    Window window = {work.data(), static_cast<uint32_t>(tail.size()), tailBase, tailSettled};
+    Window window = {work.data(), static_cast<uint32_t>(tail.size()), tailOffset, tailDecidedTo};
     if (!tail.empty()) std::memcpy(window.text, tail.data(), tail.size());
     if (typePass) return findType(window, data, len);
     const int count = runCycles(window, data, len);
     tail.assign(window.text, window.text + window.used);
-    tailBase = window.base;
-    tailSettled = window.settled;
+    tailOffset = window.streamOffset;
+    tailDecidedTo = window.decidedTo;
     return count;
 }
 
-int StreamScanner::findType(Window& window, const char* data, unsigned int len) {
+int StreamScanner::findType(const Window& window, const char* data, unsigned int len) {
     const char* const chunk = data;
     const unsigned int chunkLength = len;
     char* const added = window.text + window.used;
     const unsigned int produced = normaliser.getBuffer(data, len, added, capacity() - window.used);
     if (produced == 0 || !typeScanner) return 0;
-    const TriePattern* found = typeScanner->virusFound(
-        reinterpret_cast<const unsigned char*>(window.text), window.used + produced, window.base);
+    const SearchText text = window.searchText(window.used + produced);
+    const TriePattern* found = typeScanner->virusFound(text.bytes, text.length, text.streamOffset);
     if (found == nullptr) return 0;
     if (*added == '<' && Normaliser::checkHeader(chunk, chunkLength)) normaliser.htmlMode = true;
     ZVK_DEBUG("StreamScanner::scanBuffer, find type name [%s].", scrambled(found->virName).c_str());
     return 1;
 }
 
+// Each cycle normalises as much of the chunk as fits after the tail, and searches the whole window.
+// A detection that the host wants passed leaves the rest of the window for the next cycle, which
+// may have no new bytes. The chunk is finished when a cycle adds nothing and the one before was not
+// resumed.
 int StreamScanner::runCycles(Window& window, const char* data, unsigned int len) {
     const unsigned int chunkLength = len;
     int count = 0;
-    bool isResumed = false;  // the last cycle ended with a detection that the host wants passed
+    bool isResumed = false;
     while (true) {
         const uint32_t room = capacity() - window.used;
         if (len != 0 && room == 0) {
@@ -96,22 +107,21 @@ int StreamScanner::runCycles(Window& window, const char* data, unsigned int len)
         char* const added = window.text + window.used;
         const unsigned int produced = normaliser.getBuffer(data, len, added, room);
         if (produced == 0 && !isResumed) {
-            if (detectionCount == 0) safeLength += chunkLength;
+            if (detectionCount == 0) safeBytes += chunkLength;
             return count;
         }
-        sendDumpEvent(added, produced);
+        reporter.sendDumpEvent(added, produced);
         const uint32_t end = window.used + produced;
-        DigestFeed feed =
-            md5Scanner != nullptr ? md5Scanner->feedOf(added, produced) : DigestFeed();
-        const char* name = virusFound(window.text, end, window.base, window.settled, feed);
+        DigestFeed feed = md5Scanner ? md5Scanner->feedOf(added, produced) : DigestFeed();
+        const BodyMatch match = matcher.virusFound(window.searchText(end), feed);
         feed.finish();
         isResumed = false;
-        if (name == nullptr) {
+        if (!match) {
             keepTail(window, end);
             continue;
         }
         ++count;
-        const Outcome outcome = reportDetection(name, window, end);
+        const Outcome outcome = reportDetection(match, window, end);
         if (outcome == Outcome::Stop) return count;
         isResumed = outcome == Outcome::Resume;
     }
@@ -120,17 +130,18 @@ int StreamScanner::runCycles(Window& window, const char* data, unsigned int len)
 void StreamScanner::keepTail(Window& window, uint32_t end) const {
     const uint32_t dropped = end - std::min(end, overlap);
     window.dropFront(dropped, end);
-    window.settled = settledEnd() - std::min(settledEnd(), dropped);
+    window.decidedTo = matcher.decidedTo() - std::min(matcher.decidedTo(), dropped);
 }
 
-StreamScanner::Outcome StreamScanner::reportDetection(const char* name, Window& window,
+StreamScanner::Outcome StreamScanner::reportDetection(const BodyMatch& match, Window& window,
                                                       uint32_t end) {
     ++detectionCount;
-    window.settled = 0;
-    switch (sendDetection(name)) {
+    window.decidedTo = 0;
+    reporter.recordMatch(match, window.streamOffset + match.end);
+    switch (sendDetection(match.pattern->virName)) {
         case 0:
-            window.dropFront(static_cast<uint32_t>(matchEnd - window.text), end);
-            init();
+            window.dropFront(match.end, end);
+            resetMatchers();
             return Outcome::Resume;
         case 1:
         case 3:
@@ -144,19 +155,28 @@ StreamScanner::Outcome StreamScanner::reportDetection(const char* name, Window& 
 void StreamScanner::Window::dropFront(uint32_t count, uint32_t end) {
     used = end - count;
     if (count != 0) std::memmove(text, text + count, used);
-    base += count;
+    streamOffset += count;
 }
 
 int StreamScanner::sendDetection(const char* name) {
-    const int answer = sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name);
+    const int answer = reporter.sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name);
     ZVK_DEBUG("ret of event = %d", answer);
     return answer;
 }
 
 bool StreamScanner::searchNextVirus(const char* name) {
     if (sendDetection(name) != 0) return false;
-    init();
+    resetMatchers();
     return true;
+}
+
+void StreamScanner::reportDigest() {
+    const MD5Pattern* record = md5Scanner ? md5Scanner->virusFound() : nullptr;
+    if (record == nullptr) return;
+    const std::string name =
+        *record->virName == '\0' ? scrambled("Generic.Virus") : record->virName;
+    reporter.sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name.c_str());
+    safeBytes = 0;
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,50 +1,49 @@
-// StreamScanner: one stream's road from raw chunk to detection.
+// StreamScanner: the path of one stream from raw chunk to detection.
 //
-// Each chunk is normalised behind the tail of the one before, so that a signature cut by a chunk
-// boundary is still whole in the text searched. That text is in the call's own buffer: between
-// calls a stream keeps its tail, of overlap bytes as a rule. A chunk without a detection allocates
-// no more than its search does, see BodyMatcher, but for a buffer where the set's longest
-// signature is longer than kInlineOverlap.
+// Each chunk is normalised after the tail of the one before, so a signature cut by a chunk boundary
+// is still whole in the text that is searched. That text is in the call's own buffer: between calls
+// a stream keeps its tail only, of `overlap` bytes as a rule. A chunk without a detection allocates
+// no more than its search does, see BodyMatcher, and a buffer if the longest signature of the set
+// is longer than kInlineOverlap.
 //
-// It scans in two passes. The type pass, over the start of the stream, answers whether the stream
-// is to be scanned and chooses the normalisation; the detection pass, over all of it, finds
+// A stream is scanned in two passes. The type pass, over its start, decides whether the stream is
+// to be scanned and chooses the normalisation; the detection pass, over all of it, finds
 // signatures.
 //
-// Threads: one at a time; the container is shared and only read.
+// Threads: one at a time; the set is shared and only read.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "scan/BodyMatcher.h"
 #include "scan/digest/Md5Scanner.h"
 #include "scan/filter/MarkupFilter.h"
 #include "scan/normalise/Normaliser.h"
-#include "zvkengine.h"
+#include "scan/report/DetectionReporter.h"
 
 namespace STREAMENGINE_SPACE {
 
-class StreamScanner : public BodyMatcher {
+class StreamScanner {
   public:
     static constexpr uint32_t kCycleLength = 16384;  // normalised bytes that a cycle adds at most
 
-    /// Makes the matchers that the container calls for.
-    /// @param container  prepared; borrowed for the scanner's life
-    /// @param callbacks  borrowed until they are replaced
-    /// @param owner      the creator's own value, kept and never read
-    StreamScanner(const PatternContainer& container, const ZVKScanEngineCallbacks* callbacks,
-                  void* userData, uintptr_t owner);
+    /// Makes the scanners that the set needs.
+    /// @param set       prepared; borrowed for the scanner's life
+    /// @param creator   the creator's own value, kept and never read
+    StreamScanner(const PatternContainer& set, const ZVKScanEngineCallbacks* callbacks,
+                  void* userData, uintptr_t creator);
+    StreamScanner(const StreamScanner&) = delete;
+    StreamScanner& operator=(const StreamScanner&) = delete;
 
     /// Starts a new stream.
-    void reset();
-    /// Starts the detection pass; the normalisation that the type pass chose stays, and so does
-    /// the filter's state, but what it has blanked out so far is forgotten.
-    void reset2();
-    /// Clears the state of all matchers, as after a detection.
-    void init();
+    /// @param callbacks, userData  borrowed until the stream ends
+    void begin(const ZVKScanEngineCallbacks* callbacks, void* userData);
+    /// Starts the detection pass. The normalisation that the type pass chose stays, and so does the
+    /// filter's state, but what the filter has blanked out so far is forgotten.
+    void beginDetection();
 
     /// Scans a chunk.
     /// @return in the type pass whether a type signature was found (1 or 0), in the detection pass
@@ -52,17 +51,24 @@ class StreamScanner : public BodyMatcher {
     /// @throws QLT_SPACE::Exception or std::bad_alloc if memory runs out
     int scanBuffer(const char* data, unsigned int len, bool typePass);
 
-    /// Reports a detection and clears the matchers if the host answers 0.
+    /// Reports a detection and resets the matchers if the host answers 0.
+    /// @param name  scrambled
     /// @return whether it did
     bool searchNextVirus(const char* name);
 
-    std::unique_ptr<Md5Scanner> md5Scanner;  // null if the container has no digests
-    uint32_t safeLength = 0;  // bytes of the chunks scanned to their end without any detection yet
-    MarkupFilter filter;      // apart from the scan: fed by its own calls, with the raw bytes
+    /// Looks the stream's digest up at its end and reports a detection by it.
+    /// @throws QLT_SPACE::Exception if memory for the detail record runs out
+    void reportDigest();
+
+    /// @return bytes of the chunks that were scanned to their end before the first detection
+    uint32_t safeLength() const { return safeBytes; }
+    void clearSafeLength() { safeBytes = 0; }
+
+    /// The markup filter works on the raw bytes, apart from the scan, through calls of its own.
+    MarkupFilter& filter() { return markupFilter; }
 
   private:
     static constexpr size_t kInlineOverlap = 4096;  // bytes of a tail for which the stack has room
-    static constexpr size_t kSlack = 64;            // bytes behind the text that may be touched
 
     /// What the host's answer to a detection makes of the cycle.
     enum class Outcome { GoOn, Resume, Stop };
@@ -70,31 +76,41 @@ class StreamScanner : public BodyMatcher {
     /// The part of the normalised stream that is being searched.
     struct Window {
         char* text;
-        uint32_t used;     // bytes of it that hold data
-        uint32_t base;     // stream offset of its first byte
-        uint32_t settled;  // index in front of which nothing begins
+        uint32_t used;          // bytes of it that hold data
+        uint32_t streamOffset;  // of its first byte
+        uint32_t decidedTo;     // index before which no match begins
 
-        /// Drops the first count bytes of the end bytes that it holds.
+        SearchText searchText(uint32_t end) const {
+            return {reinterpret_cast<const uint8_t*>(text), end, streamOffset, decidedTo};
+        }
+        /// Drops the first count of the end bytes that it holds.
         void dropFront(uint32_t count, uint32_t end);
     };
 
+    void reset();
+    void resetMatchers();
     int runCycles(Window& window, const char* data, unsigned int len);
-    int findType(Window& window, const char* data, unsigned int len);
-    /// Gets the window ready for the next cycle, nothing having been found in its end bytes.
+    int findType(const Window& window, const char* data, unsigned int len);
+    /// Prepares the window for the next cycle after nothing was found in its end bytes.
     void keepTail(Window& window, uint32_t end) const;
-    Outcome reportDetection(const char* name, Window& window, uint32_t end);
+    Outcome reportDetection(const BodyMatch& match, Window& window, uint32_t end);
     /// @return the host's answer
     int sendDetection(const char* name);
     uint32_t capacity() const { return overlap + kCycleLength; }
 
-    const uint32_t overlap;  // normalised bytes kept from cycle to cycle: the longest pattern
-    std::vector<char> tail;  // what the window held when the last call ended
-    uint32_t tailBase = 0;   // as in the window
-    uint32_t tailSettled = 0;
-    uint32_t detectionCount = 0;             // reported in this stream
-    std::optional<TrieScanner> typeScanner;  // none if the container has no type signatures
-    [[maybe_unused]] const uintptr_t owner;
+    DetectionReporter reporter;
+    BodyMatcher matcher;
+    std::optional<Md5Scanner> md5Scanner;    // none if the set has no digests
+    std::optional<TrieScanner> typeScanner;  // none if the set has no type signatures
     Normaliser normaliser;
+    MarkupFilter markupFilter;
+    const uint32_t overlap;   // normalised bytes kept from cycle to cycle: the longest pattern
+    std::vector<char> tail;   // what the window held when the last call ended
+    uint32_t tailOffset = 0;  // as streamOffset and decidedTo of the window
+    uint32_t tailDecidedTo = 0;
+    uint32_t safeBytes = 0;
+    uint32_t detectionCount = 0;  // reported in this stream
+    [[maybe_unused]] const uintptr_t owner;
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -73,14 +73,15 @@ TEST_F(Details, EventsByTheirType) {
     int32_t answer = 5;
     StreamScanner scanner(container, &callbacks, &answer, 0);
     const std::string name = scrambled("Direct");
-    EXPECT_EQ(scanner.sendEngineEventEx(ZVK_EVENT_RESERVED, name.c_str()), 3);
-    EXPECT_EQ(scanner.sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, nullptr), 5);
+    DetectionReporter reporter(&callbacks, &answer);
+    EXPECT_EQ(reporter.sendEngineEventEx(ZVK_EVENT_RESERVED, name.c_str()), 3);
+    EXPECT_EQ(reporter.sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, nullptr), 5);
     EXPECT_FALSE(scanner.searchNextVirus(name.c_str()));
     answer = 0;
     EXPECT_TRUE(scanner.searchNextVirus(name.c_str()));
     ops.detailEvent = 1;
-    scanner.sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name.c_str());
-    EXPECT_EQ(scanner.sendEngineEventEx(ZVK_EVENT_CLEAN_FAILURE, name.c_str()), 0);
+    reporter.sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name.c_str());
+    EXPECT_EQ(reporter.sendEngineEventEx(ZVK_EVENT_CLEAN_FAILURE, name.c_str()), 0);
     EXPECT_TRUE(
         sent[sent.size() - 2].ends_with("]send clean_failure event [Malform.HTML][Direct]"));
     EXPECT_TRUE(sent.back().ends_with("]ret of send event is [0]"));
@@ -94,13 +95,17 @@ TEST_F(Details, DumpsOfRecords) {
     addSignatureLine(container, "B:0:*:7830303030303030e978", 3, false);
     container.prepare();
     sent.clear();
-    StreamScanner scanner(container, nullptr, nullptr, 0);
-    char text[] = "A\aXab";
+    DetectionReporter reporter;
+    BodyMatcher matcher(container, reporter.details());
     ops.detailLog = 1;
-    DigestFeed nothing;
-    scanner.virusFound(text, 5, 16, 0, nothing);
-    char plain[] = "x0000000\xe9x";
-    scanner.virusFound(plain, 10, 0, 0, nothing);
+    const auto record = [&](const char* bytes, uint32_t length, uint32_t offset) {
+        const SearchText text = {reinterpret_cast<const uint8_t*>(bytes), length, offset};
+        DigestFeed nothing;
+        const BodyMatch match = matcher.virusFound(text, nothing);
+        reporter.recordMatch(match, offset + match.end);
+    };
+    record("A\aXab", 5, 16);
+    record("x0000000\xe9x", 10, 0);
     std::string all;
     for (const auto& line : sent) {
         const std::string message = line.substr(line.find(']') + 1);

@@ -181,12 +181,11 @@ std::string scanStream(StreamScanner& scanner, const std::vector<std::string>& c
         const int count = scanner.scanBuffer(chunk.data(), length, typePass);
         witness.transcript += "=" + std::to_string(count) + "\n";
     };
-    scanner.userData = &witness;
-    scanner.reset();
+    scanner.begin(&Witness::kCallbacks, &witness);
     feed(chunks.front(), true);
-    scanner.reset2();
+    scanner.beginDetection();
     for (const std::string& chunk : chunks) feed(chunk, false);
-    return witness.transcript + std::to_string(scanner.safeLength);
+    return witness.transcript + std::to_string(scanner.safeLength());
 }
 
 TEST_F(SearchForms, AgreeOverStreams) {
@@ -221,31 +220,35 @@ TEST_F(SearchForms, AgreeOverStreams) {
 /// What a stream's buffers tell, when its first byte has the offset given.
 std::string searchFrom(uint32_t base, const PatternContainer& container,
                        const std::vector<std::string>& chunks, Witness witness) {
-    BodyMatcher matcher(container, &Witness::kCallbacks, &witness);
-    matcher.init();
+    DetectionReporter reporter(&Witness::kCallbacks, &witness);
+    BodyMatcher matcher(container, reporter.details());
     const auto overlap = static_cast<size_t>(container.maxPatternLength);
     std::string kept;
-    uint32_t settled = 0;
+    uint32_t decidedTo = 0;
     for (const std::string& chunk : chunks) {
         std::string buffer = kept + chunk;
         bool isResumed = true;
         while (isResumed) {
             isResumed = false;
             const auto end = static_cast<uint32_t>(buffer.size());
-            buffer.resize(end + IndexScanner::kSlack);
+            buffer.resize(end + SearchText::kSlack);
             DigestFeed nothing;
-            const char* name = matcher.virusFound(buffer.data(), end, base, settled, nothing);
+            const BodyMatch match = matcher.virusFound(
+                {reinterpret_cast<const uint8_t*>(buffer.data()), end, base, decidedTo}, nothing);
             size_t dropped = end - std::min<size_t>(end, overlap);
-            settled = matcher.settledEnd() -
-                      std::min<uint32_t>(matcher.settledEnd(), static_cast<uint32_t>(dropped));
-            if (name != nullptr) {
-                settled = 0;
-                const auto matchEnd =
-                    static_cast<size_t>(matcher.getMatchPosition() - buffer.data());
-                witness.transcript += "@" + std::to_string(base + matchEnd) + " ";
-                isResumed = matcher.sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name) == 0;
-                if (isResumed) matcher.init();
-                dropped = isResumed ? matchEnd : dropped;
+            decidedTo = matcher.decidedTo() -
+                        std::min<uint32_t>(matcher.decidedTo(), static_cast<uint32_t>(dropped));
+            if (match) {
+                decidedTo = 0;
+                witness.transcript += "@" + std::to_string(base + match.end) + " ";
+                reporter.recordMatch(match, base + match.end);
+                const char* name = match.pattern->virName;
+                isResumed = reporter.sendEngineEventEx(ZVK_EVENT_VIRUS_FOUND, name) == 0;
+                if (isResumed) {
+                    matcher.reset();
+                    reporter.reset();
+                    dropped = match.end;
+                }
             }
             buffer.resize(end);
             buffer.erase(0, dropped);
@@ -283,15 +286,17 @@ TEST_F(SearchForms, AgreeWhereOffsetsWrap) {
 TEST_F(SearchForms, AgreeWhereOffsetsComeAgain) {
     load({"P:0:*:71777274{-10}7a78"});
     for (const auto& container : containers) {
-        BodyMatcher matcher(container, nullptr, nullptr);
+        ScanResult details;
+        BodyMatcher matcher(container, details);
         int found = 0;
         for (const auto& [base, text] : {std::pair{100U, "qwrt" + std::string(24, '.') + "zx"},
                                          std::pair{0xFFFFFFFDU, std::string(6, '.')},
                                          std::pair{104U, std::string("....zx..")}}) {
-            const std::string padded = text + std::string(IndexScanner::kSlack, ' ');
-            const auto length = static_cast<unsigned int>(text.size());
+            const std::string padded = text + std::string(SearchText::kSlack, ' ');
             DigestFeed nothing;
-            found += matcher.virusFound(padded.data(), length, base, 0, nothing) != nullptr;
+            const SearchText searched = {reinterpret_cast<const uint8_t*>(padded.data()),
+                                         static_cast<uint32_t>(text.size()), base};
+            found += matcher.virusFound(searched, nothing) ? 1 : 0;
         }
         EXPECT_EQ(found, 1) << vectorUnitName(container.vectorUnit);
     }

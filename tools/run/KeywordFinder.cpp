@@ -20,6 +20,7 @@ namespace {
 using STREAMENGINE_SPACE::BmList;
 using STREAMENGINE_SPACE::BodyMatcher;
 using STREAMENGINE_SPACE::scrambled;
+using STREAMENGINE_SPACE::SearchText;
 using STREAMENGINE_SPACE::ZVKKeywordMatcher;
 
 }  // namespace
@@ -44,18 +45,19 @@ class KeywordFinder::Layer {
         if (!matcher.update(array.data())) throw std::runtime_error("cannot prepare the keywords");
     }
 
-    /// @param text  behind which IndexScanner::kSlack bytes are readable
+    /// @param text  behind which SearchText::kSlack bytes are readable
     void search(std::string_view text, std::vector<bool>& found) const {
-        BodyMatcher scanner(matcher.keywordSet(), nullptr, nullptr);  // it sends no event
-        const char* const end = text.data() + text.size();
-        for (const char* at = text.data(); at < end;) {
+        STREAMENGINE_SPACE::ScanResult noDetails;
+        BodyMatcher scanner(matcher.keywordSet(), noDetails);
+        for (size_t at = 0; at < text.size();) {
             STREAMENGINE_SPACE::DigestFeed nothing;
-            const char* name =
-                scanner.virusFound(at, static_cast<unsigned int>(end - at), 0, 0, nothing);
-            if (name == nullptr) return;
-            const Member& member = memberNamed(name);
+            const SearchText rest = {reinterpret_cast<const uint8_t*>(text.data()) + at,
+                                     static_cast<uint32_t>(text.size() - at)};
+            const auto match = scanner.virusFound(rest, nothing);
+            if (!match) return;
+            const Member& member = memberNamed(match.pattern->virName);
             found[member.index] = true;
-            at = scanner.getMatchPosition() - member.keyword.size() + 1;
+            at += match.end - member.keyword.size() + 1;
         }
     }
 
@@ -97,7 +99,7 @@ KeywordFinder::~KeywordFinder() = default;
 
 void KeywordFinder::search(std::string_view text, std::vector<bool>& found) const {
     std::string padded(text);  // a search reads a little behind the end
-    padded.append(STREAMENGINE_SPACE::IndexScanner::kSlack, '\0');
+    padded.append(STREAMENGINE_SPACE::SearchText::kSlack, '\0');
     const std::string_view readable(padded.data(), text.size());
     for (const auto& layer : layers) layer->search(readable, found);
 }

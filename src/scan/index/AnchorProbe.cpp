@@ -5,107 +5,113 @@
 #include "support/MD5Steps.h"
 
 #ifdef __x86_64__
-// Shifts by a count in any register: a look takes fewer instructions.
-#define ZVK_WIDE __attribute__((target("bmi2")))
+// BMI2 shifts by a count in any register: a probe takes fewer instructions.
+#define ZVK_BMI2 __attribute__((target("bmi2")))
 #endif
 #define ZVK_INLINE __attribute__((always_inline)) inline
 
 namespace STREAMENGINE_SPACE {
 namespace {
 
-constexpr uint32_t kStep = SignatureIndex::kStep;
-
-/// The looks of one step, without a branch between them: they seldom find something, and while the
-/// loads of one are under way those of the next begin.
-template <bool kRuns, bool kPairs>
-struct Looks {
-    // Copies: the compiler cannot know that what is written below is not the index.
-    GramFilter::View steps;
-    GramFilter::View runs;
+/// The probes of one stride, without a branch between them: while the loads of one are under way,
+/// those of the next begin. Filters that hold nothing are left out at compile time.
+template <bool kShort, bool kPairs>
+struct StrideProbe {
+    // Copies: the compiler cannot know that the bits written below are not part of the index.
+    GramFilter::View longAnchors;
+    GramFilter::View shortAnchors;
     GramFilter::View pairs;
 
-    explicit Looks(const SignatureIndex& index)
-        : steps(index.steps.view()), runs(index.runs.view()), pairs(index.pairs.view()) {}
+    explicit StrideProbe(const AnchorTables& anchors)
+        : longAnchors(anchors.longAnchors.view()),
+          shortAnchors(anchors.shortAnchorFilter.view()),
+          pairs(anchors.pairAnchors.view()) {}
 
-    /// @return the marks of a strip with those of the step at `text` behind them
-    ZVK_INLINE ProbeBits add(ProbeBits marks, const uint8_t* text) const {
-        marks = marks << 1 | (steps.look(text) & 1);
-        for (uint32_t i = 0; i < kStep; i += SignatureIndex::kRunStep) {
-            marks = marks << 1 | (kRuns ? runs.look(text + i) & 1 : 0);
+    /// @return the bits of a block with those of the stride at `text` appended
+    ZVK_INLINE ProbeBits append(ProbeBits bits, const uint8_t* text) const {
+        bits = bits << 1 | (longAnchors.probe(text) & 1);
+        for (uint32_t i = 0; i < kLongStride; i += kShortStride) {
+            bits = bits << 1 | (kShort ? shortAnchors.probe(text + i) & 1 : 0);
         }
         if constexpr (kPairs) {
-            uint64_t found = 0;
-            for (uint32_t i = 0; i < kStep; ++i) found |= pairs.look(text + i);
-            if ((found & 1) != 0) marks |= (1U << kProbesPerStep) - 1;
+            uint64_t accepted = 0;
+            for (uint32_t i = 0; i < kLongStride; ++i) accepted |= pairs.probe(text + i);
+            if ((accepted & 1) != 0) bits |= (1U << kProbesPerStride) - 1;
         }
-        return marks;
+        return bits;
     }
 };
 
-template <class Looks>
-ZVK_INLINE void mark(const Looks looks, const uint8_t* text, uint32_t strips, ProbeBits* marks) {
-    for (uint32_t strip = 0; strip < strips; ++strip, text += kProbeBlock) {
-        ProbeBits found = 0;
-        for (uint32_t i = 0; i < kProbeBlock; i += kStep) found = looks.add(found, text + i);
-        marks[strip] = found;
+template <class Probe>
+ZVK_INLINE void probeBlocks(const Probe probe, const uint8_t* text, uint32_t blocks,
+                            ProbeBits* bits) {
+    for (uint32_t block = 0; block < blocks; ++block, text += kProbeBlock) {
+        ProbeBits ofBlock = 0;
+        for (uint32_t i = 0; i < kProbeBlock; i += kLongStride) {
+            ofBlock = probe.append(ofBlock, text + i);
+        }
+        bits[block] = ofBlock;
     }
 }
 
-template <class Looks>
-ZVK_INLINE void markAndDigest(const Looks looks, const uint8_t* text, uint32_t strips,
-                              ProbeBits* marks, DigestFeed& feed) {
+/// An MD5 block has 64 bytes as well, and 64 steps: a stride is probed after each fourth step.
+template <class Probe>
+ZVK_INLINE void probeAndDigest(const Probe probe, const uint8_t* text, uint32_t blocks,
+                               ProbeBits* bits, DigestFeed& feed) {
     std::array<uint32_t, 4>* state = nullptr;
-    const unsigned char* const blocks = feed.takeBlocks(strips, state);
-    ProbeBits found = 0;
-    const auto lookAside = [&](size_t strip, size_t step) __attribute__((always_inline)) {
-        const uint8_t* const at = text + strip * kProbeBlock + step * kStep;
-        found = looks.add(step == 0 ? 0 : found, at);
-        if (step == 15) marks[strip] = found;
+    const unsigned char* const digested = feed.takeBlocks(blocks, state);
+    ProbeBits ofBlock = 0;
+    const auto probeAside = [&](size_t block, size_t stride) __attribute__((always_inline)) {
+        const uint8_t* const at = text + block * kProbeBlock + stride * kLongStride;
+        ofBlock = probe.append(stride == 0 ? 0 : ofBlock, at);
+        if (stride == kStridesPerBlock - 1) bits[block] = ofBlock;
     };
-    QLT_SPACE::MD5Steps::fold(*state, blocks, strips, lookAside);
+    QLT_SPACE::MD5Steps::fold(*state, digested, blocks, probeAside);
 }
 
-template <class Looks>
-ZVK_INLINE void markAll(const SignatureIndex& index, const uint8_t* text, uint32_t strips,
-                        ProbeBits* marks, DigestFeed& feed) {
-    const Looks looks(index);
-    const uint32_t digested = std::min(strips, static_cast<uint32_t>(feed.blocks()));
-    if (digested != 0) markAndDigest(looks, text, digested, marks, feed);
-    mark(looks, text + size_t{digested} * kProbeBlock, strips - digested, marks + digested);
+template <class Probe>
+ZVK_INLINE void probeAll(const AnchorTables& anchors, const uint8_t* text, uint32_t blocks,
+                         ProbeBits* bits, DigestFeed& feed) {
+    const Probe probe(anchors);
+    const uint32_t digested = std::min(blocks, static_cast<uint32_t>(feed.blocks()));
+    if (digested != 0) probeAndDigest(probe, text, digested, bits, feed);
+    probeBlocks(probe, text + size_t{digested} * kProbeBlock, blocks - digested, bits + digested);
 }
 
-using MarkAll = void (*)(const SignatureIndex&, const uint8_t*, uint32_t, ProbeBits*, DigestFeed&);
+using ProbeAll = void (*)(const AnchorTables&, const uint8_t*, uint32_t, ProbeBits*, DigestFeed&);
 
-template <bool kRuns, bool kPairs>
-void markPlain(const SignatureIndex& index, const uint8_t* text, uint32_t strips, ProbeBits* marks,
-               DigestFeed& feed) {
-    markAll<Looks<kRuns, kPairs>>(index, text, strips, marks, feed);
+template <bool kShort, bool kPairs>
+void probeBaseline(const AnchorTables& anchors, const uint8_t* text, uint32_t blocks,
+                   ProbeBits* bits, DigestFeed& feed) {
+    probeAll<StrideProbe<kShort, kPairs>>(anchors, text, blocks, bits, feed);
 }
 
-#ifdef ZVK_WIDE
-template <bool kRuns, bool kPairs>
-ZVK_WIDE void markWide(const SignatureIndex& index, const uint8_t* text, uint32_t strips,
-                       ProbeBits* marks, DigestFeed& feed) {
-    markAll<Looks<kRuns, kPairs>>(index, text, strips, marks, feed);
+#ifdef ZVK_BMI2
+template <bool kShort, bool kPairs>
+ZVK_BMI2 void probeBmi2(const AnchorTables& anchors, const uint8_t* text, uint32_t blocks,
+                        ProbeBits* bits, DigestFeed& feed) {
+    probeAll<StrideProbe<kShort, kPairs>>(anchors, text, blocks, bits, feed);
 }
 #endif
 
-template <bool kRuns, bool kPairs>
-MarkAll choose([[maybe_unused]] QLT_SPACE::VectorUnit unit) {
-#ifdef ZVK_WIDE
-    if (QLT_SPACE::includesAvx2(unit)) return markWide<kRuns, kPairs>;
+template <bool kShort, bool kPairs>
+ProbeAll choose([[maybe_unused]] QLT_SPACE::VectorUnit unit) {
+#ifdef ZVK_BMI2
+    if (QLT_SPACE::includesAvx2(unit)) return probeBmi2<kShort, kPairs>;
 #endif
-    return markPlain<kRuns, kPairs>;
+    return probeBaseline<kShort, kPairs>;
 }
 
 }  // namespace
 
-void probeAnchors(const SignatureIndex& index, const uint8_t* text, uint32_t strips,
-                  ProbeBits* marks, DigestFeed& feed) {
-    const MarkAll chosen = !index.pairs.isClosed()  ? choose<true, true>(index.vectorUnit)
-                           : !index.runs.isClosed() ? choose<true, false>(index.vectorUnit)
-                                                    : choose<false, false>(index.vectorUnit);
-    chosen(index, text, strips, marks, feed);
+void probeAnchors(const SignatureIndex& index, const uint8_t* text, uint32_t blocks,
+                  ProbeBits* bits, DigestFeed& feed) {
+    const AnchorTables& anchors = index.anchors;
+    const ProbeAll chosen = !anchors.pairAnchors.isEmpty() ? choose<true, true>(index.vectorUnit)
+                            : !anchors.shortAnchorFilter.isEmpty()
+                                ? choose<true, false>(index.vectorUnit)
+                                : choose<false, false>(index.vectorUnit);
+    chosen(anchors, text, blocks, bits, feed);
 }
 
 }  // namespace STREAMENGINE_SPACE

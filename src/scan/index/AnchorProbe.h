@@ -1,7 +1,11 @@
-// AnchorProbe: the loop over the text that finds where an anchor of the index may stand.
+// AnchorProbe: the loop over the text that finds where an anchor of the index may begin.
 //
-// Where a stream is digested as well, both are done in one loop: an MD5 waits for itself most of
-// the time, and the looks into the tables for nothing but room in the machine.
+// Per four positions it makes three probes: one for long anchors, at the first position, and two
+// for short ones, at the first and the third. A probe is a multiplication, a shift and a load, and
+// fails nearly always, so the loop has no branch: it collects a bit per probe.
+//
+// Where the stream is digested as well, both are done in one loop. MD5 is one chain of dependent
+// steps and leaves execution ports idle; the probes are independent of each other and fill them.
 #pragma once
 
 #include <cstdint>
@@ -11,21 +15,22 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// Where in a strip of 16 steps something may be found. A step has three bits, of its look into the
-/// table of steps, at its first position, and of those into the filter of runs, at its first and
-/// its third. The strip's first look has the highest of the 48 bits used, so that they are in the
-/// order of positions. What may be found of pairs sets all three.
+/// The probes of a block of 64 bytes that a filter accepted: three bits per stride of four bytes,
+/// the first probe of the block in the highest of the 48 bits that are used, so that counting
+/// leading zeros gives them in the order of the text. A pair that may be there sets all three.
 using ProbeBits = uint64_t;
-constexpr uint32_t kProbeBlock = 16 * SignatureIndex::kStep;
-constexpr uint32_t kProbesPerStep = 1 + SignatureIndex::kStep / SignatureIndex::kRunStep;
-constexpr uint32_t kProbesPerBlock = 16 * kProbesPerStep;
+constexpr uint32_t kStridesPerBlock = 16;
+constexpr uint32_t kProbeBlock = kStridesPerBlock * kLongStride;  // bytes
+constexpr uint32_t kProbesPerStride = 1 + kLongStride / kShortStride;
+constexpr uint32_t kProbesPerBlock = kStridesPerBlock * kProbesPerStride;
 
-/// Marks the looks that may find something.
-/// @param text    the first strip; all that its looks read has to be readable
-/// @param strips  how many there are
-/// @param marks   room for those of each strip
-/// @param feed    of which as many blocks are digested on the way
-void probeAnchors(const SignatureIndex& index, const uint8_t* text, uint32_t strips,
-                  ProbeBits* marks, DigestFeed& feed);
+/// Probes whole blocks.
+/// @param text    the first block; GramFilter::kReadLength bytes after the last one have to be
+/// readable
+/// @param blocks  how many there are
+/// @param bits    room for the bits of each block
+/// @param feed    as many blocks of it are digested on the way
+void probeAnchors(const SignatureIndex& index, const uint8_t* text, uint32_t blocks,
+                  ProbeBits* bits, DigestFeed& feed);
 
 }  // namespace STREAMENGINE_SPACE

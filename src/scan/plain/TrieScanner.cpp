@@ -143,15 +143,13 @@ bool TrieScanner::findMatchedVirus(const TriePattern& pattern, unsigned int pos)
         result->addPart(pattern, pos);
         return true;
     }
-    PartProgress::Entry* entry = progress.find(pattern.sigid);
-    const uint32_t partsMatched = entry != nullptr ? entry->partsMatched : 0;
-    const uint32_t partEnd = entry != nullptr ? entry->partEnd : 0;
-    if (!pattern.mayFollow(partsMatched, partEnd, pos)) return false;
+    const Progress* known = progress.find(pattern.sigid);
+    const Progress before = known != nullptr ? *known : Progress{};
+    if (!pattern.mayFollow(before.partsMatched, before.partEnd, pos)) return false;
     result->addPart(pattern, pos);
-    if (entry == nullptr) entry = &progress.start(pattern.sigid);
-    entry->partEnd = pos + pattern.length;
-    ++entry->partsMatched;
-    return entry->partsMatched == pattern.parts;
+    const Progress after = {before.partsMatched + 1, pos + pattern.length};
+    progress.findOrInsert(pattern.sigid) = after;
+    return after.partsMatched == pattern.parts;
 }
 
 }  // namespace STREAMENGINE_SPACE

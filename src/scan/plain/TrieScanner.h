@@ -10,9 +10,9 @@
 
 #include <cstdint>
 
-#include "scan/plain/PartProgress.h"
 #include "scan/report/ScanResult.h"
 #include "store/load/TrieTree.h"
+#include "support/FlatMap.h"
 
 namespace STREAMENGINE_SPACE {
 
@@ -33,6 +33,11 @@ class TrieScanner {
     const unsigned char* getMatchPosition() const { return matchPosition; }
 
   private:
+    /// How far a multi-part signature has come.
+    struct Progress {
+        uint32_t partsMatched = 0;  // parts accepted so far
+        uint32_t partEnd = 0;       // stream offset just after the last of them
+    };
     /// The text from a candidate's start to the end of the buffer.
     struct Rest {
         const unsigned char* bytes;
@@ -61,7 +66,7 @@ class TrieScanner {
     bool findMatchedVirus(const TriePattern& pattern, unsigned int pos);
 
     const TrieTree& tree;
-    PartProgress progress;
+    QLT_SPACE::FlatMap<Progress> progress;  // by sigid: the signatures under way
     const unsigned char* matchPosition = nullptr;
     FastMatcher fastMatcher;
     ScanResult* result;

@@ -1,8 +1,6 @@
-// How a detection is told: BodyMatcher's part that records details and sends events.
+#include "scan/report/DetectionReporter.h"
 
-#include "scan/BodyMatcher.h"
 #include "support/Allocation.h"
-#include "support/EngineOption.h"
 #include "support/Log.h"
 #include "support/ScrambledName.h"
 
@@ -18,7 +16,22 @@ const char* textOf(const char* name) {
 
 }  // namespace
 
-void BodyMatcher::recordBmMatch(const BmPattern& pattern, uint32_t matchOffset) {
+void DetectionReporter::reset() {
+    if (ops.wantsDetail()) result.reset();
+    matchedSigId = 0;
+}
+
+void DetectionReporter::recordMatch(const BodyMatch& match, uint32_t endOffset) {
+    if (match.isTrie) {
+        if (ops.detailLog != 0) match.trie().printSigInfo(endOffset);
+        if (match.trie().sigid != 0 && match.trie().type == 0) matchedSigId = match.trie().sigid;
+        return;
+    }
+    if (ops.wantsDetail()) recordBmMatch(match.bm(), endOffset - match.bm().length);
+    if (ops.detailLog != 0) match.bm().printSigInfo(endOffset);
+}
+
+void DetectionReporter::recordBmMatch(const BmPattern& pattern, uint32_t matchOffset) {
     auto sig = QLT_SPACE::makeUniqueOr<SigInfo>("fail to new sig");
     sig->length = static_cast<int32_t>(pattern.length);
     sig->offset = static_cast<int32_t>(matchOffset);
@@ -28,26 +41,24 @@ void BodyMatcher::recordBmMatch(const BmPattern& pattern, uint32_t matchOffset) 
     result.addSigInfo(pattern.virName, std::move(sig));
 }
 
-void BodyMatcher::sendDumpEvent(const char* data, unsigned int length) const {
+void DetectionReporter::sendDumpEvent(const char* data, unsigned int length) const {
     if (ops.dump == 0) return;
     const _ZVKDumpEvent event = {data, length};
     callbacks->onEvent(nullptr, ZVK_EVENT_DATA_DUMP, &event, userData);
 }
 
-int BodyMatcher::sendEngineEventEx(ZVK_ENGINE_EVENT_TYPE type, const char* name) {
+int DetectionReporter::sendEngineEventEx(ZVK_ENGINE_EVENT_TYPE type, const char* name) {
     if (name == nullptr || *name == '\0') return sendEngineEvent(type, name);
     return sendEngineEvent(type, scrambled(name).c_str());
 }
 
-int BodyMatcher::sendEngineEvent(ZVK_ENGINE_EVENT_TYPE type, const char* name) {
-    _ZVKVirusEvent event = {kLabel, 0, name};
+int DetectionReporter::sendEngineEvent(ZVK_ENGINE_EVENT_TYPE type, const char* name) {
     const bool isDetection = type == ZVK_EVENT_VIRUS_FOUND;
     if (ops.wantsDetail() && !result.hasName()) {
         result.reset();
         result.addSigInfo(scrambled(textOf(name)), nullptr);
     }
-    if (ops.detailLog != 0 && isDetection) ZVK_INFO("%s", result.getInfo(matchedSigId));
-    if (ops.detailEvent != 0 && isDetection) event.name = result.getInfo(matchedSigId);
+    const _ZVKVirusEvent event = {kLabel, 0, isDetection ? detectionText(name) : name};
     if (isDetection) {
         ZVK_DEBUG("send virus_found event [%s][%s]", event.label, textOf(event.name));
     } else if (type == ZVK_EVENT_CLEAN_FAILURE) {
@@ -59,6 +70,11 @@ int BodyMatcher::sendEngineEvent(ZVK_ENGINE_EVENT_TYPE type, const char* name) {
     }
     result.reset();
     return type == ZVK_EVENT_RESERVED ? 3 : answer;
+}
+
+const char* DetectionReporter::detectionText(const char* name) {
+    if (ops.detailLog != 0) ZVK_INFO("%s", result.getInfo(matchedSigId));
+    return ops.detailEvent != 0 ? result.getInfo(matchedSigId) : name;
 }
 
 }  // namespace STREAMENGINE_SPACE

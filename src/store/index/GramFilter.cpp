@@ -1,4 +1,4 @@
-#include "store/index/GramTable.h"
+#include "store/index/GramFilter.h"
 
 #include <algorithm>
 #include <bit>
@@ -6,8 +6,8 @@
 namespace STREAMENGINE_SPACE {
 namespace {
 
-// One position in a hundred or more is let through for nothing while the filter fits into a cache
-// of the second level; of larger ones at most one in sixteen.
+// While the filter fits into a cache of the second level, it accepts about one wrong position in a
+// hundred; larger filters accept at most one in sixteen.
 constexpr size_t kBitsPerGram = 128;
 constexpr size_t kLeastBitsPerGram = 16;
 constexpr size_t kCachedBits = size_t{1} << 22;

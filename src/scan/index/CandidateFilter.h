@@ -1,0 +1,128 @@
+// CandidateFilter: decides whether an anchor found in the text stands for a unit that has to be
+// judged.
+//
+// The checks run from cheap to dear: what the stream already knows of the unit, one byte of the
+// text, the progress of its signatures, and at last the comparison with the record. Most candidates
+// fail before a record is read.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+#include "scan/index/FoundUnits.h"
+#include "scan/index/SignatureProgress.h"
+#include "scan/index/UnitComparison.h"
+#include "scan/index/UnitStates.h"
+#include "scan/report/BodyMatch.h"
+#include "scan/text/SearchText.h"
+
+namespace STREAMENGINE_SPACE {
+
+class CandidateFilter {
+  public:
+    /// Borrows all for the search.
+    /// @param startsTogether  one entry of the progress stands for all signatures of a first part
+    CandidateFilter(const SignatureIndex& searched, const SearchText& searchText,
+                    SignatureProgress& streamProgress, UnitStates& unitStates, FoundUnits& units,
+                    bool startsTogether)
+        : index(searched),
+          text(searchText),
+          progress(streamProgress),
+          states(unitStates),
+          found(units),
+          wraps(searchText.offsetsWrap()),
+          sharesFirst(startsTogether) {
+        // What begins closer to the end may have its anchor beyond it, a gram longer than this.
+        const uint32_t hidden = index.anchors.reach + GramFilter::kReadLength;
+        if (text.length > hidden) undecided = std::max(undecided, text.length - hidden);
+    }
+
+    /// @return whether what was found so far rules out that the unit matters here. The part before
+    /// it
+    ///         ends before it starts, so that part was considered earlier.
+    bool isRuledOut(UnitKind kind, uint32_t unit) const {
+        if (!hasState(kind) || wraps) return false;
+        const UnitState state = states.of(unit);
+        return state == UnitState::Done || (kind == UnitKind::Later && state == UnitState::Idle);
+    }
+
+    /// Adds the unit to what was found if it matches.
+    /// @param gramInUnit  symbol of the unit at which the gram that was found begins
+    /// @param gramInText  index in the text at which it begins
+    void consider(uint32_t number, uint32_t gramInUnit, uint32_t gramInText) {
+        const IndexUnit& unit = index.units[number];
+        const uint32_t start = gramInText - gramInUnit;
+        if (gramInUnit > gramInText || start < text.decidedTo || start > firstCertain) return;
+        const uint32_t rest = text.length - start;
+        if (unit.checkOffset < rest && text.bytes[start + unit.checkOffset] != unit.checkByte) {
+            return;
+        }
+        if (unit.kind == UnitKind::LaterOfMany && sleeps(number)) return;
+        if (unit.kind == UnitKind::PlainString && string < FoundUnit{start, number}) return;
+        if (!matchesAt(unit, text.bytes + start, std::min(unit.length, rest))) return;
+        if (unit.length > rest) {
+            undecided = std::min(undecided, start);  // the next bytes decide
+        } else if (!mayHaveOffset(unit.kind) || unit.pattern->beginsAt(text.offsetOf(start))) {
+            accept(number, start);
+        }
+    }
+
+    /// @return index before which every match that begins was seen whole
+    uint32_t undecidedFrom() const { return undecided; }
+
+    /// @return where the first plain string begins; above every index if none was found
+    uint32_t stringStart() const { return string.start; }
+    /// @return the first plain string, or no match
+    BodyMatch stringMatch() const {
+        if (string.unit == kNoUnit) return {};
+        const IndexUnit& unit = index.units[string.unit];
+        return {unit.pattern, false, string.start + unit.length};
+    }
+
+  private:
+    /// @return whether no signature waits for the unit. While units wait to be judged, what they
+    /// wake
+    ///         is not known yet.
+    bool sleeps(uint32_t number) const {
+        return found.empty() && !wraps && !progress.anyAwake(number);
+    }
+
+    void accept(uint32_t number, uint32_t start) {
+        const UnitKind kind = index.units[number].kind;
+        if (kind == UnitKind::PlainString) {
+            string = {start,
+                      number};  // strings change nothing but the answer: the first one counts
+            return;
+        }
+        found.add({start, number});
+        if (kind == UnitKind::Single) firstCertain = std::min(firstCertain, start);
+        // The first part will be accepted, unless a match before it ends the search: then all is
+        // reopened. Probes find the starts of one unit from left to right, so this is its first.
+        if (kind == UnitKind::First && sharesFirst) states.finish(number);
+        if (isPart(kind)) wakeNext(number);
+    }
+
+    /// Prepares for the parts that may follow one that may be accepted.
+    void wakeNext(uint32_t number) {
+        const auto members = index.members.membersOf(number);
+        if (members.size() > kFewMembers) return;
+        for (const UnitMember& member : members) {
+            if (member.next != kNoUnit) states.wake(member.next);
+        }
+    }
+
+    const SignatureIndex& index;
+    const SearchText& text;
+    SignatureProgress& progress;
+    UnitStates& states;
+    FoundUnits& found;
+    const bool wraps;
+    const bool sharesFirst;
+    uint32_t undecided = text.decidedTo;
+    // Where a signature of one part matches: nothing after it will be judged.
+    uint32_t firstCertain = std::numeric_limits<uint32_t>::max();
+    FoundUnit string{std::numeric_limits<uint32_t>::max(), kNoUnit};
+};
+
+}  // namespace STREAMENGINE_SPACE

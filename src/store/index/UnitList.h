@@ -1,0 +1,27 @@
+// UnitList: the units of an index, listed from the trees and lists that were loaded.
+#pragma once
+
+#include <vector>
+
+#include "store/index/IndexUnit.h"
+#include "store/index/MemberTable.h"
+
+namespace STREAMENGINE_SPACE {
+
+class BmList;
+class TrieTree;
+
+struct UnitList {
+    std::vector<IndexUnit> units;  // anchors and check bytes unset
+    MemberTable members;           // of the automaton's units, which come first
+};
+
+/// Lists the units in the order in which the loaded form tries its patterns: by the start of the
+/// match (so a prefix of two bytes before one of three at the same start), then by node and by the
+/// order of the node's lists. A search that finds several units at once reports the first by this
+/// order, as the loaded form does.
+/// @param trieTree, bmList  prepared; their records are borrowed
+/// @throws std::bad_alloc, also for more than kMostUnits
+UnitList listUnits(const TrieTree& trieTree, const BmList& bmList);
+
+}  // namespace STREAMENGINE_SPACE
