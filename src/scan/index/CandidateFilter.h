@@ -12,7 +12,6 @@
 
 #include "scan/index/FoundUnits.h"
 #include "scan/index/SignatureProgress.h"
-#include "scan/index/UnitComparison.h"
 #include "scan/index/UnitStates.h"
 #include "scan/report/BodyMatch.h"
 #include "scan/text/SearchText.h"
@@ -50,7 +49,8 @@ class CandidateFilter {
     /// Adds the unit to what was found if it matches.
     /// @param gramInUnit  symbol of the unit at which the gram that was found begins
     /// @param gramInText  index in the text at which it begins
-    void consider(uint32_t number, uint32_t gramInUnit, uint32_t gramInText) {
+    [[gnu::always_inline]] void consider(uint32_t number, uint32_t gramInUnit,
+                                         uint32_t gramInText) {
         const IndexUnit& unit = index.units[number];
         const uint32_t start = gramInText - gramInUnit;
         if (gramInUnit > gramInText || start < text.decidedTo || start > firstCertain) return;
@@ -58,14 +58,7 @@ class CandidateFilter {
         if (unit.checkOffset < rest && text.bytes[start + unit.checkOffset] != unit.checkByte) {
             return;
         }
-        if (unit.kind == UnitKind::LaterOfMany && sleeps(number)) return;
-        if (unit.kind == UnitKind::PlainString && string < FoundUnit{start, number}) return;
-        if (!matchesAt(unit, text.bytes + start, std::min(unit.length, rest))) return;
-        if (unit.length > rest) {
-            undecided = std::min(undecided, start);  // the next bytes decide
-        } else if (!mayHaveOffset(unit.kind) || unit.pattern->beginsAt(text.offsetOf(start))) {
-            accept(number, start);
-        }
+        compare(number, start);
     }
 
     /// @return index before which every match that begins was seen whole
@@ -74,43 +67,13 @@ class CandidateFilter {
     /// @return where the first plain string begins; above every index if none was found
     uint32_t stringStart() const { return string.start; }
     /// @return the first plain string, or no match
-    BodyMatch stringMatch() const {
-        if (string.unit == kNoUnit) return {};
-        const IndexUnit& unit = index.units[string.unit];
-        return {unit.pattern, false, string.start + unit.length};
-    }
+    BodyMatch stringMatch() const;
 
   private:
-    /// @return whether no signature waits for the unit. While units wait to be judged, what they
-    /// wake
-    ///         is not known yet.
-    bool sleeps(uint32_t number) const {
-        return found.empty() && !wraps && !progress.anyAwake(number);
-    }
-
-    void accept(uint32_t number, uint32_t start) {
-        const UnitKind kind = index.units[number].kind;
-        if (kind == UnitKind::PlainString) {
-            string = {start,
-                      number};  // strings change nothing but the answer: the first one counts
-            return;
-        }
-        found.add({start, number});
-        if (kind == UnitKind::Single) firstCertain = std::min(firstCertain, start);
-        // The first part will be accepted, unless a match before it ends the search: then all is
-        // reopened. Probes find the starts of one unit from left to right, so this is its first.
-        if (kind == UnitKind::First && sharesFirst) states.finish(number);
-        if (isPart(kind)) wakeNext(number);
-    }
-
-    /// Prepares for the parts that may follow one that may be accepted.
-    void wakeNext(uint32_t number) {
-        const auto members = index.members.membersOf(number);
-        if (members.size() > kFewMembers) return;
-        for (const UnitMember& member : members) {
-            if (member.next != kNoUnit) states.wake(member.next);
-        }
-    }
+    void compare(uint32_t number, uint32_t start);
+    bool sleeps(uint32_t number) const;
+    void accept(uint32_t number, uint32_t start);
+    void wakeNext(uint32_t number);
 
     const SignatureIndex& index;
     const SearchText& text;

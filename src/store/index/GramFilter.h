@@ -39,14 +39,10 @@ class GramFilter {
     };
 
     /// @param gramWidth  bytes of each gram, 1 to kReadLength
-    explicit GramFilter(uint32_t gramWidth) : width(gramWidth) {}
+    explicit GramFilter(uint32_t gramWidth)
+        : factor(kGoldenRatio << (64 - 8 * gramWidth)), width(gramWidth) {}
 
-    View view() const {
-        // The golden ratio mixes well (Knuth, The Art of Computer Programming 3, section 6.4). The
-        // gram's first byte is the lowest of the word, so zeros at the factor's low end drop the
-        // bytes after the gram.
-        return {isFilled ? words.data() : &kNoGram, 0x9E3779B97F4A7C15U << (64 - 8 * width), shift};
-    }
+    View view() const { return {isFilled ? words.data() : &kNoGram, factor, shift}; }
 
     /// @return the hash of the gram at `at`, of which kReadLength bytes have to be readable
     uint64_t hash(const uint8_t* at) const { return view().hash(at); }
@@ -76,7 +72,13 @@ class GramFilter {
   private:
     static constexpr uint64_t kNoGram = 0;  // all hashes lead to it while there are no words
 
+    // Multiplying by the golden ratio mixes well (Knuth, The Art of Computer Programming 3, section
+    // 6.4). The gram's first byte is the lowest of the word that is read, so zeros at the factor's
+    // low end drop the bytes after the gram.
+    static constexpr uint64_t kGoldenRatio = 0x9E3779B97F4A7C15U;
+
     std::vector<uint64_t> words;
+    uint64_t factor;
     uint32_t width;
     int shift = 63;
     bool isFilled = false;
