@@ -26,16 +26,13 @@ BodyMatch BodyMatcher::virusFound(const SearchText& text, DigestFeed& feed) {
 }
 
 BodyMatch BodyMatcher::walkLoaded(const SearchText& text) {
-    const auto endOf = [&](const unsigned char* position) {
-        return static_cast<uint32_t>(position - text.bytes);
-    };
     if (trieScanner) {
-        const auto* found = trieScanner->virusFound(text.bytes, text.length, text.streamOffset);
-        if (found != nullptr) return {found, true, endOf(trieScanner->getMatchPosition())};
+        const TriePattern* found = trieScanner->virusFound(text);
+        if (found != nullptr) return {found, true, trieScanner->getMatchPosition()};
     }
     if (bmScanner) {
-        const auto* found = bmScanner->virusFound(text.bytes, text.length, text.streamOffset);
-        if (found != nullptr) return {found, false, endOf(bmScanner->getMatchPosition())};
+        const BmPattern* found = bmScanner->virusFound(text);
+        if (found != nullptr) return {found, false, bmScanner->getMatchPosition()};
     }
     return {};
 }

@@ -81,8 +81,7 @@ int StreamScanner::findType(const Window& window, const char* data, unsigned int
     char* const added = window.text + window.used;
     const unsigned int produced = normaliser.getBuffer(data, len, added, capacity() - window.used);
     if (produced == 0 || !typeScanner) return 0;
-    const SearchText text = window.searchText(window.used + produced);
-    const TriePattern* found = typeScanner->virusFound(text.bytes, text.length, text.streamOffset);
+    const TriePattern* found = typeScanner->virusFound(window.searchText(window.used + produced));
     if (found == nullptr) return 0;
     if (*added == '<' && Normaliser::checkHeader(chunk, chunkLength)) normaliser.htmlMode = true;
     ZVK_DEBUG("StreamScanner::scanBuffer, find type name [%s].", scrambled(found->virName).c_str());

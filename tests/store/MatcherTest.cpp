@@ -33,8 +33,8 @@ TEST(PatternContainer, CountsGoOnOverAReset) {
         EXPECT_EQ(container.bmList.sigCount, round);
         ScanResult details;
         TrieScanner scanner(container.trieTree, &details);
-        const auto* text = reinterpret_cast<const unsigned char*>("..abcd");
-        EXPECT_EQ(scrambled(scanner.virusFound(text, 6, 0)->virName), "W");
+        const SearchText text = {reinterpret_cast<const uint8_t*>("..abcd"), 6};
+        EXPECT_EQ(scrambled(scanner.virusFound(text)->virName), "W");
     }
 }
 

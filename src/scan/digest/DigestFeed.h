@@ -1,6 +1,7 @@
 // DigestFeed: bytes of a stream on their way into its digest.
 //
-// All of them are digested in the end; whole blocks may be on the way, see AnchorProbe.
+// The search may digest whole blocks while it probes the same bytes (see AnchorProbe); whatever it
+// leaves is digested by finish(). So every byte is digested once, by one or the other.
 #pragma once
 
 #include <algorithm>
@@ -13,7 +14,7 @@ namespace STREAMENGINE_SPACE {
 
 class DigestFeed {
   public:
-    /// Nothing is to be digested.
+    /// An empty feed.
     DigestFeed() = default;
 
     /// Borrows both until finish().
@@ -35,7 +36,8 @@ class DigestFeed {
     /// @return how many whole blocks are left
     size_t blocks() const { return left / QLT_SPACE::MD5::kBlockLength; }
 
-    /// @return the next blocks, which the caller folds into state
+    /// Hands whole blocks over: the caller has to fold them into state.
+    /// @param count  at most blocks()
     const unsigned char* takeBlocks(size_t count, std::array<uint32_t, 4>*& state) {
         state = &context->takeBlocks(count);
         const unsigned char* const taken = next;

@@ -1,4 +1,7 @@
-// Md5Scanner: digests one stream and looks its digest and length up when it ends.
+// Md5Scanner: digests one stream and, when the stream ends, looks its digest and length up.
+//
+// A digest record names the length of its stream. What comes after the longest of these lengths is
+// not digested: such a stream can match no record.
 #pragma once
 
 #include <cstdint>
@@ -17,15 +20,16 @@ class Md5Scanner {
 
     void MD5Init();
     void MD5Update(const char* data, unsigned int len) { feedOf(data, len).finish(); }
-    /// @return the stream's next bytes, which are to be digested before the next are given
+    /// Takes the stream's next bytes; the feed has to digest them before the next call.
+    /// @param data  borrowed until the feed is finished
+    /// @return an empty feed once the stream is longer than every record
     DigestFeed feedOf(const char* data, unsigned int len);
     void MD5Final(unsigned char digest[QLT_SPACE::MD5::kDigestLength]);
 
     /// Keeps everything: a digest runs over a whole stream, past its detections.
     void reset() {}
 
-    /// Ends the digest and looks it up. A stream longer than all records is not looked up, nor is
-    /// what lies behind their length hashed.
+    /// Ends the digest and looks it up; a stream that is longer than every record is not looked up.
     /// @return the matching record, or null
     /// @throws QLT_SPACE::Exception if memory for its detail record runs out
     const MD5Pattern* virusFound();
@@ -39,7 +43,7 @@ class Md5Scanner {
 
     const MD5List* md5List;
     ScanResult* result;
-    uint64_t totalSize = 0;  // bytes of the stream; only as many are hashed as a record may have
+    uint64_t totalSize = 0;  // bytes of the stream, digested or not
     QLT_SPACE::MD5 context;
 };
 

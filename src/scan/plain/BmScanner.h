@@ -1,9 +1,11 @@
-// BmScanner: searches the buffers of one stream for the plain byte strings of a list.
+// BmScanner: searches the texts of one stream for the plain strings of a list, with its shift
+// table.
 //
-// The leftmost match wins; at one position the bucket's order decides. A pattern is found only
-// where it lies wholly inside one buffer.
+// The leftmost match wins; at one position the order of the bucket decides. A string is found only
+// where it lies wholly inside one text.
 #pragma once
 
+#include "scan/text/SearchText.h"
 #include "store/load/BmList.h"
 
 namespace STREAMENGINE_SPACE {
@@ -13,26 +15,24 @@ class BmScanner {
     /// Borrows list for its life.
     explicit BmScanner(const BmList& list) : bmList(&list) {}
 
-    void reset() { matchPosition = nullptr; }
+    void reset() { matchPosition = 0; }
 
-    /// Scans a buffer whose first byte has stream offset base.
     /// @return the first pattern found, or null
-    const BmPattern* virusFound(const unsigned char* buf, unsigned int len, unsigned int base);
+    const BmPattern* virusFound(const SearchText& text);
 
-    /// @return the position in the last buffer just behind the last match
-    const unsigned char* getMatchPosition() const { return matchPosition; }
+    /// @return index in the last text of the first byte after the last match
+    uint32_t getMatchPosition() const { return matchPosition; }
 
-    /// @return whether pattern stands at position start of the len bytes at buf
-    static bool verifyPattern(const BmPattern& pattern, const unsigned char* buf, unsigned int len,
-                              unsigned int start);
+    /// @return whether pattern matches at an index of the text
+    static bool verifyPattern(const BmPattern& pattern, const SearchText& text, uint32_t start);
 
   private:
-    /// @return the first pattern of a bucket that matches at position start, or null
-    const BmPattern* searchBucket(const VQPatternList& bucket, const unsigned char* buf,
-                                  unsigned int len, unsigned int base, unsigned int start);
+    /// @return the first pattern of a bucket that matches at an index, or null
+    const BmPattern* searchBucket(const VQPatternList& bucket, const SearchText& text,
+                                  uint32_t start);
 
     const BmList* bmList;
-    const unsigned char* matchPosition = nullptr;
+    uint32_t matchPosition = 0;
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -22,31 +22,34 @@ bool isOneOf(uint8_t byte, ByteGroup group) {
 }  // namespace
 
 void TrieScanner::reset() {
-    matchPosition = nullptr;
+    matchPosition = 0;
     progress.clear();
 }
 
-const TriePattern* TrieScanner::virusFound(const unsigned char* buf, unsigned int len,
-                                           unsigned int base) {
-    if (!Log::debugIsOn()) return search<false>(buf, len, base);
+const TriePattern* TrieScanner::virusFound(const SearchText& text) {
+    if (!Log::debugIsOn()) return search<false>(text);
     ZVK_DEBUG("TrieScanner::virusFound, in_buf [%.*s], in_len[%x]",
-              static_cast<int>(std::min<unsigned int>(len, INT_MAX)),
-              reinterpret_cast<const char*>(buf), len);
-    return search<true>(buf, len, base);
+              static_cast<int>(std::min<uint32_t>(text.length, INT_MAX)),
+              reinterpret_cast<const char*>(text.bytes), text.length);
+    return search<true>(text);
 }
 
+// The automaton is at most three levels deep: a state stands for the last one to three bytes of the
+// text. A state at which the prefix of a pattern ends leads to the patterns with that prefix, which
+// are compared in full. Of a leaf, the failure links lead to shorter prefixes that end here as
+// well; a state that is no leaf has none of these (see TrieTree).
 template <bool kTrace>
-const TriePattern* TrieScanner::search(const unsigned char* buf, unsigned int len,
-                                       unsigned int base) {
+const TriePattern* TrieScanner::search(const SearchText& text) {
     if (tree.root == nullptr) return nullptr;
     const TrieNode* state = tree.root;
-    for (unsigned int i = 0; i < len; ++i) {
-        const unsigned char c = buf[i];
+    for (uint32_t i = 0; i < text.length; ++i) {
+        const uint8_t c = text.bytes[i];
         while (state->isLeaf || (*state->trans)[c] == nullptr) state = state->fail;
         state = (*state->trans)[c];
         while (state->hasPatterns) {
-            const unsigned int start = i + 1 - state->depth;
-            const Rest rest = {buf + start, len - start, base + start};
+            const uint32_t start = i + 1 - state->depth;
+            const Rest rest = {text.bytes + start, text.length - start, start,
+                               text.offsetOf(start)};
             if (const TriePattern* found = matchNode<kTrace>(*state, rest)) return found;
             if (!state->isLeaf) break;
             state = state->fail;
@@ -79,7 +82,7 @@ const TriePattern* TrieScanner::matchWildcardPatternList(const VQPatternList& li
 bool TrieScanner::matchWildcardPattern(const TriePattern& pattern, const Rest& rest) {
     if (rest.length < pattern.length) return false;
     size_t group = 0;
-    // The automaton's path has matched the symbols in front, all of them literal.
+    // The automaton's path has matched the first symbols, all of them literal.
     for (uint32_t i = pattern.depth; i < pattern.length; ++i) {
         const Symbol symbol = pattern.symbols[i];
         if (symbol == kAnySymbol) continue;
@@ -88,7 +91,7 @@ bool TrieScanner::matchWildcardPattern(const TriePattern& pattern, const Rest& r
                                  : rest.bytes[i] == symbol;
         if (!isMatch) return false;
     }
-    matchPosition = rest.bytes + pattern.length;
+    matchPosition = rest.start + pattern.length;
     return true;
 }
 
@@ -119,7 +122,7 @@ const TriePattern* TrieScanner::matchSamePrefixList(const VQPatternList& list, c
             std::memcmp(pattern.sig.data(), rest.bytes, pattern.length) != 0) {
             continue;
         }
-        matchPosition = rest.bytes + pattern.length;
+        matchPosition = rest.start + pattern.length;
         if (verifyPattern(pattern, rest.offset)) return &pattern;
     }
     return nullptr;
@@ -128,17 +131,17 @@ const TriePattern* TrieScanner::matchSamePrefixList(const VQPatternList& list, c
 template <bool kTrace>
 bool TrieScanner::acceptSimple(const TriePattern& pattern, const Rest& rest) {
     if constexpr (kTrace) pattern.printSigInfo(rest.offset + pattern.length);
-    matchPosition = rest.bytes + pattern.length;
+    matchPosition = rest.start + pattern.length;
     return verifyPattern(pattern, rest.offset);
 }
 
-bool TrieScanner::verifyPattern(const TriePattern& pattern, unsigned int pos) {
+bool TrieScanner::verifyPattern(const TriePattern& pattern, uint32_t pos) {
     const bool isFirst = pattern.sigid == 0 || pattern.partno == 1;
     if (isFirst && !pattern.beginsAt(pos)) return false;
     return findMatchedVirus(pattern, pos);
 }
 
-bool TrieScanner::findMatchedVirus(const TriePattern& pattern, unsigned int pos) {
+bool TrieScanner::findMatchedVirus(const TriePattern& pattern, uint32_t pos) {
     if (pattern.sigid == 0) {
         result->addPart(pattern, pos);
         return true;

@@ -1,16 +1,18 @@
-// TrieScanner: runs the automaton of a tree over the buffers of one stream.
+// TrieScanner: runs the automaton of a tree over the texts of one stream.
 //
-// The automaton restarts at the root for every buffer: a pattern is found only where it lies
-// wholly inside one. What carries over is the progress of multi-part signatures.
+// The automaton begins at the root in every text: a pattern is found only where it lies wholly
+// inside one. What carries over is the progress of multi-part signatures.
 //
-// The pattern returned is the one whose prefix ends first. At one position the longer prefix comes
-// first; at one node the wildcard patterns (newest first), then the short ones (newest first),
-// then the plain ones, shortest first.
+// The first signature that is complete is returned. Patterns are tried in the order in which their
+// prefixes end in the text. Where two prefixes end at one position the longer one comes first; at
+// one node the wildcard patterns (newest first), then the short ones (newest first), then the plain
+// ones, shortest first.
 #pragma once
 
 #include <cstdint>
 
 #include "scan/report/ScanResult.h"
+#include "scan/text/SearchText.h"
 #include "store/load/TrieTree.h"
 #include "support/FlatMap.h"
 
@@ -24,13 +26,12 @@ class TrieScanner {
     /// Forgets the progress of multi-part signatures.
     void reset();
 
-    /// Scans a buffer whose first byte has stream offset base.
-    /// @return the first signature that is complete, or null
+    /// @return the first signature that is complete, by its last part, or null
     /// @throws QLT_SPACE::Exception or std::bad_alloc if memory runs out
-    const TriePattern* virusFound(const unsigned char* buf, unsigned int len, unsigned int base);
+    const TriePattern* virusFound(const SearchText& text);
 
-    /// @return the position in the last buffer just behind the pattern matched last
-    const unsigned char* getMatchPosition() const { return matchPosition; }
+    /// @return index in the last text of the first byte after the pattern matched last
+    uint32_t getMatchPosition() const { return matchPosition; }
 
   private:
     /// How far a multi-part signature has come.
@@ -38,16 +39,17 @@ class TrieScanner {
         uint32_t partsMatched = 0;  // parts accepted so far
         uint32_t partEnd = 0;       // stream offset just after the last of them
     };
-    /// The text from a candidate's start to the end of the buffer.
+    /// The text from a candidate's start to its end.
     struct Rest {
-        const unsigned char* bytes;
-        unsigned int length;
-        unsigned int offset;  // of bytes, in the stream
+        const uint8_t* bytes;
+        uint32_t length;
+        uint32_t start;   // index in the text
+        uint32_t offset;  // of the first byte, in the stream
     };
 
     // With kTrace, the debug lines of the matching path are sent.
     template <bool kTrace>
-    const TriePattern* search(const unsigned char* buf, unsigned int len, unsigned int base);
+    const TriePattern* search(const SearchText& text);
     template <bool kTrace>
     const TriePattern* matchNode(const TrieNode& node, const Rest& rest);
     const TriePattern* matchWildcardPatternList(const VQPatternList& list, const Rest& rest);
@@ -56,18 +58,18 @@ class TrieScanner {
     const TriePattern* matchSimplePatternList(const TrieNode& node, const Rest& rest);
     template <bool kTrace>
     const TriePattern* matchSamePrefixList(const VQPatternList& list, const Rest& rest);
-    /// Notes where a pattern that matched at rest ends and verifies it.
+    /// Stores where a pattern that matches at rest ends, and verifies it.
     template <bool kTrace>
     bool acceptSimple(const TriePattern& pattern, const Rest& rest);
 
     /// Checks the conditions of a pattern that matches at stream offset pos.
     /// @return whether its signature is complete with it
-    bool verifyPattern(const TriePattern& pattern, unsigned int pos);
-    bool findMatchedVirus(const TriePattern& pattern, unsigned int pos);
+    bool verifyPattern(const TriePattern& pattern, uint32_t pos);
+    bool findMatchedVirus(const TriePattern& pattern, uint32_t pos);
 
     const TrieTree& tree;
     QLT_SPACE::FlatMap<Progress> progress;  // by sigid: the signatures under way
-    const unsigned char* matchPosition = nullptr;
+    uint32_t matchPosition = 0;
     FastMatcher fastMatcher;
     ScanResult* result;
 };
