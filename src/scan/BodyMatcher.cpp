@@ -25,6 +25,8 @@ BodyMatch BodyMatcher::virusFound(const SearchText& text, DigestFeed& feed) {
     return walksLoaded ? walkLoaded(text) : indexScanner.virusFound(text, feed);
 }
 
+// The shift table is asked only if the automaton finds nothing in the whole text: a plain string is
+// not reported if a signature of the automaton is complete anywhere in the same text.
 BodyMatch BodyMatcher::walkLoaded(const SearchText& text) {
     if (trieScanner) {
         const TriePattern* found = trieScanner->virusFound(text);

@@ -63,6 +63,8 @@ void StreamScanner::resetMatchers() {
     if (typeScanner) typeScanner->reset();
 }
 
+// The window lives on the stack for the length of the call. A stream that waits for its next chunk
+// keeps only the tail: of a million open streams each costs its tail and not a window of 16 KiB.
 int StreamScanner::scanBuffer(const char* data, unsigned int len, bool typePass) {
     WorkBuffer<kInlineOverlap + kCycleLength + kSlack> work(capacity() + kSlack);
     Window window = {work.data(), static_cast<uint32_t>(tail.size()), tailOffset, tailDecidedTo};
@@ -75,6 +77,7 @@ int StreamScanner::scanBuffer(const char* data, unsigned int len, bool typePass)
     return count;
 }
 
+// The type pass leaves no trace but the markup mode: the window is dropped with the call.
 int StreamScanner::findType(const Window& window, const char* data, unsigned int len) {
     const char* const chunk = data;
     const unsigned int chunkLength = len;
@@ -126,12 +129,18 @@ int StreamScanner::runCycles(Window& window, const char* data, unsigned int len)
     }
 }
 
+// A match that is not complete yet is at most `overlap` bytes long, so it begins in the last
+// `overlap` bytes. What the matcher decided stays decided; its index moves with the bytes.
 void StreamScanner::keepTail(Window& window, uint32_t end) const {
     const uint32_t dropped = end - std::min(end, overlap);
     window.dropFront(dropped, end);
     window.decidedTo = matcher.decidedTo() - std::min(matcher.decidedTo(), dropped);
 }
 
+// Acts on the host's answer. 0: the window begins again just after the match, all progress is
+// dropped. 1 or 3: the chunk is left. Anything else has no meaning of its own: the scan goes on
+// with the next input, and the bytes that this cycle added are forgotten because window.used is not
+// raised.
 StreamScanner::Outcome StreamScanner::reportDetection(const BodyMatch& match, Window& window,
                                                       uint32_t end) {
     ++detectionCount;
@@ -146,7 +155,6 @@ StreamScanner::Outcome StreamScanner::reportDetection(const BodyMatch& match, Wi
         case 3:
             return Outcome::Stop;
         default:
-            // window.used stays: the bytes that this cycle added are forgotten.
             return Outcome::GoOn;
     }
 }

@@ -11,6 +11,10 @@ namespace STREAMENGINE_SPACE {
 // A table lookup loads a gram and then the entry's tail, each of at most kReadLength bytes.
 static_assert(SearchText::kSlack >= 2 * GramFilter::kReadLength);
 
+// The stretch is probed in three ways, from fast to careful. Whole blocks of 64 bytes go through
+// the branchless loop. What is left of the stretch is probed stride by stride. In the last bytes of
+// the text a gram may not fit any more, although its bytes can be loaded (SearchText::kSlack):
+// there each table is asked only where one of its grams has room.
 void AnchorWalk::advance(uint32_t at, uint32_t stop) {
     // Before `safe` all probes of a stride read inside the text.
     constexpr uint32_t kMargin = GramFilter::kReadLength + kLongStride;
@@ -27,6 +31,10 @@ void AnchorWalk::advance(uint32_t at, uint32_t stop) {
     if (at < stop) probeNearEnd(at);
 }
 
+// The bits of a block in the order of the text, three per stride: bit 0 is the probe for long
+// anchors, bits 1 and 2 those for short ones. Example: the seventh bit from the left belongs to the
+// third stride and is its probe for long anchors, 8 bytes after `at`. If the index has pairs, a set
+// bit only says that something may be in the stride, and all of the stride is probed again.
 void AnchorWalk::followBits(ProbeBits bits, uint32_t at) {
     const bool hasPairs = !anchors.pairAnchors.isEmpty();
     for (bits <<= 64 - kProbesPerBlock; bits != 0;) {

@@ -24,6 +24,8 @@ bool PartJudge::judge(std::span<const FoundUnit> units) {
     return false;
 }
 
+// Where offsets wrap, a part that is not the next one may become it by the acceptance of another
+// part at the same place: all members are tried.
 void PartJudge::addCandidates(uint32_t number) {
     const IndexUnit& unit = index.units[number];
     if (unit.kind == UnitKind::Single || isShared(unit)) {
@@ -42,6 +44,11 @@ void PartJudge::addCandidates(uint32_t number) {
     }
 }
 
+// Of one start the candidates are tried in the order of the loaded form, up to the first that
+// completes a signature. First parts that are started together come after that: they complete
+// nothing (a signature of one part is not of their kind), and whether they count depends on the
+// completed one. The loaded form would have tried those with a lower rank before it, and would
+// never have come to those with a higher rank.
 bool PartJudge::tryCandidates(uint32_t start) {
     constexpr uint32_t kNoRank = std::numeric_limits<uint32_t>::max();
     const uint32_t pos = text.offsetOf(start);
@@ -78,6 +85,9 @@ bool PartJudge::accept(const Candidate& candidate, uint32_t pos) {
     return progress.accept(part, pos);
 }
 
+// A unit whose members were all accepted, or whose gaps have all grown too wide, cannot matter any
+// more in this stream. So "<iframe" costs one lookup per occurrence once its successors are
+// through.
 void PartJudge::finishUnit(uint32_t unit, uint32_t pos) {
     if (!isPart(index.units[unit].kind) || wraps) return;
     if (progress.isFinished(unit, pos)) states.finish(unit);

@@ -28,6 +28,8 @@ bool SignatureProgress::anyAwake(uint32_t unit) {
     return false;
 }
 
+// Two ways to be finished: the signature is past the part, or it waits for the part and the gap has
+// grown too wide. Both hold for good, as positions only grow.
 bool SignatureProgress::isFinished(uint32_t unit, uint32_t pos) const {
     const auto members = index.members.membersOf(unit);
     if (members.size() > kFewMembers) return false;  // asking all of them would cost too much
@@ -46,6 +48,8 @@ bool SignatureProgress::accept(const TriePattern& part, uint32_t pos) {
     return partsMatched == part.parts;
 }
 
+// As a rule all signatures of the unit start together and share one entry. If another signature of
+// the same place was complete between them, those before it get entries of their own.
 void SignatureProgress::start(uint32_t firstUnit, uint32_t partEnd, uint32_t limit) {
     const auto members = index.members.membersOf(firstUnit);
     ++acceptances;

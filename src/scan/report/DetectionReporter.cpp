@@ -21,6 +21,9 @@ void DetectionReporter::reset() {
     matchedSigId = 0;
 }
 
+// The parts of a multi-part signature were recorded when they were accepted, among parts of other
+// signatures; matchedSigId selects them later. A plain string has one part, which replaces them
+// all.
 void DetectionReporter::recordMatch(const BodyMatch& match, uint32_t endOffset) {
     if (match.isTrie) {
         if (ops.detailLog != 0) match.trie().printSigInfo(endOffset);
@@ -52,6 +55,8 @@ int DetectionReporter::sendEngineEventEx(ZVK_ENGINE_EVENT_TYPE type, const char*
     return sendEngineEvent(type, scrambled(name).c_str());
 }
 
+// With a detail option on and nothing recorded (a keyword, or a detection that the caller names
+// itself), the detail text is made from the name alone.
 int DetectionReporter::sendEngineEvent(ZVK_ENGINE_EVENT_TYPE type, const char* name) {
     const bool isDetection = type == ZVK_EVENT_VIRUS_FOUND;
     if (ops.wantsDetail() && !result.hasName()) {

@@ -1,4 +1,4 @@
-// DetectionReporter: tells the host of detections and of the bytes that are about to be searched.
+// DetectionReporter: reports detections, and the bytes that are about to be searched, to the host.
 //
 // It owns what the report of a detection is made of: the host's callbacks, the parts that the
 // matchers recorded while a detail option is on, and the multi-part signature that the last match

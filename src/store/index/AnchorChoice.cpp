@@ -17,6 +17,8 @@ uint32_t pairAt(const uint8_t* bytes) {
 
 }  // namespace
 
+// Counts are kept by hash: two grams may share a slot and look more common than they are. That only
+// makes an anchor worse, never wrong. The number of slots is about the number of grams.
 GramCounts::GramCounts(uint32_t width, size_t expected)
     : hasher(width), counts(std::bit_ceil(std::max<size_t>(expected, 2))), pairCounts(kPairs) {
     shift = 64 - std::countr_zero(counts.size());
@@ -45,6 +47,10 @@ uint32_t GramCounts::rarestPair(const uint8_t* gram) const {
     return least;
 }
 
+// Slides a window of `grams` consecutive grams over each row and keeps the cheapest sum. The cost
+// of a gram has two parts in one number: how many other units share it, in the upper half, decides;
+// among those that nobody shares the rarest pair of bytes does. One pass over at most kAnchorSpan
+// symbols; the sum of a window is computed anew at each place, as it has four grams at most.
 std::optional<Anchor> chooseAnchor(const LiteralRows& literals, uint32_t grams,
                                    const GramCounts& counts) {
     // A gram that others share costs more than any gram that only consists of common pairs.

@@ -39,6 +39,8 @@ class AnchorCompiler {
     }
 
   private:
+    // A unit whose best long anchor is still shared by many would make each probe that finds one of
+    // them walk over all: it gets another anchor, where the entries hold bytes to compare.
     /// @return the units that get another anchor
     std::vector<uint32_t> enterLongAnchors() {
         GramCounts counts(kLongGram, symbolCount());

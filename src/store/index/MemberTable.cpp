@@ -48,6 +48,8 @@ void MemberTable::build(const std::vector<uint32_t>& ranks, std::vector<UnitOfPa
     sortByPrevious();
 }
 
+// partMembers lists the parts of signature 1, then those of signature 2, ...; partStarts says where
+// each begins. So part k of a signature is found in two loads.
 void MemberTable::listPartsBySignature() {
     partStarts.assign(firstUnits.size() + 1, 0);
     for (const UnitMember& member : members) ++partStarts[member.pattern->sigid + 1];
@@ -59,6 +61,8 @@ void MemberTable::listPartsBySignature() {
     }
 }
 
+// In each unit the members with the same previous unit become neighbours, so that "who may follow
+// that unit here" is a binary search.
 void MemberTable::sortByPrevious() {
     byPrevious.resize(members.size());
     for (const Place& place : places) {

@@ -94,6 +94,8 @@ class UnitLister {
         }
     }
 
+    /// Every part gets a rank, but only the first part with a content makes a unit. First parts
+    /// with an offset condition are never shared: whether they match depends on the record.
     void addPart(const VQPatternNode& node) {
         const TriePattern& pattern = static_cast<const TriePatternNode&>(node).pattern();
         const UnitKind kind = kindOf(pattern);
