@@ -8,7 +8,6 @@
 
 #include <cstring>
 
-#include "support/Exception.h"
 #include "support/Utils.h"
 
 namespace STREAMENGINE_SPACE {
@@ -107,7 +106,7 @@ void getKey(const ContainerHeader& header, DesBlock& k1, DesBlock& k2, DesBlock&
 
 BodyCipher::BodyCipher(const ContainerHeader& header) {
     if (header.cipherMethod > kCipherTripleDes) {
-        throw QLT_SPACE::Exception(
+        throw UnknownCipher(
             QLT_SPACE::Utils::formatString("cipher method[%d] is unknown", header.cipherMethod));
     }
     DesBlock k1{};

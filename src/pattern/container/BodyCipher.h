@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "pattern/container/ContainerLayout.h"
+#include "support/Exception.h"
 
 struct DES_ks;  // the DES library's key schedule
 
@@ -52,10 +53,16 @@ void crypt(const DesKey& k1, const DesKey& k2, const DesKey& k3, int mode, const
 void getKey(const ContainerHeader& header, DesBlock& k1);
 void getKey(const ContainerHeader& header, DesBlock& k1, DesBlock& k2, DesBlock& k3);
 
+/// A header names a cipher that does not exist.
+class UnknownCipher : public QLT_SPACE::Exception {
+  public:
+    using Exception::Exception;
+};
+
 /// The cipher that a header names, its key schedules made once.
 class BodyCipher {
   public:
-    /// @throws QLT_SPACE::Exception if the header's cipherMethod is none of CipherMethod
+    /// @throws UnknownCipher if the header's cipherMethod is none of CipherMethod
     explicit BodyCipher(const ContainerHeader& header);
 
     /// @return what a body's stored length is a multiple of: 8, or 1 if it is not enciphered

@@ -12,6 +12,11 @@
 namespace STREAMENGINE_SPACE {
 
 constexpr size_t kContainerHeaderLength = 84;
+// Offsets of the header's fields that a reader may find wrong.
+constexpr uint64_t kBodyLengthOffset = 44;
+constexpr uint64_t kDigestOffset = 48;
+constexpr uint64_t kCipherOffset = 80;
+
 constexpr size_t kSectionEntryLength = 36;
 constexpr size_t kNameTableHeaderLength = 8;
 constexpr size_t kRecordHeaderLength = 4;    // the text's length

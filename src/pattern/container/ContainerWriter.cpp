@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "pattern/container/BodyWriter.h"
-#include "pattern/line/PatternType.h"
+#include "pattern/container/SectionKind.h"
 #include "support/Exception.h"
 #include "support/Utils.h"
 
@@ -17,19 +17,6 @@ using QLT_SPACE::Exception;
 using QLT_SPACE::Utils;
 
 constexpr uint64_t kLongestBody = std::numeric_limits<int32_t>::max();  // readers' name offsets
-
-uint32_t magicOf(int type) {
-    switch (type) {
-        case PATTERN_MD5:
-            return kMD5Section;
-        case PATTERN_BASIC:
-            return kBasicSection;
-        case PATTERN_EXTENDED:
-            return kExtendedSection;
-        default:
-            throw Exception(Utils::formatString("lines of type %d cannot be packed", type));
-    }
-}
 
 struct Field {
     size_t position;
@@ -85,7 +72,8 @@ struct ContainerWriter::BodyLayout {
 };
 
 void ContainerWriter::addLine(std::string_view line, int type) {
-    const uint32_t magic = magicOf(type);
+    const uint32_t magic = magicOfSection(type);
+    if (magic == 0) throw Exception(Utils::formatString("lines of type %d cannot be packed", type));
     const Field field = nameField(line, magic);
     if (field.length == 0) throw Exception("no name");
     if (field.length > kLongestName) {
