@@ -8,7 +8,6 @@
 #include "pattern/PlainLineReader.h"
 #include "pattern/TypeSignatures.h"
 #include "pattern/container/ContainerReader.h"
-#include "pattern/container/SectionKind.h"
 #include "pattern/line/SignatureLine.h"
 #include "store/PatternContainer.h"
 #include "support/EngineOption.h"
@@ -123,10 +122,6 @@ int PatternLoader::getPatternType(const char* name) {
     if (StringHelper::endsWith(base, ".ndb")) return PATTERN_EXTENDED;
     if (StringHelper::endsWith(base, "hwinfo")) return PATTERN_HWINFO;
     return std::strchr(base, '.') == nullptr ? PATTERN_CONTAINER : PATTERN_UNKNOWN;
-}
-
-int PatternLoader::getPatternType(unsigned int magic) {
-    return typeOfSection(magic);
 }
 
 int PatternLoader::loadVQPattern(const char* name, std::FILE* file, PatternContainer& container) {

@@ -31,9 +31,8 @@ class PatternLoader {
     /// Finishes a container after its last file.
     static void prepare(PatternContainer& container);
 
-    /// @return the PatternType that a file's name or a section's magic stands for
+    /// @return the PatternType that a file's name stands for
     static int getPatternType(const char* name);
-    static int getPatternType(unsigned int magic);
 };
 
 }  // namespace STREAMENGINE_SPACE

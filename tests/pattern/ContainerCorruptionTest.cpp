@@ -1,4 +1,5 @@
-// Containers with a byte changed, or cut: never more than a refusal that names the file.
+// Containers with a byte changed, or cut: each loads or is refused with a line that names the file,
+// in little time and memory.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
@@ -102,7 +103,7 @@ TEST_F(ContainerCorruption, EveryByteOfTheFile) {
     }
 }
 
-// The same behind the digest, as somebody could write it who knows the format.
+// With a digest that fits, as an attacker who knows the format would write it.
 TEST_F(ContainerCorruption, EveryByteOfTheRestoredBody) {
     const std::string sound = body;
     size_t loaded = 0;
