@@ -24,7 +24,7 @@ using QLT_SPACE::StringHelper;
 
 constexpr const char* kUnit = "ZVKPatternLoader";
 
-/// Hosts may capture standard output for these lines beside the log's.
+/// The same text goes to standard output, where hosts may capture it.
 void reportRefusedLine(Exception& refusal) {
     ZVK_ERROR("container.addString :%s", refusal.toString());
     std::printf("%s\n", refusal.toString());
@@ -154,7 +154,7 @@ int PatternLoader::loadPlainFile(const char* name, std::FILE* file, PatternConta
             reportRefusedLine(refusal);
         }
     }
-    // A set that lacks the rest of a file must not pass for the whole.
+    // A set that lacks the rest of a file must not pass for the whole one.
     if (std::ferror(file) != 0) throw Exception(std::string("Cannot read ") + name);
     ZVK_DEBUG("loaded pattern num : %d", LoadPosition::line());
     return LoadPosition::line();

@@ -15,7 +15,7 @@ class PatternContainer;
 
 class PatternLoader {
   public:
-    /// Reads a pattern file from its start; its name decides how.
+    /// Reads a pattern file from its start. The end of its name decides its kind.
     /// @param name  the file's path
     /// @param file  borrowed, at its start
     /// @return the lines that the container accepted or, of a container file, the records read;
@@ -28,10 +28,10 @@ class PatternLoader {
     /// @throws QLT_SPACE::Exception if the file cannot be read
     static int loadPlainFile(const char* name, std::FILE* file, PatternContainer& container);
 
-    /// Finishes a container after its last file.
+    /// Finishes a container after its last file. Nothing can be added then.
     static void prepare(PatternContainer& container);
 
-    /// @return the PatternType that a file's name stands for
+    /// @return the PatternType of a file with this name; its content is not read
     static int getPatternType(const char* name);
 };
 

@@ -35,7 +35,7 @@ std::array<uint8_t, 16> decipherBody(std::FILE* in, const ContainerHeader& heade
     QLT_SPACE::MD5 md5;
     std::array<uint8_t, kPieceLength> piece;  // NOLINT: read into right below
     while (size_t length = std::fread(piece.data(), 1, piece.size(), in)) {
-        // Only the last piece can end inside a block; zeros complete it.
+        // Only the last piece can end inside a block. Zeros complete it.
         const size_t padding = (block - length % block) % block;
         std::memset(piece.data() + length, 0, padding);
         length += padding;

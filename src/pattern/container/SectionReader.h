@@ -1,4 +1,14 @@
 // SectionReader: the records of one section of a restored body, with their names put back.
+//
+// A record is a signature line in which a decimal number replaces the detection name. The number is
+// an offset in the section's name table, where each name is stored once:
+//
+//   record        7:0:*:646f63756d
+//   name table    offset 0: 6 "Demo.A"   offset 7: 6 "Demo.B"     (a length byte, then the name)
+//   line          Demo.B:0:*:646f63756d
+//
+// Every count, length and offset comes from the file and may be wrong or hostile. Each is compared
+// with the bytes that are really there before it is used.
 #pragma once
 
 #include <cstdint>
