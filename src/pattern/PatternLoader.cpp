@@ -2,12 +2,14 @@
 
 #include <cstring>
 #include <ctime>
+#include <optional>
+#include <string>
 
 #include "pattern/PlainLineReader.h"
 #include "pattern/TypeSignatures.h"
+#include "pattern/container/ContainerReader.h"
 #include "pattern/line/SignatureLine.h"
 #include "store/PatternContainer.h"
-#include "support/EngUtil.h"
 #include "support/EngineOption.h"
 #include "support/Exception.h"
 #include "support/LoadPosition.h"
@@ -18,35 +20,96 @@ namespace STREAMENGINE_SPACE {
 namespace {
 
 using QLT_SPACE::Exception;
-using QLT_SPACE::FilePtr;
 using QLT_SPACE::StringHelper;
 
 constexpr const char* kUnit = "ZVKPatternLoader";
 
-/// Hosts may capture standard output for these lines beside the log's.
+/// The same text goes to standard output, where hosts may capture it.
 void reportRefusedLine(Exception& refusal) {
     ZVK_ERROR("container.addString :%s", refusal.toString());
     std::printf("%s\n", refusal.toString());
 }
 
-ContainerHeader readHeader(const char* name, std::FILE* file) {
-    ContainerHeader::Bytes bytes{};
-    const size_t length = std::fread(bytes.data(), 1, bytes.size(), file);
-    if (length < bytes.size()) {
-        ZVK_ERROR("[%s] is not a VQ pattern file, filesize[%d]", name, static_cast<int>(length));
-        throw Exception("invalid pattern file");
+/// Runs one stage of reading a container. A fault is logged and goes on to the caller.
+template <class Stage>
+auto logFault(Stage stage) {
+    try {
+        return stage();
+    } catch (ContainerFault& fault) {
+        for (const std::string& line : fault.logLines) ZVK_ERROR("%s", line.c_str());
+        throw;
     }
-    const ContainerHeader header = ContainerHeader::decode(bytes);
-    const auto fileLength = static_cast<uint32_t>(EngUtil::getFileLength(file));
-    if (fileLength != header.bodyLength + static_cast<uint32_t>(kContainerHeaderLength)) {
-        ZVK_ERROR("Fail to verify file length, [%s] is not a valid VQ pattern file", name);
-        throw Exception("invalid pattern file");
+}
+
+void logHeader(const char* name, const ContainerHeader& header) {
+    const std::time_t buildTime = header.buildTime;
+    std::tm local{};
+    localtime_r(&buildTime, &local);
+    const auto& version = header.version;
+    ZVK_INFO("[%s]", name);
+    ZVK_INFO("version                 :[%d.%d.%d.%d]", static_cast<int>(version[0]),
+             static_cast<int>(version[1]), static_cast<int>(version[2]),
+             static_cast<int>(version[3]));
+    ZVK_INFO("# of section            :[%d]", static_cast<int>(header.sectionCount));
+    ZVK_INFO("# of pattern names      :[%d]", static_cast<int>(header.nameTotal));
+    ZVK_INFO("# of patttern           :[%d]", static_cast<int>(header.patternTotal));
+    ZVK_INFO("build time              :[%04d-%02d-%02d %02d:%02d:%02d]", local.tm_year + 1900,
+             local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    ZVK_INFO("%s", "");
+}
+
+void addRecord(const std::string& line, int type, PatternContainer& container) {
+    try {
+        addSignatureLine(container, line.c_str(), type, false);
+    } catch (Exception& refusal) {
+        ZVK_ERROR("%s", refusal.toString());
     }
-    if (header.magic != kContainerMagic) {
-        ZVK_ERROR("[%s] is not a VQ pattern file", name);
-        throw Exception("invalid pattern file");
+}
+
+void loadSection(SectionReader& section, PatternContainer& container) {
+    const uint32_t recordCount = section.entry().recordCount;
+    if (section.type() == PATTERN_MD5 && recordCount != 0) {
+        section.checkRecordCount();  // before room is made for so many
+        if (!container.md5List.allocate(static_cast<int>(recordCount))) throw section.noMemory();
     }
-    return header;
+    while (section.next()) {
+        LoadPosition::setLine(LoadPosition::line() + 1);
+        addRecord(section.line(), section.type(), container);
+    }
+}
+
+/// @return the records of all sections
+int loadSections(ContainerReader& reader, PatternContainer& container) {
+    uint32_t total = 0;
+    while (std::optional<SectionReader> section = reader.nextSection()) {
+        if (section->type() == PATTERN_UNKNOWN) {
+            ZVK_ERROR("table magic[%08x] is invalid", section->entry().sectionMagic);
+            continue;
+        }
+        LoadPosition::setLine(0);
+        loadSection(*section, container);
+        total += static_cast<uint32_t>(LoadPosition::line());
+    }
+    return static_cast<int>(total);
+}
+
+int loadContainerFile(const char* name, std::FILE* file, PatternContainer& container) {
+    ContainerReader reader(name, file);
+    logFault([&] { reader.checkHeader(); });
+    logHeader(name, reader.header());
+    logFault([&] { reader.restoreBody(); });
+    LoadPosition::setFile(name);
+    int total = 0;
+    try {
+        total = logFault([&] { return loadSections(reader, container); });
+    } catch (Exception& failure) {
+        ZVK_ERROR("Catch exception in parse pattern file, [%s]", failure.toString());
+        ZVK_ERROR("Fail to parse file sections, [%s] is not a valid VQ pattern file", name);
+        throw;
+    }
+    const uint32_t buildTime = reader.header().buildTime;
+    if (container.patternVersion < buildTime) container.patternVersion = buildTime;
+    return total;
 }
 
 }  // namespace
@@ -61,19 +124,6 @@ int PatternLoader::getPatternType(const char* name) {
     return std::strchr(base, '.') == nullptr ? PATTERN_CONTAINER : PATTERN_UNKNOWN;
 }
 
-int PatternLoader::getPatternType(unsigned int magic) {
-    switch (magic) {
-        case kMD5Section:
-            return PATTERN_MD5;
-        case kBasicSection:
-            return PATTERN_BASIC;
-        case kExtendedSection:
-            return PATTERN_EXTENDED;
-        default:
-            return PATTERN_UNKNOWN;
-    }
-}
-
 int PatternLoader::loadVQPattern(const char* name, std::FILE* file, PatternContainer& container) {
     if (ops.skipPatterns != 0) return 0;
     const int type = getPatternType(name);
@@ -83,28 +133,6 @@ int PatternLoader::loadVQPattern(const char* name, std::FILE* file, PatternConta
     }
     if (type != PATTERN_CONTAINER) return loadPlainFile(name, file, container);
     return loadContainerFile(name, file, container);
-}
-
-int PatternLoader::loadContainerFile(const char* name, std::FILE* file,
-                                     PatternContainer& container) {
-    const ContainerHeader header = readHeader(name, file);
-    printHeader(name, header);
-    const FilePtr body = restoreBody(file, header);
-    if (body == nullptr) {
-        ZVK_ERROR("Fail to restore file body, [%s] is not a valid VQ pattern file", name);
-        throw Exception("fail to restore file body.");
-    }
-    LoadPosition::setFile(name);
-    int total = 0;
-    try {
-        total = loadSections(body.get(), header, container);
-    } catch (Exception& failure) {
-        ZVK_ERROR("Catch exception in parse pattern file, [%s]", failure.toString());
-        ZVK_ERROR("Fail to parse file sections, [%s] is not a valid VQ pattern file", name);
-        throw;
-    }
-    if (container.patternVersion < header.buildTime) container.patternVersion = header.buildTime;
-    return total;
 }
 
 int PatternLoader::loadPlainFile(const char* name, std::FILE* file, PatternContainer& container) {
@@ -126,7 +154,7 @@ int PatternLoader::loadPlainFile(const char* name, std::FILE* file, PatternConta
             reportRefusedLine(refusal);
         }
     }
-    // A set that lacks the rest of a file must not pass for the whole.
+    // A set that lacks the rest of a file must not pass for the whole one.
     if (std::ferror(file) != 0) throw Exception(std::string("Cannot read ") + name);
     ZVK_DEBUG("loaded pattern num : %d", LoadPosition::line());
     return LoadPosition::line();
@@ -135,23 +163,6 @@ int PatternLoader::loadPlainFile(const char* name, std::FILE* file, PatternConta
 void PatternLoader::prepare(PatternContainer& container) {
     addTypeSignatures(container.typeTrieTree);
     container.prepare();
-}
-
-void PatternLoader::printHeader(const char* name, const ContainerHeader& header) {
-    const std::time_t buildTime = header.buildTime;
-    std::tm local{};
-    localtime_r(&buildTime, &local);
-    const auto& version = header.version;
-    ZVK_INFO("[%s]", name);
-    ZVK_INFO("version                 :[%d.%d.%d.%d]", static_cast<int>(version[0]),
-             static_cast<int>(version[1]), static_cast<int>(version[2]),
-             static_cast<int>(version[3]));
-    ZVK_INFO("# of section            :[%d]", static_cast<int>(header.sectionCount));
-    ZVK_INFO("# of pattern names      :[%d]", static_cast<int>(header.nameTotal));
-    ZVK_INFO("# of patttern           :[%d]", static_cast<int>(header.patternTotal));
-    ZVK_INFO("build time              :[%04d-%02d-%02d %02d:%02d:%02d]", local.tm_year + 1900,
-             local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
-    ZVK_INFO("%s", "");
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,4 +1,4 @@
-// Type signatures: the built-in opening tags by which a text stream is recognised as markup.
+// Type signatures: the built-in tags. A text stream that contains one of them is markup.
 #pragma once
 
 #include "store/load/TrieTree.h"

@@ -30,7 +30,7 @@ inline std::string deflated(std::string_view text) {
     return out;
 }
 
-/// At most 4096 bytes of it.
+/// @return at most 4096 bytes
 inline std::string inflated(const std::string& zlib) {
     uLongf length = 4096;
     std::string out(length, '\0');
@@ -54,7 +54,7 @@ inline std::array<uint8_t, 16> digestOf(std::string_view text) {
     return digest;
 }
 
-/// A file whose header fits the body, which is deflated or what stands for that.
+/// A file whose header fits the body. The body is deflated, or wrong on purpose.
 inline std::string fileOf(ContainerHeader header, std::string deflatedBody) {
     const BodyCipher cipher(header);
     deflatedBody.resize((deflatedBody.size() + cipher.blockLength() - 1) / cipher.blockLength() *
@@ -73,7 +73,7 @@ struct Body {
     std::string names = {};
     NameTableHeader nameHeader = {};
     size_t nameHeaderLength = kNameTableHeaderLength;  // less: a body that ends inside it
-    uint32_t extraRecords = 0;                         // told, but not there
+    uint32_t extraRecords = 0;                         // counted in the entry, but missing
 
     std::string build() const {
         std::string recordBytes;

@@ -1,4 +1,5 @@
-// Containers with a byte changed, or cut: never more than a refusal that names the file.
+// Containers with a byte changed, or cut: each loads or is refused with a line that names the file,
+// in little time and memory.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
@@ -57,7 +58,7 @@ class ContainerCorruption : public testing::Test {
     /// @return whether the bytes load as a set
     bool loads(const std::string& bytes) {
         const std::string path = folder.path("set");
-        std::filesystem::remove(path);  // overwritten, each would wait for the disk
+        std::filesystem::remove(path);  // a file that is overwritten waits for the disk
         folder.write("set", bytes);
         const _ZVKPatternFile files = {path.c_str(), nullptr};
         log.clear();
@@ -67,8 +68,7 @@ class ContainerCorruption : public testing::Test {
         destroyEngine();
         if (result == 0) return true;
         EXPECT_EQ(result, ZVK_ERR_LOAD_FAILED);
-        const auto lines = log.lines();
-        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
+        EXPECT_TRUE(std::ranges::any_of(log.lines(), [&](const std::string& line) {
             return line.starts_with("1") && line.find("[" + path + "]") != std::string::npos;
         }));
         return false;
@@ -102,7 +102,7 @@ TEST_F(ContainerCorruption, EveryByteOfTheFile) {
     }
 }
 
-// The same behind the digest, as somebody could write it who knows the format.
+// With a digest that fits, as an attacker who knows the format would write it.
 TEST_F(ContainerCorruption, EveryByteOfTheRestoredBody) {
     const std::string sound = body;
     size_t loaded = 0;

@@ -8,9 +8,9 @@
 #include "store/PatternContainer.h"
 #include "store/load/PatternLists.h"
 #include "support/EngineOption.h"
+#include "support/Hex.h"
 #include "support/Refusal.h"
 #include "support/ScrambledName.h"
-#include "support/Utils.h"
 
 namespace {
 
@@ -18,49 +18,48 @@ using namespace STREAMENGINE_SPACE;
 
 constexpr int kMD5 = 1, kBasic = 2, kExtended = 3;
 
+std::string hexByte(int value) {
+    return toHex(std::string(1, static_cast<char>(value)));
+}
+
 /// "name[@offset][/target] sig [sigid:partno/parts min-max]", what is 0 or absent left out; a plain
 /// string by its length.
-void describePattern(const VQPatternNode& node, std::ostream& out) {
-    const VQPattern& base = *node.pat;
+void describePattern(const VQPattern& base, bool isPlain, std::ostream& out) {
     out << scrambled(base.virName);
     if (base.offset != nullptr) out << '@' << base.offset;
     if (base.targetType != 0) out << '/' << base.targetType;
-    if (node.getType() == VQPatternNode::kTypeBm) {
+    if (isPlain) {
         out << ' ' << base.length << ';';
         return;
     }
-    const auto* pattern = static_cast<const TriePattern*>(&base);
-    out << " d" << int{pattern->depth} << ' ';
-    auto group = pattern->groups.begin();
+    const auto& pattern = static_cast<const TriePattern&>(base);
+    out << " d" << int{pattern.depth} << ' ';
+    auto group = pattern.groups.begin();
     for (uint32_t i = 0; i < base.length; ++i) {
-        const Symbol symbol = pattern->symbolAt(i);
+        const Symbol symbol = pattern.symbolAt(i);
         if (symbol == kAnySymbol) out << "??";
         if (symbol == kGroupSymbol) {
-            for (const int value : *group++) out << QLT_SPACE::Utils::formatString("|%02x", value);
+            for (const int value : *group++) out << '|' << hexByte(value);
         }
-        if (!isWildcardSymbol(symbol)) out << QLT_SPACE::Utils::formatString("%02x", symbol);
+        if (!isWildcardSymbol(symbol)) out << hexByte(symbol);
     }
-    EXPECT_EQ(group, pattern->groups.end());
-    if (pattern->sigid != 0) {
-        out << ' ' << pattern->sigid << ':' << pattern->partno << '/' << pattern->parts;
-    }
-    if (pattern->minDistance + pattern->maxDistance != 0) {
-        out << ' ' << pattern->minDistance << '-' << pattern->maxDistance;
-    }
+    EXPECT_EQ(group, pattern.groups.end());
+    if (pattern.sigid != 0)
+        out << ' ' << pattern.sigid << ':' << pattern.partno << '/' << pattern.parts;
+    if (pattern.minDistance + pattern.maxDistance != 0)
+        out << ' ' << pattern.minDistance << '-' << pattern.maxDistance;
     out << ';';
 }
 
 void describeList(const VQPatternList& list, std::ostream& out) {
-    for (auto* node = list.first(); node != nullptr; node = node->next) {
-        describePattern(*node, out);
-    }
+    for (auto* node = list.first(); node != nullptr; node = node->next)
+        describePattern(*node->pat, node->getType() == VQPatternNode::kTypeBm, out);
 }
 
 void describeNode(const TrieNode* node, std::ostream& out) {
     if (node == nullptr) return;
-    for (const auto* list : {&node->wildcardList, &node->shortList, &node->simpleList}) {
+    for (const auto* list : {&node->wildcardList, &node->shortList, &node->simpleList})
         describeList(*list, out);
-    }
     if (node->trans == nullptr) return;
     for (const TrieNode* child : *node->trans) describeNode(child, out);
 }
@@ -163,7 +162,7 @@ void expectGiven(int type, const std::string& front, std::span<const LineCase> c
 
 TEST(SignatureLine, GivesRecordsOrAReason) {
     ops.scrambleKey = 0x5A;
-    // A thread that has loaded nothing has no position to tell.
+    // On a thread that has loaded nothing no file is named in the messages.
     std::thread([] {
         expectGiven(kBasic, "", kBasicLines);
         expectGiven(kMD5, "", kMD5Lines);

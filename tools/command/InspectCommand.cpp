@@ -15,7 +15,8 @@
 #include "console/Diagnostics.h"
 #include "console/JsonLine.h"
 #include "console/Output.h"
-#include "set/ContainerFile.h"
+#include "pattern/container/ContainerReader.h"
+#include "set/PatternFile.h"
 
 namespace zvk {
 
@@ -59,7 +60,7 @@ std::string cipherName(uint16_t method) {
     return method <= kCipherTripleDes ? kNames[method] : "unknown";
 }
 
-std::string hexText(const std::array<uint8_t, 16>& digest) {
+std::string hexText(const ContainerReader::Digest& digest) {
     return fmt::format("{:02x}", fmt::join(digest, ""));
 }
 
@@ -67,20 +68,20 @@ std::string hexText(const std::array<uint8_t, 16>& digest) {
 class Report {
   public:
     virtual ~Report() = default;
-    virtual void header(const ContainerFile& file) = 0;
-    virtual void digest(const ContainerFile& file) = 0;
-    virtual void section(uint32_t number, const _SectionTable& table) = 0;
-    virtual void record(uint32_t section, const SectionReader& record) = 0;
+    virtual void header(const ContainerReader& reader) = 0;
+    virtual void digest(const ContainerReader& reader) = 0;
+    virtual void section(const SectionReader& section) = 0;
+    virtual void record(const SectionReader& section) = 0;
     virtual void totals(uint64_t bodyLength, uint64_t recordCount, uint64_t nameCount) = 0;
-    virtual void fault(const ContainerFile& file, const BrokenContainer& fault) = 0;
+    virtual void fault(const ContainerReader& reader, const ContainerFault& fault) = 0;
 };
 
 class TextReport : public Report {
   public:
-    void header(const ContainerFile& file) override {
-        const ContainerHeader& header = file.header();
-        line("File", fmt::format("{}, {} bytes", printable(file.path()), file.length()));
-        if (!file.hasHeader()) return;
+    void header(const ContainerReader& reader) override {
+        const ContainerHeader& header = reader.header();
+        line("File", fmt::format("{}, {} bytes", printable(reader.name()), reader.fileLength()));
+        if (!reader.hasHeader()) return;
         line("Version", fmt::format("{}", fmt::join(header.version, ".")));
         line("Build time", fmt::format("{} ({:%Y-%m-%d %H:%M:%S} UTC)", header.buildTime,
                                        fmt::gmtime(static_cast<std::time_t>(header.buildTime))));
@@ -93,27 +94,28 @@ class TextReport : public Report {
         line("Sections",
              fmt::format("{}, table at {}", header.sectionCount, header.sectionTableOffset));
     }
-    void digest(const ContainerFile& file) override {
-        const bool isRight = file.digest() == file.header().bodyDigest;
+    void digest(const ContainerReader& reader) override {
+        const bool isRight = reader.digest() == reader.header().bodyDigest;
         line("Digest found",
-             fmt::format("{} ({})", hexText(file.digest()), isRight ? "right" : "wrong"));
+             fmt::format("{} ({})", hexText(*reader.digest()), isRight ? "right" : "wrong"));
     }
-    void section(uint32_t number, const _SectionTable& table) override {
-        line(fmt::format("Section {}", number),
-             fmt::format("{}, {} records at {}, names at {}", kindName(table.sectionMagic),
-                         table.recordCount, table.recordOffset, table.nameTableOffset));
+    void section(const SectionReader& section) override {
+        const _SectionTable& entry = section.entry();
+        line(fmt::format("Section {}", section.number()),
+             fmt::format("{}, {} records at {}, names at {}", kindName(entry.sectionMagic),
+                         entry.recordCount, entry.recordOffset, entry.nameTableOffset));
     }
-    void record(uint32_t section, const SectionReader& record) override {
-        writeOutput(fmt::format("{}\t{}\t{}\t{}\n", section, record.offset(),
-                                printable(record.name()), printable(record.line())));
+    void record(const SectionReader& section) override {
+        writeOutput(fmt::format("{}\t{}\t{}\t{}\n", section.number(), section.offset(),
+                                printable(section.name()), printable(section.line())));
     }
     void totals(uint64_t bodyLength, uint64_t recordCount, uint64_t nameCount) override {
         line("Restored",
              fmt::format("{} bytes, {} records with {} names", bodyLength, recordCount, nameCount));
     }
-    void fault(const ContainerFile& file, const BrokenContainer& fault) override {
+    void fault(const ContainerReader& reader, const ContainerFault& fault) override {
         flushOutput();
-        complain(fmt::format("{}: {}: {}", file.path(), fault.where(), fault.what()));
+        complain(fmt::format("{}: {}: {}", reader.name(), placeOf(fault), fault.detail));
     }
 
   private:
@@ -124,10 +126,11 @@ class TextReport : public Report {
 
 class JsonReport : public Report {
   public:
-    void header(const ContainerFile& file) override {
-        Json object{{"type", "container"}, {"path", file.path()}, {"length", file.length()}};
-        if (file.hasHeader()) {
-            const ContainerHeader& header = file.header();
+    void header(const ContainerReader& reader) override {
+        Json object{
+            {"type", "container"}, {"path", reader.name()}, {"length", reader.fileLength()}};
+        if (reader.hasHeader()) {
+            const ContainerHeader& header = reader.header();
             object.update({{"version", fmt::format("{}", fmt::join(header.version, "."))},
                            {"buildTime", header.buildTime},
                            {"cipher", cipherName(header.cipherMethod)},
@@ -141,25 +144,26 @@ class JsonReport : public Report {
         }
         writeOutput(jsonLine(object));
     }
-    void digest(const ContainerFile& file) override {
+    void digest(const ContainerReader& reader) override {
         writeOutput(jsonLine({{"type", "digest"},
-                              {"found", hexText(file.digest())},
-                              {"right", file.digest() == file.header().bodyDigest}}));
+                              {"found", hexText(*reader.digest())},
+                              {"right", reader.digest() == reader.header().bodyDigest}}));
     }
-    void section(uint32_t number, const _SectionTable& table) override {
+    void section(const SectionReader& section) override {
+        const _SectionTable& entry = section.entry();
         writeOutput(jsonLine({{"type", "section"},
-                              {"section", number},
-                              {"kind", kindName(table.sectionMagic)},
-                              {"records", table.recordCount},
-                              {"recordOffset", table.recordOffset},
-                              {"nameTableOffset", table.nameTableOffset}}));
+                              {"section", section.number()},
+                              {"kind", kindName(entry.sectionMagic)},
+                              {"records", entry.recordCount},
+                              {"recordOffset", entry.recordOffset},
+                              {"nameTableOffset", entry.nameTableOffset}}));
     }
-    void record(uint32_t section, const SectionReader& record) override {
+    void record(const SectionReader& section) override {
         writeOutput(jsonLine({{"type", "record"},
-                              {"section", section},
-                              {"offset", record.offset()},
-                              {"name", record.name()},
-                              {"line", record.line()}}));
+                              {"section", section.number()},
+                              {"offset", section.offset()},
+                              {"name", section.name()},
+                              {"line", section.line()}}));
     }
     void totals(uint64_t bodyLength, uint64_t recordCount, uint64_t nameCount) override {
         writeOutput(jsonLine({{"type", "restored"},
@@ -167,41 +171,46 @@ class JsonReport : public Report {
                               {"records", recordCount},
                               {"names", nameCount}}));
     }
-    void fault(const ContainerFile& /*file*/, const BrokenContainer& fault) override {
-        const bool isInBody = fault.place == BrokenContainer::Place::kBody;
+    void fault(const ContainerReader& /*reader*/, const ContainerFault& fault) override {
+        const bool isInBody = fault.place == ContainerFault::Place::kRestoredBody;
         writeOutput(jsonLine({{"type", "fault"},
                               {"where", isInBody ? "body" : "file"},
                               {"offset", fault.offset},
-                              {"reason", fault.what()}}));
+                              {"reason", fault.detail}}));
     }
 };
 
-void inspectBody(const ContainerFile& file, const InspectArguments& arguments, Report& report) {
+void inspectBody(ContainerReader& reader, bool withRecords, Report& report) {
     uint64_t recordCount = 0;
     std::unordered_set<std::string> names;
-    file.walk([&](uint32_t number, const _SectionTable& table) { report.section(number, table); },
-              [&](uint32_t section, const SectionReader& record) {
-                  ++recordCount;
-                  names.emplace(record.name());
-                  if (arguments.withRecords) report.record(section, record);
-              });
-    report.totals(file.bodyLength(), recordCount, names.size());
+    while (std::optional<SectionReader> section = reader.nextSection()) {
+        report.section(*section);
+        while (section->next()) {
+            ++recordCount;
+            names.emplace(section->name());
+            if (withRecords) report.record(*section);
+        }
+    }
+    report.totals(reader.bodyLength(), recordCount, names.size());
 }
 
 ExitStatus inspect(const InspectArguments& arguments) {
     TextReport text;
     JsonReport json;
     Report& report = arguments.isJson ? static_cast<Report&>(json) : text;
-    ContainerFile file(arguments.path);
-    report.header(file);
+    const QLT_SPACE::FilePtr file = openContainerFile(arguments.path);
+    ContainerReader reader(arguments.path, file.get());
+    report.header(reader);
     ExitStatus status = kNothingFound;
     try {
-        file.restore();
-        report.digest(file);
-        inspectBody(file, arguments, report);
-    } catch (const BrokenContainer& fault) {
-        if (file.hasDigest() && fault.place == BrokenContainer::Place::kFile) report.digest(file);
-        report.fault(file, fault);
+        reader.checkHeader();
+        reader.restoreBody();
+        report.digest(reader);
+        inspectBody(reader, arguments.withRecords, report);
+    } catch (const ContainerFault& fault) {
+        if (fault.place == ContainerFault::Place::kHost) throw PatternError(fault.detail);
+        if (reader.digest() && fault.place == ContainerFault::Place::kFile) report.digest(reader);
+        report.fault(reader, fault);
         status = kSomethingFound;
     }
     flushOutput();

@@ -12,7 +12,7 @@
 #include "console/Diagnostics.h"
 #include "console/Output.h"
 #include "file/ReplacedFile.h"
-#include "set/ContainerFile.h"
+#include "pattern/container/ContainerReader.h"
 #include "set/PatternFile.h"
 
 namespace fs = std::filesystem;
@@ -63,20 +63,20 @@ bool isPlainLine(std::string_view line) {
 class Unpacker {
   public:
     explicit Unpacker(const UnpackArguments& unpackArguments)
-        : arguments(unpackArguments), container(unpackArguments.path) {}
+        : arguments(unpackArguments),
+          container(openContainerFile(unpackArguments.path)),
+          reader(unpackArguments.path, container.get()) {}
 
     ExitStatus run() {
         try {
-            container.restore();
+            reader.checkHeader();
+            reader.restoreBody();
             fs::create_directories(arguments.folder);
-            container.walk(
-                [this](uint32_t number, const _SectionTable& table) { startFile(number, table); },
-                [this](uint32_t section, const SectionReader& record) {
-                    addLine(section, record);
-                });
-        } catch (const BrokenContainer& fault) {
+            while (std::optional<SectionReader> section = reader.nextSection()) unpack(*section);
+        } catch (const ContainerFault& fault) {
+            if (fault.place == ContainerFault::Place::kHost) throw PatternError(fault.detail);
             throw PatternError(
-                fmt::format("{}: {}: {}", arguments.path, fault.where(), fault.what()));
+                fmt::format("{}: {}: {}", arguments.path, placeOf(fault), fault.detail));
         }
         for (const auto& file : files) file->commit();
         for (const std::string& path : paths) writeOutput(printable(path) + '\n');
@@ -85,17 +85,23 @@ class Unpacker {
     }
 
   private:
-    void startFile(uint32_t number, const _SectionTable& table) {
-        const char* ending = endingOf(table.sectionMagic);
+    void unpack(SectionReader& section) {
+        const uint32_t magic = section.entry().sectionMagic;
+        const char* ending = endingOf(magic);
         if (ending == nullptr) {
             ++lossCount;
             complain(fmt::format("{}: section {} left out, its kind {:#010x} is unknown",
-                                 arguments.path, number, table.sectionMagic));
+                                 arguments.path, section.number(), magic));
             return;
         }
-        if (table.recordCount == 0) return;
+        if (section.entry().recordCount == 0) return;
+        startFile(section.number(), ending);
+        while (section.next()) addLine(section);
+    }
+
+    void startFile(uint32_t number, const char* ending) {
         if (!files.empty()) files.back()->close();  // there may be more of them than can be open
-        const size_t digits = std::to_string(container.header().sectionCount).size();
+        const size_t digits = std::to_string(reader.header().sectionCount).size();
         const fs::path path =
             fs::path(arguments.folder) / fmt::format("{}-{:0{}}{}",
                                                      fs::path(arguments.path).filename().string(),
@@ -106,21 +112,22 @@ class Unpacker {
         files.push_back(std::make_unique<ReplacedFile>(path.string()));
     }
 
-    void addLine(uint32_t section, const SectionReader& record) {
-        if (!isPlainLine(record.line())) {
+    void addLine(const SectionReader& section) {
+        if (!isPlainLine(section.line())) {
             ++lossCount;
             complain(fmt::format(
                 "{}: section {}, offset {} of the restored body: left out, a plain file cannot "
                 "hold this line: {}",
-                arguments.path, section, record.offset(), record.line()));
+                arguments.path, section.number(), section.offset(), section.line()));
             return;
         }
-        files.back()->write(record.line());
+        files.back()->write(section.line());
         files.back()->write("\n");
     }
 
     const UnpackArguments& arguments;
-    ContainerFile container;
+    QLT_SPACE::FilePtr container;
+    ContainerReader reader;
     std::vector<std::unique_ptr<ReplacedFile>> files;
     std::vector<std::string> paths;
     uint64_t lossCount = 0;

@@ -18,4 +18,20 @@ QLT_SPACE::FilePtr openPatternFile(const std::string& path) {
                                    std::generic_category().message(number)));
 }
 
+QLT_SPACE::FilePtr openContainerFile(const std::string& path) {
+    QLT_SPACE::FilePtr file = openPatternFile(path);
+    struct stat status;
+    if (fstat(fileno(file.get()), &status) != 0 || !S_ISREG(status.st_mode))
+        throw PatternError(fmt::format("{} is no regular file", path));
+    if (std::getc(file.get()) == EOF && std::ferror(file.get()) != 0)
+        throw PatternError(fmt::format("cannot read {}", path));
+    std::rewind(file.get());
+    return file;
+}
+
+std::string placeOf(const STREAMENGINE_SPACE::ContainerFault& fault) {
+    const bool isInFile = fault.place == STREAMENGINE_SPACE::ContainerFault::Place::kFile;
+    return fmt::format("offset {} of the {}", fault.offset, isInFile ? "file" : "restored body");
+}
+
 }  // namespace zvk

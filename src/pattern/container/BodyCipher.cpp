@@ -1,5 +1,5 @@
-// One block at a time is what the DES library deprecates, in favour of an interface that has single
-// DES only in a module that need not be installed.
+// The DES library deprecates the functions for one block. Its newer interface has single DES only
+// in a module that many systems do not install.
 #define OPENSSL_SUPPRESS_DEPRECATED
 
 #include "pattern/container/BodyCipher.h"
@@ -8,7 +8,6 @@
 
 #include <cstring>
 
-#include "support/Exception.h"
 #include "support/Utils.h"
 
 namespace STREAMENGINE_SPACE {
@@ -24,17 +23,17 @@ void applyDes(const DesKey& key, int direction, const uint8_t* in, uint8_t* out)
     std::memcpy(out, output, kBlockLength);
 }
 
-/// Calls turnBlock(in, out) for each whole block.
-template <class TurnBlock>
-void eachBlock(const uint8_t* in, uint8_t* out, size_t length, TurnBlock turnBlock) {
-    for (size_t i = 0; i + kBlockLength <= length; i += kBlockLength) turnBlock(in + i, out + i);
+/// Calls cryptBlock(in, out) for each whole block.
+template <class CryptBlock>
+void eachBlock(const uint8_t* in, uint8_t* out, size_t length, CryptBlock cryptBlock) {
+    for (size_t i = 0; i + kBlockLength <= length; i += kBlockLength) cryptBlock(in + i, out + i);
 }
 
 uint8_t byteOf(uint32_t value, size_t index) {
     return static_cast<uint8_t>(value >> (8 * index));
 }
 
-/// @return the bytes of two words as they stand in the file
+/// @return the bytes of two words in the order of the file, which is little-endian
 DesBlock blockOf(uint32_t first, uint32_t second) {
     DesBlock block{};
     for (size_t i = 0; i < 4; ++i) {
@@ -77,17 +76,26 @@ void _DES3(const DesKey& k1, const DesKey& k2, const DesKey& k3, const uint8_t* 
 }
 
 void crypt(const DesKey& key, int mode, const uint8_t* in, uint8_t* out, size_t length) {
-    const auto turn = mode == 0 ? DES : _DES;
-    eachBlock(in, out, length, [&](const uint8_t* from, uint8_t* to) { turn(key, from, to); });
+    const auto cryptBlock = mode == 0 ? DES : _DES;
+    eachBlock(in, out, length,
+              [&](const uint8_t* from, uint8_t* to) { cryptBlock(key, from, to); });
 }
 
 void crypt(const DesKey& k1, const DesKey& k2, const DesKey& k3, int mode, const uint8_t* in,
            uint8_t* out, size_t length) {
-    const auto turn = mode == 0 ? DES3 : _DES3;
+    const auto cryptBlock = mode == 0 ? DES3 : _DES3;
     eachBlock(in, out, length,
-              [&](const uint8_t* from, uint8_t* to) { turn(k1, k2, k3, from, to); });
+              [&](const uint8_t* from, uint8_t* to) { cryptBlock(k1, k2, k3, from, to); });
 }
 
+// Each byte of k1 is a byte of the number of names or patterns XOR one of the build time:
+//
+//   k1           byte 0   1   2   3   4   5   6   7
+//   names             0   1   2   3
+//   patterns                          0   1   2   3     byte 0 is the least significant one
+//   build time        2   0   3   1   2   0   3   1
+//
+// With 2 names, 3 patterns and build time 0x6553f100, k1 is 51 00 65 f1 50 00 65 f1.
 void getKey(const ContainerHeader& header, DesBlock& k1) {
     constexpr size_t kTimeByte[4] = {2, 0, 3, 1};
     for (size_t i = 0; i < 4; ++i) {
@@ -97,6 +105,7 @@ void getKey(const ContainerHeader& header, DesBlock& k1) {
     }
 }
 
+// k2 and k3 are the two halves of the version, enciphered with k1.
 void getKey(const ContainerHeader& header, DesBlock& k1, DesBlock& k2, DesBlock& k3) {
     getKey(header, k1);
     const DesKey first(k1);
@@ -107,7 +116,7 @@ void getKey(const ContainerHeader& header, DesBlock& k1, DesBlock& k2, DesBlock&
 
 BodyCipher::BodyCipher(const ContainerHeader& header) {
     if (header.cipherMethod > kCipherTripleDes) {
-        throw QLT_SPACE::Exception(
+        throw UnknownCipher(
             QLT_SPACE::Utils::formatString("cipher method[%d] is unknown", header.cipherMethod));
     }
     DesBlock k1{};

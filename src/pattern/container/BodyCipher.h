@@ -1,7 +1,10 @@
-// The cipher of container bodies: DES (FIPS 46-3) in ECB mode, block by block, once or three times.
+// The cipher of container bodies: DES (FIPS 46-3) in ECB mode, once or three times.
 //
-// The triple form enciphers three times; the common form, which deciphers in the middle, is another
-// cipher. It hides names from a casual look; its key is in the file.
+// ECB enciphers each block of 8 bytes by itself. The triple form enciphers with k1, then with k2,
+// then with k3; the triple DES of other systems deciphers in the middle, so it is another cipher.
+//
+// The keys are made from fields of the header. Whoever has the file can make them too, so the
+// cipher only keeps names and signatures from being read by chance.
 #pragma once
 
 #include <array>
@@ -11,6 +14,7 @@
 #include <vector>
 
 #include "pattern/container/ContainerLayout.h"
+#include "support/Exception.h"
 
 struct DES_ks;  // the DES library's key schedule
 
@@ -18,8 +22,8 @@ namespace STREAMENGINE_SPACE {
 
 using DesBlock = std::array<uint8_t, 8>;
 
-/// A key schedule. The key's bytes are used as they are: neither their parity nor their strength is
-/// tested.
+/// A key schedule. The key's bytes are used as they are: their parity bits are not checked, and
+/// weak keys are allowed.
 class DesKey {
   public:
     explicit DesKey(const DesBlock& key);
@@ -35,30 +39,36 @@ class DesKey {
     std::unique_ptr<DES_ks> keySchedule;
 };
 
-/// Each turns the 8 bytes at in into the 8 bytes at out, which may be the same place: DES and DES3
-/// encipher, those with an underscore decipher. DES3 enciphers with k1, then k2, then k3.
+/// Each makes the 8 bytes at out from the 8 bytes at in, which may be the same bytes. DES and DES3
+/// encipher, _DES and _DES3 decipher.
 void DES(const DesKey& key, const uint8_t* in, uint8_t* out);
 void _DES(const DesKey& key, const uint8_t* in, uint8_t* out);
 void DES3(const DesKey& k1, const DesKey& k2, const DesKey& k3, const uint8_t* in, uint8_t* out);
 void _DES3(const DesKey& k1, const DesKey& k2, const DesKey& k3, const uint8_t* in, uint8_t* out);
 
-/// Each turns length bytes at in into as many at out, which may be the same place: enciphers for a
-/// mode of 0, else deciphers. Bytes behind the last whole block are left as they are at out.
+/// Each makes length bytes at out from as many at in, which may be the same bytes: it enciphers if
+/// mode is 0 and deciphers otherwise. An incomplete block at the end of out is left as it is.
 void crypt(const DesKey& key, int mode, const uint8_t* in, uint8_t* out, size_t length);
 void crypt(const DesKey& k1, const DesKey& k2, const DesKey& k3, int mode, const uint8_t* in,
            uint8_t* out, size_t length);
 
-/// Derives the key of a body, or the three keys of the triple form, from its header.
+/// Makes the key of a body, or the three keys of the triple form, from the body's header.
 void getKey(const ContainerHeader& header, DesBlock& k1);
 void getKey(const ContainerHeader& header, DesBlock& k1, DesBlock& k2, DesBlock& k3);
+
+/// A header names a cipher that does not exist.
+class UnknownCipher : public QLT_SPACE::Exception {
+  public:
+    using Exception::Exception;
+};
 
 /// The cipher that a header names, its key schedules made once.
 class BodyCipher {
   public:
-    /// @throws QLT_SPACE::Exception if the header's cipherMethod is none of CipherMethod
+    /// @throws UnknownCipher if the header's cipherMethod is none of CipherMethod
     explicit BodyCipher(const ContainerHeader& header);
 
-    /// @return what a body's stored length is a multiple of: 8, or 1 if it is not enciphered
+    /// @return bytes of which a stored body is a multiple: 8, or 1 if it is not enciphered
     size_t blockLength() const;
 
     /// Like crypt() in place; without a cipher nothing is changed.

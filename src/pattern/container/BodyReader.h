@@ -1,4 +1,13 @@
 // BodyReader: reads a restored body at any offset, through a window.
+//
+// The records of a section are short and follow each other. With one system call each, the calls
+// would take most of a load. So the reader fetches a window of bytes at once and answers from it as
+// long as what is asked for lies inside:
+//
+//   body      |..............[ window ]............................|
+//   view(offset, count)         ^^^^     no system call
+//
+// A request outside moves the window so that it starts at the offset asked for.
 #pragma once
 
 #include <cstdint>
@@ -10,9 +19,9 @@ namespace STREAMENGINE_SPACE {
 
 class BodyReader {
   public:
-    /// @param bodyFile    borrowed; nothing unwritten in its buffer. Its position plays no part.
-    /// @param windowRoom  bytes read at once, where what is needed is not in the window; no view is
-    ///                    longer
+    /// @param bodyFile    borrowed; nothing unwritten in its buffer. Its position is neither used
+    ///                    nor changed.
+    /// @param windowRoom  bytes of the window; no view is longer
     BodyReader(std::FILE* bodyFile, size_t windowRoom);
 
     /// @return bytes in the body
@@ -35,7 +44,7 @@ class BodyReader {
     uint64_t bodyLength = 0;
     uint64_t windowOffset = 0;
     size_t windowLength = 0;
-    std::vector<char> window;  // its first windowLength bytes hold
+    std::vector<char> window;  // its first windowLength bytes are valid
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -8,33 +8,23 @@
 #include <string>
 #include <system_error>
 
-#include "pattern/PatternLoader.h"
 #include "pattern/container/BodyCipher.h"
 #include "pattern/container/DeflateDecompressor.h"
 #include "support/Exception.h"
-#include "support/Log.h"
 #include "support/MD5.h"
+#include "support/Utils.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
 
 using QLT_SPACE::Exception;
-using QLT_SPACE::FilePtr;
 using QLT_SPACE::Utils;
 
-constexpr const char* kUnit = "ZVKPatternLoader";
 constexpr size_t kPieceLength = 32768;  // bytes, a multiple of every cipher's block
 
 Exception writeFailure() {
     const std::string reason = std::generic_category().message(errno);
     return Exception(Utils::formatString("fail to write tmpfp : %s", reason.c_str()));
-}
-
-/// @return null, after a log line, if the folder for temporary files cannot be used
-FilePtr createTemporaryFile() {
-    FilePtr file(std::tmpfile());
-    if (file == nullptr) ZVK_ERROR("fail to crt tmpfp.");
-    return file;
 }
 
 }  // namespace
@@ -45,7 +35,7 @@ std::array<uint8_t, 16> decipherBody(std::FILE* in, const ContainerHeader& heade
     QLT_SPACE::MD5 md5;
     std::array<uint8_t, kPieceLength> piece;  // NOLINT: read into right below
     while (size_t length = std::fread(piece.data(), 1, piece.size(), in)) {
-        // Only the last piece can end inside a block; zeros complete it.
+        // Only the last piece can end inside a block. Zeros complete it.
         const size_t padding = (block - length % block) % block;
         std::memset(piece.data() + length, 0, padding);
         length += padding;
@@ -74,39 +64,6 @@ void inflateBody(std::FILE* deciphered, std::FILE* out, uint64_t storedLength) {
     std::rewind(deciphered);
     DeflateDecompressor(false, bodyLimit(storedLength)).decompress(deciphered, out);
     if (std::fflush(out) != 0) throw writeFailure();
-}
-
-FilePtr PatternLoader::decryptBody(std::FILE* file, const ContainerHeader& header) {
-    FilePtr deciphered = createTemporaryFile();
-    if (deciphered == nullptr) return nullptr;
-    try {
-        if (decipherBody(file, header, deciphered.get()) != header.bodyDigest) {
-            ZVK_ERROR("md5 check failed.");
-            return nullptr;
-        }
-    } catch (Exception& failure) {
-        ZVK_ERROR("%s", failure.toString());
-        return nullptr;
-    }
-    return deciphered;
-}
-
-FilePtr PatternLoader::uncompressBody(const FilePtr deciphered, const ContainerHeader& header) {
-    FilePtr body = createTemporaryFile();
-    if (body == nullptr) return nullptr;
-    try {
-        inflateBody(deciphered.get(), body.get(), header.bodyLength);
-    } catch (Exception& failure) {
-        ZVK_ERROR("compress fail : %s", failure.toString());
-        return nullptr;
-    }
-    return body;
-}
-
-FilePtr PatternLoader::restoreBody(std::FILE* file, const ContainerHeader& header) {
-    FilePtr deciphered = decryptBody(file, header);
-    if (deciphered == nullptr) return nullptr;
-    return uncompressBody(std::move(deciphered), header);
 }
 
 }  // namespace STREAMENGINE_SPACE

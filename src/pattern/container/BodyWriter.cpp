@@ -58,7 +58,8 @@ void BodyWriter::finish(ContainerHeader& header) {
 }
 
 void BodyWriter::deflateAll(int flush) {
-    // Room that is left over means that zlib has taken all there was or, at the end, given all.
+    // zlib leaves room in the output only when it has read all input and, with Z_FINISH, has
+    // written the whole stream.
     while (deflate(stream.get(), flush), stream->avail_out == 0) drain();
 }
 

@@ -1,4 +1,6 @@
-// BodyWriter: a container's body on its way into the file: deflated, digested, enciphered.
+// BodyWriter: writes a container's body: deflates it, digests it and enciphers it, piece by piece.
+//
+// The digest covers the deflated bytes with the zeros that complete the last block of the cipher.
 #pragma once
 
 #include <array>
@@ -16,9 +18,9 @@ namespace STREAMENGINE_SPACE {
 
 class BodyWriter {
   public:
-    /// @param out     borrowed; the body goes to its position
-    /// @param header  names the cipher, and gives what its keys are derived from
-    /// @throws QLT_SPACE::Exception for an unknown cipher method
+    /// @param out     borrowed; the body is written to its position
+    /// @param header  names the cipher and holds the fields that its keys are made from
+    /// @throws UnknownCipher
     BodyWriter(std::FILE* out, const ContainerHeader& header);
     ~BodyWriter();
     BodyWriter(const BodyWriter&) = delete;
@@ -32,14 +34,16 @@ class BodyWriter {
         write(bytes.data(), bytes.size());
     }
 
-    /// Ends the body and tells the header its length and its digest. Nothing is written afterwards.
-    /// @throws QLT_SPACE::Exception if the file cannot be written, or the body is too long for the
-    ///         header to tell
+    /// Ends the body and sets its length and digest in the header. Call write() no more.
+    /// @throws QLT_SPACE::Exception if the file cannot be written, or the body's length does not
+    /// fit
+    ///         into the header
     void finish(ContainerHeader& header);
 
   private:
     void deflateAll(int flush);
-    /// Hands what is deflated on to the file; zeros complete the last block of the cipher.
+    /// Writes the deflated bytes to the file. Before the last call the buffer is full, which is a
+    /// whole number of blocks; at the last one zeros complete the block.
     void drain();
 
     std::FILE* file;

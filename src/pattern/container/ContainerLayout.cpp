@@ -8,7 +8,7 @@
 namespace STREAMENGINE_SPACE {
 namespace {
 
-/// Takes fields out of bytes, in file order.
+/// Reads fields from bytes, in file order.
 struct Decoder {
     const uint8_t* bytes;
 
@@ -24,7 +24,7 @@ struct Decoder {
     void skip(size_t length) { bytes += length; }
 };
 
-/// Puts fields into bytes, which are zero, in file order.
+/// Writes fields into bytes that are zero, in file order.
 struct Encoder {
     uint8_t* bytes;
 
@@ -40,7 +40,8 @@ struct Encoder {
     void skip(size_t length) { bytes += length; }
 };
 
-// Each list of fields below is the one description of its layout, for both directions.
+// Each layOut() lists the fields of one layout in file order. Run with a Decoder it reads them, run
+// with an Encoder it writes them, so that the two directions cannot differ.
 
 void layOut(auto coder, auto& header) requires requires {
     header.bodyDigest;

@@ -1,8 +1,9 @@
-// The fixed layout of container pattern files, for reading and for writing them; told byte by byte
-// in docs/container-format.md. All numbers in a file are little-endian.
+// The fixed layout of container pattern files, for reading and for writing them.
+// docs/container-format.md describes it byte by byte, with a worked example.
 //
-// A file is a header and a body. The body, once restored, holds a table of sections, the records
-// of each section and tables of detection names, in any order.
+// A file is a header and a body. The restored body holds a table of sections, the records of each
+// section and tables of detection names, in any order. All numbers are little-endian in the file
+// and in the host's order in these records.
 #pragma once
 
 #include <array>
@@ -12,9 +13,14 @@
 namespace STREAMENGINE_SPACE {
 
 constexpr size_t kContainerHeaderLength = 84;
+// Offsets of the header's fields that a reader may find wrong.
+constexpr uint64_t kBodyLengthOffset = 44;
+constexpr uint64_t kDigestOffset = 48;
+constexpr uint64_t kCipherOffset = 80;
+
 constexpr size_t kSectionEntryLength = 36;
 constexpr size_t kNameTableHeaderLength = 8;
-constexpr size_t kRecordHeaderLength = 4;    // the text's length
+constexpr size_t kRecordHeaderLength = 4;    // the number of bytes in the record's text
 constexpr uint32_t kLongestRecord = 4096;    // bytes of text
 constexpr uint32_t kShortestRecordText = 2;  // a name offset and its separator
 constexpr uint32_t kLongestName = 126;       // bytes
@@ -31,14 +37,14 @@ enum CipherMethod : uint16_t {
     kCipherTripleDes = 2,
 };
 
-/// A file's header, its numbers in the host's order. What is not read is written as zeros.
+/// A file's header. Bytes of it that have no field here are written as zeros and not read.
 struct ContainerHeader {
     using Bytes = std::array<uint8_t, kContainerHeaderLength>;
 
     std::array<char, kContainerMagic.size()> magic{};
     std::array<uint32_t, 4> version{};
     uint32_t buildTime = 0;   // seconds since 1970-01-01 00:00 UTC
-    uint32_t bodyLength = 0;  // bytes behind the header
+    uint32_t bodyLength = 0;  // bytes after the header
     std::array<uint8_t, 16> bodyDigest{};
     uint32_t sectionCount = 0;
     uint32_t sectionTableOffset = 0;  // in the restored body, as all offsets
@@ -72,14 +78,14 @@ struct _SectionTable {
 struct NameTableHeader {
     using Bytes = std::array<uint8_t, kNameTableHeaderLength>;
 
-    uint16_t fixedNames = 0;     // 1: all names have fixedNameSize bytes; else each tells its own
+    uint16_t fixedNames = 0;     // 1: each name has fixedNameSize bytes; else a length byte first
     uint16_t fixedNameSize = 0;  // bytes
 
     static NameTableHeader decode(const Bytes& bytes);
     Bytes encode() const;
 };
 
-/// The length in front of a record's text.
+/// The length of a record's text, stored before the text.
 using RecordHeaderBytes = std::array<uint8_t, kRecordHeaderLength>;
 uint32_t decodeRecordLength(const RecordHeaderBytes& bytes);
 RecordHeaderBytes encodeRecordLength(uint32_t length);

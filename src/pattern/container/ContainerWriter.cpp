@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "pattern/container/BodyWriter.h"
-#include "pattern/line/PatternType.h"
+#include "pattern/container/SectionKind.h"
 #include "support/Exception.h"
 #include "support/Utils.h"
 
@@ -16,28 +16,16 @@ namespace {
 using QLT_SPACE::Exception;
 using QLT_SPACE::Utils;
 
-constexpr uint64_t kLongestBody = std::numeric_limits<int32_t>::max();  // readers' name offsets
-
-uint32_t magicOf(int type) {
-    switch (type) {
-        case PATTERN_MD5:
-            return kMD5Section;
-        case PATTERN_BASIC:
-            return kBasicSection;
-        case PATTERN_EXTENDED:
-            return kExtendedSection;
-        default:
-            throw Exception(Utils::formatString("lines of type %d cannot be packed", type));
-    }
-}
+// Readers may keep offsets in the body as signed 32-bit numbers.
+constexpr uint64_t kLongestBody = std::numeric_limits<int32_t>::max();
 
 struct Field {
     size_t position;
     size_t length;
 };
 
-/// @return where the name of a line stands: of an MD5 line the third of the fields between colons,
-///         of which several in a row are as one; of the others what is in front of the separator
+/// @return the name of a line: the text before the separator, or of an MD5 line the third field,
+///         where several colons in a row count as one; empty if there is none
 Field nameField(std::string_view line, uint32_t magic) {
     if (magic != kMD5Section) {
         const size_t end = line.find(magic == kBasicSection ? '=' : ':');
@@ -75,8 +63,8 @@ void writeHeader(const ContainerHeader& header, std::FILE* file) {
 
 }  // namespace
 
-/// Where everything stands in the restored body: the section table, the records of each section,
-/// the name table.
+/// The offsets in the restored body. It holds the section table, then the records of each section,
+/// then the name table.
 struct ContainerWriter::BodyLayout {
     size_t longestName = 0;             // bytes
     std::vector<uint32_t> nameOffsets;  // of each name in the table
@@ -85,7 +73,8 @@ struct ContainerWriter::BodyLayout {
 };
 
 void ContainerWriter::addLine(std::string_view line, int type) {
-    const uint32_t magic = magicOf(type);
+    const uint32_t magic = magicOfSection(type);
+    if (magic == 0) throw Exception(Utils::formatString("lines of type %d cannot be packed", type));
     const Field field = nameField(line, magic);
     if (field.length == 0) throw Exception("no name");
     if (field.length > kLongestName) {
@@ -105,6 +94,9 @@ void ContainerWriter::addLine(std::string_view line, int type) {
     ++total;
 }
 
+// addLine() has to refuse a record that would be too long, but with fixed names an offset is known
+// only when the longest name is. So it counts with the highest offset that is possible: all names
+// before this one have the greatest length that the format allows.
 uint64_t ContainerWriter::mostOffsetOf(const std::string& name) const {
     if (const auto known = nameIndices.find(name); known != nameIndices.end())
         return names[known->second].mostOffset;
@@ -120,6 +112,13 @@ uint32_t ContainerWriter::indexOfName(const std::string& name) {
     return entry->second;
 }
 
+// The body is written in one pass, but its start holds the offsets of its end. So all offsets are
+// computed first. A record's text contains its name offset as decimal digits, and so its length
+// depends on that offset:
+//
+//   name offsets   ->   lengths of the records   ->   offsets of the sections and the name table
+//
+// Name offsets count from the start of the names, not of the body, so they come first.
 ContainerWriter::BodyLayout ContainerWriter::layOutBody() const {
     BodyLayout layout;
     for (const Name& name : names)
@@ -134,8 +133,8 @@ ContainerWriter::BodyLayout ContainerWriter::layOutBody() const {
         layout.entries.push_back({section.magic, static_cast<uint32_t>(section.records.size()),
                                   checkedOffset(offset), 0});
         for (const Record& record : section.records) {
-            const uint32_t place = layout.nameOffsets[record.name];
-            offset += kRecordHeaderLength + recordText(record.rest, place, section.magic).size();
+            const uint32_t name = layout.nameOffsets[record.name];
+            offset += kRecordHeaderLength + recordText(record.rest, name, section.magic).size();
         }
     }
     layout.length = checkedOffset(offset + kNameTableHeaderLength + nameOffset);
@@ -155,7 +154,7 @@ uint64_t ContainerWriter::write(std::FILE* file) const {
     header.nameTotal = nameTotal();
     header.cipherMethod = settings.cipherMethod;
 
-    writeHeader(header, file);  // again, and for good, once the body's length and digest are known
+    writeHeader(header, file);  // keeps its place; written again with the body's length and digest
     BodyWriter body(file, header);
     for (const _SectionTable& entry : layout.entries) body.write(entry.encode());
     for (const Section& section : sections) writeRecords(section, layout, body);

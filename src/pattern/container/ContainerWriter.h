@@ -1,9 +1,12 @@
-// ContainerWriter: makes container pattern files, which PatternLoader reads.
+// ContainerWriter: makes container pattern files, which ContainerReader reads.
 //
-// One section for each run of lines of one kind, so that the order of all lines is kept: of several
-// matches at one place the order decides which one is told. One name table, which all sections
-// share and which holds each name once. Equal lines and settings give equal bytes (as far as zlib
-// does).
+// The order of all lines is kept, as it decides which of several matches at one position is
+// reported. So a section ends where the kind of the lines changes:
+//
+//   basic, basic, extended, basic   ->   section 1: 2 lines, section 2: 1 line, section 3: 1 line
+//
+// One name table, which all sections share, holds each name once. Equal lines and settings give
+// equal bytes, as long as zlib deflates them to equal bytes.
 #pragma once
 
 #include <array>
@@ -32,16 +35,16 @@ class ContainerWriter {
     explicit ContainerWriter(const ContainerSettings& containerSettings)
         : settings(containerSettings) {}
 
-    /// Adds a signature line. Whether the engine takes it is not tested; it is kept as it is, but
-    /// for what follows the name of an MD5 line, which the engine does not read.
+    /// Adds a signature line. The line is kept as it is, whether or not the engine accepts it;
+    /// only the text after the name of an MD5 line, which the engine does not read, is dropped.
     /// @param type  PATTERN_MD5, PATTERN_BASIC or PATTERN_EXTENDED
     /// @throws QLT_SPACE::Exception, with the reason, for a line that the format cannot hold
     void addLine(std::string_view line, int type);
 
     /// Writes the whole container from the start of an empty file and flushes it.
-    /// @return bytes that its body has when it is restored
-    /// @throws QLT_SPACE::Exception if a length is more than the format can tell, or the file
-    ///         cannot be written; it is then of no use
+    /// @return bytes of its restored body
+    /// @throws QLT_SPACE::Exception if a length does not fit into the format, or the file cannot be
+    ///         written; the file's content is then undefined
     uint64_t write(std::FILE* file) const;
 
     uint32_t patternTotal() const { return total; }
@@ -58,7 +61,7 @@ class ContainerWriter {
     };
     struct Name {
         std::string text;
-        uint64_t mostOffset;  // the name offset that it has, or with fixed names has at most
+        uint64_t mostOffset;  // its name offset or, with fixed names, the highest it may get
     };
     struct BodyLayout;
 

@@ -23,6 +23,10 @@ constexpr size_t kOutputRoom = 51200;  // bytes
 constexpr int kRawWindowBits = -15;    // a negative size asks zlib for a raw stream
 
 /// One inflation. Owns zlib's state.
+///
+/// The loop fills the input buffer when zlib has used it up and empties the output buffer when zlib
+/// has filled it. At the end of the file zlib is called once more without input: if the stream is
+/// not complete then, zlib can make no progress and answers Z_BUF_ERROR, which ends the loop.
 class Inflation {
   public:
     Inflation(bool raw, std::FILE* in, std::FILE* out, uint64_t outputLimit)
@@ -49,7 +53,7 @@ class Inflation {
             if (result != Z_OK && result != Z_STREAM_END) fail(result);
             if (result == Z_STREAM_END || stream.avail_out == 0) writeOutput();
         }
-        leaveInputBehindStream();
+        seekToEndOfStream();
         ended = true;
         const int endResult = inflateEnd(&stream);
         if (endResult != Z_OK) fail(endResult);
@@ -94,7 +98,8 @@ class Inflation {
         startOutput();
     }
 
-    void leaveInputBehindStream() {
+    /// zlib may not need all bytes of the last read; the file's position goes back by the rest.
+    void seekToEndOfStream() {
         const size_t consumed = inputLength - stream.avail_in;
         fseeko(input, inputPosition + static_cast<off_t>(consumed), SEEK_SET);
     }
@@ -106,7 +111,7 @@ class Inflation {
     z_stream stream{};
     bool ended = false;
     bool inputEnded = false;
-    off_t inputPosition = 0;  // of what inputBuffer holds
+    off_t inputPosition = 0;  // of the first byte in inputBuffer
     size_t inputLength = 0;
     std::array<unsigned char, kInputRoom> inputBuffer;    // NOLINT: filled by readInput()
     std::array<unsigned char, kOutputRoom> outputBuffer;  // NOLINT: filled by inflate()

@@ -1,4 +1,4 @@
-// DeflateDecompressor: inflates from file to file in constant memory.
+// DeflateDecompressor: inflates from file to file in constant memory, with zlib.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// The stream itself is at fault, not what its inflation needs.
+/// The stream itself is wrong. Other failures (memory, files, the limit) are plain exceptions.
 class BrokenDeflateStream : public QLT_SPACE::Exception {
   public:
     using Exception::Exception;
@@ -25,9 +25,10 @@ class DeflateDecompressor {
     explicit DeflateDecompressor(bool isRaw, uint64_t outputLimit = kNoLimit)
         : raw(isRaw), limit(outputLimit) {}
 
-    /// Inflates from the position of in, which is left behind the end of the deflate stream, to the
-    /// position of out. Both stay the caller's.
-    /// @throws BrokenDeflateStream if the stream is broken or cut
+    /// Inflates from the position of in to the position of out, both borrowed. The position of in
+    /// is then the end of the deflate stream: the reader of a file that goes on after it can
+    /// follow.
+    /// @throws BrokenDeflateStream if the stream is wrong or cut
     /// @throws QLT_SPACE::OutOfMemoryException
     /// @throws QLT_SPACE::Exception if a file is null, the output is too long, or out cannot be
     ///         written

@@ -1,8 +1,9 @@
 #include "pattern/container/SectionReader.h"
 
 #include <algorithm>
+#include <utility>
 
-#include "pattern/container/ContainerFault.h"
+#include "pattern/container/SectionKind.h"
 #include "support/Utils.h"
 
 namespace STREAMENGINE_SPACE {
@@ -10,16 +11,19 @@ namespace {
 
 using QLT_SPACE::Utils;
 
+// Hosts search their logs for these texts and for those below: the spelling is part of the
+// interface.
 constexpr const char* kShortRead = "fail to read vq pat file";
+constexpr const char* kNoOffset = "fail to get name offset";
 constexpr const char* kNoName = "fail to get name";
 
-// Records are read one after the other, names mostly from any place.
+// Bytes of each window. Records are read one after the other, names mostly from any place.
 constexpr size_t kRecordWindow = 32768;
 constexpr size_t kNameWindow = 8192;
 constexpr size_t kTableWindow = 4096;
 static_assert(kRecordWindow >= kLongestRecord && kNameWindow >= kLongestName);
 
-/// Texts and names are strings that end at a NUL, if they hold one.
+/// Texts and names are strings that end at their first NUL, if they hold one.
 std::string_view upToNul(std::string_view stored) {
     return stored.substr(0, stored.find('\0'));
 }
@@ -32,10 +36,6 @@ std::string wrongLengthText(uint32_t length) {
     return Utils::formatString("a name of %u bytes, 1 to %u are allowed", length, kLongestName);
 }
 
-ContainerFault nameRunsOut(uint64_t offset) {
-    return ContainerFault(kNoName, "the name runs past the end of the body", offset);
-}
-
 }  // namespace
 
 RestoredBody::RestoredBody(std::FILE* file)
@@ -44,52 +44,51 @@ RestoredBody::RestoredBody(std::FILE* file)
       names(file, kNameWindow),
       recordBytesLeft(table.length()) {}
 
-SectionReader::SectionReader(RestoredBody& restoredBody, const _SectionTable& table)
+SectionReader::SectionReader(RestoredBody& restoredBody, const _SectionTable& entry,
+                             uint32_t sectionNumber)
     : body(restoredBody),
-      section(table),
-      recordsLeft(table.recordCount),
-      position(table.recordOffset) {}
+      tableEntry(entry),
+      section(sectionNumber),
+      lineType(typeOfSection(entry.sectionMagic)),
+      position(entry.recordOffset) {}
 
 void SectionReader::checkRecordCount() const {
+    if (lineType != PATTERN_MD5) return;
     constexpr uint64_t kShortestRecord = kRecordHeaderLength + kShortestRecordText;
-    const uint64_t behind = body.records.length() - std::min(position, body.records.length());
-    const uint64_t room = std::min(behind, body.recordBytesLeft) / kShortestRecord;
-    if (section.recordCount <= room) return;
-    throw ContainerFault(
-        kShortRead,
-        Utils::formatString("a section of %u records, the body has room for %llu at most",
-                            section.recordCount, static_cast<unsigned long long>(room)),
-        position);
+    const uint64_t bytesAfter = body.records.length() - std::min(position, body.records.length());
+    const uint64_t room = std::min(bytesAfter, body.recordBytesLeft) / kShortestRecord;
+    if (tableEntry.recordCount <= room) return;
+    throw fault({kShortRead},
+                Utils::formatString("a section of %u records, the body has room for %llu at most",
+                                    tableEntry.recordCount, static_cast<unsigned long long>(room)),
+                position);
 }
 
 bool SectionReader::next() {
-    if (recordsLeft == 0) return false;
-    --recordsLeft;
+    if (lineType == PATTERN_UNKNOWN) return false;
+    if (recordNumber == 0) checkRecordCount();
+    if (recordNumber == tableEntry.recordCount) return false;
+    ++recordNumber;
     recordOffset = position;
-    recordText = readText();
-    const auto field = getPatternNameOffset(section.sectionMagic, recordText);
-    if (!field) {
-        throw ContainerFault("fail to get name offset",
-                             "the record's name field is not 1 to 16 decimal digits",
-                             recordOffset + kRecordHeaderLength);
-    }
-    recordName = getPatternName(field->nameOffset);
-    recordLine.assign(recordText.substr(0, field->position));
+    const std::string_view text = readText();
+    const NameField field = getPatternNameOffset(text);
+    recordName = getPatternName(field.nameOffset);
+    recordLine.assign(text.substr(0, field.position));
     recordLine.append(recordName);
-    recordLine.append(recordText.substr(field->position + field->length));
+    recordLine.append(text.substr(field.position + field.length));
     return true;
 }
 
 std::string_view SectionReader::readText() {
     const auto shortRead = [this] {
-        return ContainerFault(kShortRead, "the record runs past the end of the body", position);
+        return fault({kShortRead}, "the record runs past the end of the body", position);
     };
     RecordHeaderBytes header{};
     if (!body.records.readAll(position, header)) throw shortRead();
     const uint32_t length = decodeRecordLength(header);
     if (length > kLongestRecord) {
-        throw ContainerFault(
-            Utils::formatString("pat [%d] is to long", static_cast<int>(length)),
+        throw fault(
+            {Utils::formatString("pat [%d] is to long", static_cast<int>(length))},
             Utils::formatString("a record of %u bytes, %u are allowed", length, kLongestRecord),
             position);
     }
@@ -97,66 +96,83 @@ std::string_view SectionReader::readText() {
     if (stored.size() != length) throw shortRead();
     const uint64_t whole = header.size() + length;
     if (whole > body.recordBytesLeft) {
-        throw ContainerFault(
-            kShortRead, "the records of all sections are longer than the body, so some overlap",
-            position);
+        throw fault({kShortRead},
+                    "the records of all sections are longer than the body, so some overlap",
+                    position);
     }
     body.recordBytesLeft -= whole;
     position += whole;
     return upToNul(stored);
 }
 
-std::optional<SectionReader::NameField> SectionReader::getPatternNameOffset(uint32_t magic,
-                                                                            std::string_view text) {
+SectionReader::NameField SectionReader::getPatternNameOffset(std::string_view text) const {
+    const auto noOffset = [this] {
+        return fault({kNoOffset}, "the record's name field is not 1 to 16 decimal digits",
+                     recordOffset + kRecordHeaderLength);
+    };
     NameField field = {0, 0, 0};
-    if (magic == kBasicSection || magic == kExtendedSection) {
-        const size_t end = text.find(magic == kBasicSection ? '=' : ':');
-        if (end == std::string_view::npos) return std::nullopt;
-        field.length = end;
-    } else if (magic == kMD5Section) {
+    if (lineType == PATTERN_MD5) {
         const size_t colon = text.rfind(':');
-        if (colon == std::string_view::npos) return std::nullopt;
+        if (colon == std::string_view::npos) throw noOffset();
         field.position = colon + 1;
         field.length = text.size() - field.position;
+    } else {
+        field.length = text.find(lineType == PATTERN_BASIC ? '=' : ':');  // npos is too long
     }
-    if (field.length == 0 || field.length > kLongestNameOffset) return std::nullopt;
-    uint64_t value = 0;  // 16 digits fit
+    if (field.length == 0 || field.length > kLongestNameOffset) throw noOffset();
     for (const char c : text.substr(field.position, field.length)) {
-        if (c < '0' || c > '9') return std::nullopt;
-        value = value * 10 + static_cast<uint64_t>(c - '0');
+        if (c < '0' || c > '9') throw noOffset();
+        field.nameOffset = field.nameOffset * 10 + static_cast<uint64_t>(c - '0');  // 16 digits fit
     }
-    field.nameOffset = value;
     return field;
 }
 
 void SectionReader::readNameTableHeader() {
     NameTableHeader::Bytes bytes{};
-    const uint64_t place = section.nameTableOffset;
-    if (!body.names.readAll(place, bytes))
-        throw ContainerFault(kNoName, "the name table runs past the end of the body", place);
+    const uint64_t tableOffset = tableEntry.nameTableOffset;
+    if (!body.names.readAll(tableOffset, bytes))
+        throw fault({kNoName}, "the name table runs past the end of the body", tableOffset);
     const NameTableHeader header = NameTableHeader::decode(bytes);
-    if (header.fixedNames == 1 && !isNameLength(header.fixedNameSize)) {
-        throw ContainerFault(
-            kNoName, wrongLengthText(header.fixedNameSize), place,
-            Utils::formatString("fixedNameSize[%d] is invalid", header.fixedNameSize));
+    const uint32_t length = header.fixedNameSize;
+    if (header.fixedNames == 1 && !isNameLength(length)) {
+        throw fault({Utils::formatString("fixedNameSize[%u] is invalid", length), kNoName},
+                    wrongLengthText(length), tableOffset);
     }
     nameTable = header;
 }
 
 std::string_view SectionReader::getPatternName(uint64_t nameOffset) {
     if (!nameTable) readNameTableHeader();
-    uint64_t place = section.nameTableOffset + kNameTableHeaderLength + nameOffset;
+    uint64_t nameStart = uint64_t{tableEntry.nameTableOffset} + kNameTableHeaderLength + nameOffset;
+    const auto nameRunsOut = [&] {
+        return fault({kNoName}, "the name runs past the end of the body", nameStart);
+    };
     uint32_t length = nameTable->fixedNameSize;
     if (nameTable->fixedNames != 1) {
         std::array<uint8_t, 1> lengthByte{};
-        if (!body.names.readAll(place, lengthByte)) throw nameRunsOut(place);
+        if (!body.names.readAll(nameStart, lengthByte)) throw nameRunsOut();
         length = lengthByte[0];
-        if (!isNameLength(length)) throw ContainerFault(kNoName, wrongLengthText(length), place);
-        place += lengthByte.size();
+        if (!isNameLength(length)) throw fault({kNoName}, wrongLengthText(length), nameStart);
+        nameStart += lengthByte.size();
     }
-    const std::string_view stored = body.names.view(place, length);
-    if (stored.size() != length) throw nameRunsOut(place);
+    const std::string_view stored = body.names.view(nameStart, length);
+    if (stored.size() != length) throw nameRunsOut();
     return upToNul(stored);
+}
+
+ContainerFault SectionReader::noMemory() const {
+    return fault({}, "out of memory for its records", tableEntry.recordOffset);
+}
+
+ContainerFault SectionReader::fault(std::vector<std::string> logLines,
+                                    const std::string& explanation, uint64_t faultOffset) const {
+    logLines.push_back(
+        Utils::formatString("fail to parse section table[%08x].", tableEntry.sectionMagic));
+    const std::string place =
+        recordNumber == 0 ? Utils::formatString("section %u: ", section)
+                          : Utils::formatString("section %u, record %u: ", section, recordNumber);
+    return {"fail to parse section table.", std::move(logLines), place + explanation,
+            ContainerFault::Place::kRestoredBody, faultOffset};
 }
 
 }  // namespace STREAMENGINE_SPACE

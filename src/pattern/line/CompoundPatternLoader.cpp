@@ -23,7 +23,8 @@ Exception malformed() {
                                          LoadPosition::line()));
 }
 
-/// Refuses an "@" outside of groups: it would be the symbol of a group that does not exist.
+/// Refuses an "@" outside of groups. extractGroups() writes "@@" for a group, so one in the line
+/// itself would be taken for a group that does not exist.
 void refuseGroupMarks(std::string_view text) {
     bool isInGroup = false;
     for (const char c : text) {
@@ -33,22 +34,23 @@ void refuseGroupMarks(std::string_view text) {
     }
 }
 
+/// @return the number at the start of the text, at most 2^32 - 1; 0 if there is none
 uint32_t gapBound(std::string_view digits) {
     const int64_t value = QLT_SPACE::decimalInt64(std::string(digits).c_str());
     if (value < 0) throw malformed();
     return static_cast<uint32_t>(std::min<int64_t>(value, std::numeric_limits<uint32_t>::max()));
 }
 
-/// Reads what stands between the braces of a bounded gap.
+/// Reads the text between the braces of a bounded gap. Several dashes in a row count as one.
 void readGap(std::string_view content, PartPlace& place) {
     const size_t dash = content.find('-');
     if (dash == std::string_view::npos) {
         place.minDistance = place.maxDistance = gapBound(content);
         return;
     }
-    const size_t behind = std::min(content.find_first_not_of('-', dash), content.size());
+    const size_t secondBound = std::min(content.find_first_not_of('-', dash), content.size());
     place.minDistance = gapBound(content.substr(0, dash));
-    place.maxDistance = gapBound(content.substr(behind));
+    place.maxDistance = gapBound(content.substr(secondBound));
 }
 
 uint16_t countParts(std::string_view text, std::string_view markers) {
@@ -58,7 +60,10 @@ uint16_t countParts(std::string_view text, std::string_view markers) {
     return static_cast<uint16_t>(parts);
 }
 
-/// A signature with at least one bounded gap.
+/// Adds the parts of a signature with at least one bounded gap. The number of parts is counted
+/// first, as each record holds it. The loop then cuts the text at its markers:
+///
+///   aabb{2-4}cc*dd   ->   "aabb", then gap 2-4 and "cc", then gap * and "dd"
 void addBoundedParts(TrieTree& tree, const SignatureTraits& traits, std::string_view rest) {
     PartPlace place;
     place.sigid = ++tree.lastSigid;
@@ -79,7 +84,7 @@ void addBoundedParts(TrieTree& tree, const SignatureTraits& traits, std::string_
     CompoundPatternLoader::parseAdd(tree, traits, rest, place);
 }
 
-/// A signature with gaps of any length only.
+/// Adds the parts of a signature whose gaps all have any length.
 void addUnboundedParts(TrieTree& tree, const SignatureTraits& traits, const char* hexsig) {
     PartPlace place;
     place.sigid = ++tree.lastSigid;
@@ -96,7 +101,8 @@ void addUnboundedParts(TrieTree& tree, const SignatureTraits& traits, const char
     }
 }
 
-/// @return the alternatives of the group whose text, without its parentheses, is given
+/// @param group  the text between a group's parentheses
+/// @return the bytes that it allows
 std::vector<uint8_t> groupValues(const std::string& group) {
     const auto bars = std::count(group.begin(), group.end(), '|');
     if (bars == 0) throw malformed();
@@ -111,7 +117,7 @@ std::vector<uint8_t> groupValues(const std::string& group) {
     return values;
 }
 
-/// A record under construction, with what it borrows.
+/// A record under construction, and the owners of the arrays and the name that it borrows.
 struct PartDraft {
     TriePattern pattern;
     std::string name;
@@ -121,8 +127,9 @@ struct PartDraft {
     std::vector<ByteGroup> groups;
 };
 
-/// Moves the alternative groups out of a part's text.
-/// @return the text with "@@", the notation of a group's symbol, in the place of each group
+/// Moves the groups out of a part's text: "aa(bb|cc)dd" gives the group {bb, cc} and the text
+/// "aa@@dd", in which every symbol has two characters.
+/// @return the text with "@@" for each group
 std::string extractGroups(std::string_view part, std::vector<std::vector<uint8_t>>& groups) {
     std::string text;
     while (!part.empty()) {

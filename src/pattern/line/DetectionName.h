@@ -1,4 +1,4 @@
-// The form in which a body signature keeps its detection name.
+// The detection name as a body signature stores it.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// @return name without an origin mark and what stands behind the mark. The names of MD5 lines keep
-///         theirs: hosts know them by it.
+/// @return name up to an origin mark, without it. The names of MD5 lines keep their mark, as hosts
+///         know them with it.
 inline std::string withoutOriginMark(std::string_view name) {
     return std::string(name.substr(0, name.find("(Clam)")));
 }

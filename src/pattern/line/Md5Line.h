@@ -1,12 +1,12 @@
-// MD5 lines: DIGEST:SIZE:NAME, the digest of 32 hexadecimal digits at a fixed place.
+// MD5 lines: DIGEST:SIZE:NAME. The line starts with the 32 hexadecimal digits of the digest.
 #pragma once
 
 #include "store/load/MD5List.h"
 
 namespace STREAMENGINE_SPACE {
 
-/// Parses one line and adds its record to list. What follows the name is not read.
-/// @throws QLT_SPACE::Exception for a malformed line, or if no record is to be had
+/// Parses one line and adds its record to list. Fields after the name are not read.
+/// @throws QLT_SPACE::Exception for a malformed line, or if the list has no room for a record
 void addMd5Line(MD5List& list, const char* line);
 
 }  // namespace STREAMENGINE_SPACE

@@ -67,17 +67,18 @@ std::vector<Symbol> PatternParser::hex2si(std::string_view hex) {
     return symbols;
 }
 
-void PatternParser::hex2str(std::string_view hex, uint8_t* out, unsigned int len) {
-    if (len % 2 != 0) {
-        throw Exception(
-            Utils::formatString("in PatternParser::hex2str, length = [%d]", static_cast<int>(len)));
+void PatternParser::hex2str(std::string_view hex, uint8_t* out, unsigned int length) {
+    if (length % 2 != 0) {
+        throw Exception(Utils::formatString("in PatternParser::hex2str, length = [%d]",
+                                            static_cast<int>(length)));
     }
-    if (hex.size() != len) {
+    if (hex.size() != length) {
         throw Exception(Utils::formatString(
             "Malformed signature at [%s:%d], [%.*s] length is not %d", LoadPosition::file(),
-            LoadPosition::line(), static_cast<int>(hex.size()), hex.data(), static_cast<int>(len)));
+            LoadPosition::line(), static_cast<int>(hex.size()), hex.data(),
+            static_cast<int>(length)));
     }
-    for (size_t i = 0; i < len / 2; ++i) {
+    for (size_t i = 0; i < length / 2; ++i) {
         const int high = digitValue(hex[2 * i]);
         const int low = digitValue(hex[2 * i + 1]);
         if (high < 0 || low < 0) {

@@ -1,6 +1,6 @@
 // PatternParser: the hexadecimal notation of signatures.
 //
-// The messages of refusals name the file and line of LoadPosition.
+// Each message of a refusal names the file and line of LoadPosition.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,8 @@ class PatternParser {
     /// @throws QLT_SPACE::Exception "Invalid hex string in [%s:%d]"
     static int hex2int(char c);
 
-    /// Decodes two digits a byte, high digit first; "?" and any character give 0x38.
+    /// Decodes two digits for each byte, high digit first; "?" and any character give 0x38, the low
+    /// byte of kAnySymbol.
     /// @throws QLT_SPACE::Exception for an odd length or a character that is no digit
     static std::vector<uint8_t> hex2str(std::string_view hex);
 
@@ -25,10 +26,11 @@ class PatternParser {
     /// @throws QLT_SPACE::Exception for an odd length or a character that is no digit
     static std::vector<Symbol> hex2si(std::string_view hex);
 
-    /// Decodes a digest text of exactly len digits into the len / 2 bytes at out.
-    /// @throws QLT_SPACE::Exception for an odd len, another length, or a character that is no
-    ///         digit; the bytes before it are written
-    static void hex2str(std::string_view hex, uint8_t* out, unsigned int len);
+    /// Decodes the digits of a digest into the length / 2 bytes at out.
+    /// @param length  the digits that the digest must have
+    /// @throws QLT_SPACE::Exception for an odd length, a text of another length, or a character
+    ///         that is no digit; the bytes before it are written
+    static void hex2str(std::string_view hex, uint8_t* out, unsigned int length);
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,4 +1,4 @@
-// The kinds of pattern files and, as far as they carry signatures, of their lines.
+// PatternType: the kind of a pattern file, and of the lines of files that carry signatures.
 #pragma once
 
 namespace STREAMENGINE_SPACE {

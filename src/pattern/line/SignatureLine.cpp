@@ -20,7 +20,7 @@ namespace {
 using QLT_SPACE::Exception;
 using QLT_SPACE::Utils;
 
-constexpr size_t kLongestShortHex = 19;  // digits of a signature too short for the shift table
+constexpr size_t kLongestShortHex = 19;  // digits; the shift table needs 10 bytes
 
 bool needsTrie(const char* hex) {
     return std::strpbrk(hex, "*{?(") != nullptr;
@@ -33,7 +33,7 @@ void addBasicLine(PatternContainer& container, const char* line, bool shortToTri
             Utils::formatString("Malformed basic pattern line %d", LoadPosition::line()));
     }
     const char* hex = equals + 1;
-    if (*hex == '\0' || *hex == '=') return;  // a name without a signature is no failure
+    if (*hex == '\0' || *hex == '=') return;  // a name without a signature is accepted
     const std::string name(line, equals);
     if (needsTrie(hex) || (shortToTrie && std::strlen(hex) <= kLongestShortHex)) {
         CompoundPatternLoader::parse(container.trieTree, name.c_str(), hex, 0, nullptr, 0);
