@@ -19,6 +19,7 @@ StreamScanner::StreamScanner(const PatternContainer& container,
                              const ZVKScanEngineCallbacks* callbackRecord, void* hostData,
                              uintptr_t ownerValue)
     : BodyMatcher(container, callbackRecord, hostData),
+      filter(container.vectorUnit),
       overlap(static_cast<uint32_t>(container.maxPatternLength)),
       owner(ownerValue),
       normaliser(container.vectorUnit) {
@@ -35,7 +36,7 @@ StreamScanner::StreamScanner(const PatternContainer& container,
 void StreamScanner::reset() {
     reset2();
     normaliser.htmlMode = false;
-    filter = {};
+    filter.restart();
 }
 
 void StreamScanner::reset2() {

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "scan/filter/FilterTag.h"
-#include "scan/filter/OpeningSearch.h"
 #include "support/Ascii.h"
 
 namespace STREAMENGINE_SPACE {

@@ -14,11 +14,19 @@
 #include <cstdint>
 #include <string_view>
 
+#include "scan/filter/OpeningSearch.h"
+
 namespace STREAMENGINE_SPACE {
 
 class MarkupFilter {
   public:
     static constexpr uint32_t kMostHeld = 10;  // "</noscript"
+
+    explicit MarkupFilter(QLT_SPACE::VectorUnit unit = QLT_SPACE::VectorUnit::Baseline)
+        : findOpening(openingSearch(unit)) {}
+
+    /// Back to the state at the start of a stream.
+    void restart() { *this = MarkupFilter(findOpening); }
 
     /// Filters the next chunk.
     /// @param in    the chunk, borrowed for the call
@@ -30,7 +38,7 @@ class MarkupFilter {
     uint32_t getBufferFilter(const char* in, uint32_t len, char* out, uint8_t mode);
 
     /// Ends the stream: writes what is held back, an unfinished opening tag as it is, an unfinished
-    /// closing tag as blanks. Only a new filter is of use for another stream.
+    /// closing tag as blanks. Another stream needs restart() first.
     /// @param out  room for kMostHeld bytes
     /// @return the bytes written
     uint32_t getTagBufferFilter(char* out);
@@ -38,6 +46,8 @@ class MarkupFilter {
     bool filterChanged = false;  // some byte was blanked out since its owner last cleared this
 
   private:
+    explicit MarkupFilter(OpeningSearch search) : findOpening(search) {}
+
     enum class State : uint8_t { Text, OpeningName, Attributes, Content, ClosingTag };
     enum class Match : uint8_t { Undecided, Whole, Other };
 
@@ -65,6 +75,7 @@ class MarkupFilter {
     void blankRun(Walk& walk, const char* to);
     void blank(char*& out, uint32_t count);
 
+    OpeningSearch findOpening;
     std::array<char, kMostHeld> pendingTag{};  // as they came; in Content only their number counts
     uint32_t pendingCount = 0;                 // bytes recognised of "<name" or "</name"
     State filterState = State::Text;

@@ -3,13 +3,7 @@
 #include <array>
 #include <bit>
 
-#ifdef __SSE2__
-#include <immintrin.h>
-#endif
-
-// The file is compiled for the baseline; only what is marked may use more.
-#define ZVK_AVX2 [[gnu::target("avx2,popcnt")]]
-#define ZVK_AVX512 [[gnu::target("avx512bw,avx512vl,avx512vbmi2,popcnt")]]
+#include "support/VectorTarget.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
@@ -129,36 +123,36 @@ constexpr std::array<char, 16> kSpaces = {' ', -1,   -1,   -1,   -1,   -1,   -1,
 
 namespace avx2 {
 
-ZVK_AVX2 inline __m256i load(const char* text) {
+ZVK_TARGET_AVX2 inline __m256i load(const char* text) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text));
 }
 
-ZVK_AVX2 inline __m256i equal(__m256i v, char c) {
+ZVK_TARGET_AVX2 inline __m256i equal(__m256i v, char c) {
     return _mm256_cmpeq_epi8(v, _mm256_set1_epi8(c));
 }
 
-ZVK_AVX2 inline __m256i equalLetter(__m256i v, char small) {
+ZVK_TARGET_AVX2 inline __m256i equalLetter(__m256i v, char small) {
     return equal(_mm256_or_si256(v, _mm256_set1_epi8(0x20)), small);
 }
 
-ZVK_AVX2 inline __m256i spaces(__m256i v) {
+ZVK_TARGET_AVX2 inline __m256i spaces(__m256i v) {
     const __m256i table = _mm256_broadcastsi128_si256(
         _mm_loadu_si128(reinterpret_cast<const __m128i*>(kSpaces.data())));
     return _mm256_cmpeq_epi8(_mm256_shuffle_epi8(table, v), v);
 }
 
-ZVK_AVX2 inline uint64_t bits(__m256i lanes) {
+ZVK_TARGET_AVX2 inline uint64_t bits(__m256i lanes) {
     return static_cast<uint32_t>(_mm256_movemask_epi8(lanes));
 }
 
-ZVK_AVX2 inline __m256i lowered(__m256i v) {
+ZVK_TARGET_AVX2 inline __m256i lowered(__m256i v) {
     const __m256i above = _mm256_sub_epi8(v, _mm256_set1_epi8('A'));
     const __m256i upper = _mm256_cmpeq_epi8(_mm256_min_epu8(above, _mm256_set1_epi8(25)), above);
     return _mm256_or_si256(v, _mm256_and_si256(upper, _mm256_set1_epi8(0x20)));
 }
 
 /// Writes what is kept of 16 bytes, 8 and 8.
-ZVK_AVX2 inline char* write16(__m128i v, uint64_t keep, char* out) {
+ZVK_TARGET_AVX2 inline char* write16(__m128i v, uint64_t keep, char* out) {
     const uint64_t first = keep & 0xff;
     const uint64_t second = keep >> 8 & 0xff;
     const __m128i places = _mm_unpacklo_epi64(
@@ -172,12 +166,12 @@ ZVK_AVX2 inline char* write16(__m128i v, uint64_t keep, char* out) {
     return out + std::popcount(second);
 }
 
-ZVK_AVX2 inline char* write32(__m256i v, uint64_t keep, char* out) {
+ZVK_TARGET_AVX2 inline char* write32(__m256i v, uint64_t keep, char* out) {
     out = write16(_mm256_castsi256_si128(v), keep, out);
     return write16(_mm256_extracti128_si256(v, 1), keep >> 16, out);
 }
 
-ZVK_AVX2 size_t stripSpace(const char* text, size_t blockCount, char* out) {
+ZVK_TARGET_AVX2 size_t stripSpace(const char* text, size_t blockCount, char* out) {
     char* at = out;
     for (size_t i = 0; i < blockCount * kBlock; i += 32) {
         const __m256i v = load(text + i);
@@ -186,7 +180,7 @@ ZVK_AVX2 size_t stripSpace(const char* text, size_t blockCount, char* out) {
     return static_cast<size_t>(at - out);
 }
 
-ZVK_AVX2 void mark(const char* text, size_t blockCount, BlockMarks* marks) {
+ZVK_TARGET_AVX2 void mark(const char* text, size_t blockCount, BlockMarks* marks) {
     for (; blockCount != 0; --blockCount, ++marks) {
         *marks = {};
         for (size_t i = 0; i < kBlock; i += 32, text += 32) {
@@ -209,7 +203,8 @@ ZVK_AVX2 void mark(const char* text, size_t blockCount, BlockMarks* marks) {
     }
 }
 
-ZVK_AVX2 size_t writeKept(const char* text, const uint64_t* keep, size_t blockCount, char* out) {
+ZVK_TARGET_AVX2 size_t writeKept(const char* text, const uint64_t* keep, size_t blockCount,
+                                 char* out) {
     char* at = out;
     for (size_t i = 0; i < blockCount; ++i, text += kBlock) {
         at = write32(lowered(load(text)), keep[i], at);
@@ -224,22 +219,22 @@ constexpr NormaliseKernel kAvx2 = {avx2::stripSpace, avx2::mark, avx2::writeKept
 
 namespace avx512 {
 
-ZVK_AVX512 inline __mmask64 equal(__m512i v, char c) {
+ZVK_TARGET_AVX512 inline __mmask64 equal(__m512i v, char c) {
     return _mm512_cmpeq_epi8_mask(v, _mm512_set1_epi8(c));
 }
 
-ZVK_AVX512 inline __mmask64 equalLetter(__m512i v, char small) {
+ZVK_TARGET_AVX512 inline __mmask64 equalLetter(__m512i v, char small) {
     return equal(_mm512_or_si512(v, _mm512_set1_epi8(0x20)), small);
 }
 
-ZVK_AVX512 inline __mmask64 spaces(__m512i v) {
+ZVK_TARGET_AVX512 inline __mmask64 spaces(__m512i v) {
     const __m512i table = _mm512_maskz_broadcast_i32x4(
         0xffff, _mm_loadu_si128(reinterpret_cast<const __m128i*>(kSpaces.data())));
     return _mm512_cmpeq_epi8_mask(_mm512_shuffle_epi8(table, v), v);
 }
 
 /// Compresses in the register: the form that writes to memory is many times slower on Zen 4.
-ZVK_AVX512 inline char* writeBlock(__m512i v, uint64_t keep, char* out) {
+ZVK_TARGET_AVX512 inline char* writeBlock(__m512i v, uint64_t keep, char* out) {
     const __m512i above = _mm512_sub_epi8(v, _mm512_set1_epi8('A'));
     const __mmask64 upper = _mm512_cmplt_epu8_mask(above, _mm512_set1_epi8(26));
     const __m512i lowered = _mm512_mask_add_epi8(v, upper, v, _mm512_set1_epi8(0x20));
@@ -247,7 +242,7 @@ ZVK_AVX512 inline char* writeBlock(__m512i v, uint64_t keep, char* out) {
     return out + std::popcount(keep);
 }
 
-ZVK_AVX512 size_t stripSpace(const char* text, size_t blockCount, char* out) {
+ZVK_TARGET_AVX512 size_t stripSpace(const char* text, size_t blockCount, char* out) {
     char* at = out;
     for (; blockCount != 0; --blockCount, text += kBlock) {
         const __m512i v = _mm512_loadu_si512(text);
@@ -256,7 +251,7 @@ ZVK_AVX512 size_t stripSpace(const char* text, size_t blockCount, char* out) {
     return static_cast<size_t>(at - out);
 }
 
-ZVK_AVX512 void mark(const char* text, size_t blockCount, BlockMarks* marks) {
+ZVK_TARGET_AVX512 void mark(const char* text, size_t blockCount, BlockMarks* marks) {
     for (; blockCount != 0; --blockCount, ++marks, text += kBlock) {
         const __m512i v = _mm512_loadu_si512(text);
         const __m512i second = _mm512_loadu_si512(text + 1);
@@ -272,7 +267,8 @@ ZVK_AVX512 void mark(const char* text, size_t blockCount, BlockMarks* marks) {
     }
 }
 
-ZVK_AVX512 size_t writeKept(const char* text, const uint64_t* keep, size_t blockCount, char* out) {
+ZVK_TARGET_AVX512 size_t writeKept(const char* text, const uint64_t* keep, size_t blockCount,
+                                   char* out) {
     char* at = out;
     for (size_t i = 0; i < blockCount; ++i) {
         at = writeBlock(_mm512_loadu_si512(text + i * kBlock), keep[i], at);
