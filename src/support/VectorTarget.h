@@ -1,9 +1,10 @@
 // VectorTarget: compiles single functions for a vector unit that not every machine has.
 //
-// All files are compiled for the baseline. A whole file compiled for more would let inline
-// functions of its headers out that older machines cannot run. So a kernel marks each of its
-// functions with one of these macros, and whoever calls the kernel makes sure of the unit by
-// hasVectorUnit(). A macro is defined only where the target can have the unit.
+// All files are compiled for the baseline. If a whole file were compiled for more, the linker might
+// keep its copies of inline functions for the whole program, and older machines would crash. So a
+// kernel marks each of its functions with one of these macros. The code that chooses the kernel
+// checks with hasVectorUnit() that the machine has the unit. A macro is defined only for targets
+// that can have the unit.
 #pragma once
 
 #ifdef __SSE2__
