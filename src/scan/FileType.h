@@ -16,6 +16,9 @@ namespace STREAMENGINE_SPACE {
 
 constexpr uint32_t kTypeUndecided = 500;  // all text so far, no known format
 constexpr uint32_t kTypeNotText = 501;
+constexpr bool isNotText(uint32_t type) {
+    return type == kTypeNotText;
+}
 
 /// What getFileType() reports beside its result.
 struct _st_filetype_info {
