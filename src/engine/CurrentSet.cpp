@@ -37,6 +37,8 @@ void CurrentSet::clear() {
     reloads = 0;
 }
 
+// The count that is read here may fall at any moment, but not rise: streams are bound to the
+// current set alone. So a set found idle stays idle until it is published.
 PatternContainer* CurrentSet::idlePartner() const {
     const Monitor swapping(swapLock);
     PatternContainer* target = current->partner;

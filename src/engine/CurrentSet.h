@@ -1,7 +1,25 @@
 // CurrentSet: which of the engine's two signature sets new streams are bound to.
 //
-// Threads: all functions may be called from any thread. A reload publishes a new set while streams
-// bind to the old one; each keeps the set that it was bound to.
+// Two sets take turns. One is current; a reload fills the other one, its partner, and makes that
+// current. A stream keeps the set to which it was bound when it began, so a reload neither waits
+// for streams nor changes what they search. Example:
+//
+//   load                fills A           A is current
+//   streams 1, 2 begin  bound to A        A is used by 2
+//   reload              fills B           B is current, A still used by 2
+//   stream 3 begins     bound to B        B is used by 1
+//   reload              refused           it would have to fill A
+//   streams 1, 2 end                      A is used by none
+//   reload              fills A           A is current
+//
+// A third set would refuse fewer reloads, but a set is the largest thing that the engine owns.
+//
+// The generation counts the reloads. By it an instance knows that a set was filled anew, though it
+// lies at the same address: after two reloads the current set is A again.
+//
+// Threads: all functions may be called from any thread. The use count is raised under the lock
+// under which the current set is read, so no stream can be bound to a set after it ceased to be
+// current.
 #pragma once
 
 #include <cstdint>

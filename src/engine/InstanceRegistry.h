@@ -1,4 +1,7 @@
-// InstanceRegistry: the live instances, by which the handles that a host passes in are checked.
+// InstanceRegistry: the live instances. A handle that a host passes in is checked against them.
+//
+// A handle is the address of its instance. One that was destroyed or never created may point
+// anywhere, so it must not be read before it is found here. Addresses are compared as integers.
 //
 // Threads: all functions may be called from any thread.
 #pragma once
@@ -21,7 +24,7 @@ class InstanceRegistry {
         instances.erase(reinterpret_cast<uintptr_t>(instance));
     }
 
-    /// @return whether an address is that of a live instance; what stands there is not read
+    /// @return whether an address is that of a live instance; the memory there is not read
     bool holds(const void* instance) const {
         const QLT_SPACE::Monitor registering(registryLock);
         return instances.contains(reinterpret_cast<uintptr_t>(instance));

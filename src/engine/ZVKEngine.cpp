@@ -35,7 +35,8 @@ struct PatternPaths {
     std::optional<std::string> update;
 };
 
-/// @return the files below the directory that the environment names; nothing if it is none
+/// @return the files below the directory that the environment names; nothing if it names none.
+///         Without a base file the update alone is loaded, as the base.
 std::optional<PatternPaths> defaultPaths() {
     std::array<char, kDirectoryRoom> buffer{};
     EngUtil::getPathVar(buffer.data(), static_cast<int>(buffer.size()), kDirectoryVariable);
@@ -70,9 +71,9 @@ int loadFiles(const PatternPaths& paths, PatternContainer& target) {
     return count;
 }
 
-/// Runs action and hands the text of what it throws to report. Copies nothing, as memory may be
-/// what has run out.
-/// @return whether nothing was thrown
+/// Calls action. If it throws, report is called with the text of the exception. The text is not
+/// copied, as the failure may be that there is no memory.
+/// @return whether action ended without an exception
 template <class Action, class Report>
 bool attempt(Action action, Report report) {
     try {
@@ -113,6 +114,7 @@ int ZVKEngine::loadPattern(const _ZVKPatternFile* pf) {
     std::optional<PatternPaths> paths;
     if (!attempt([&] { paths = choosePaths(pf); }, report)) return ZVK_ERR_LOAD_FAILED;
     if (!paths) {
+        // Hosts search their logs for this text and the one below: keep the spelling.
         ZVK_ERROR("ZVKEngine::loadPatten, pf is NULL");
         return ZVK_ERR_NULL_ARG;
     }
@@ -132,6 +134,7 @@ int ZVKEngine::loadPattern(const _ZVKPatternFile* pf) {
 
 int ZVKEngine::reloadPattern(const _ZVKPatternFile* pf) {
     const auto report = [](const char* text) {
+        // Hosts read this text: the message without the function's name is part of the interface.
         std::fprintf(stderr, "reload pattern fail : [%s]\n", text);
         ZVK_ERROR("load pattern fail : [%s]", text);
     };

@@ -1,9 +1,9 @@
-// ZVKEngine: the one object behind the exported functions.
+// ZVKEngine: the engine's one object, to which the exported functions hand over.
 //
 // It owns two pattern containers, so that a new signature set can be loaded into one while streams
-// still scan with the other, and the registry of live instances that makes handle checking
-// possible. Loading never holds up scanning and running streams never hold up a reload: one that
-// finds its target still in use is refused at once.
+// still scan with the other, see CurrentSet, and the registry of live instances. Loading never
+// makes a scan wait, and streams never make a reload wait: a reload whose container is still in use
+// is refused at once.
 //
 // Lock order: loadLock, then that of currentSet, then a container's own; that of the registry is
 // never held together with another.
@@ -28,19 +28,19 @@ class ZVKEngine {
     ZVKEngine(const ZVKEngine&) = delete;
     ZVKEngine& operator=(const ZVKEngine&) = delete;
 
-    /// As the exported functions of these names behind their checks.
+    /// What the exported functions of these names do once their arguments are checked.
     int loadPattern(const _ZVKPatternFile* pf);
     int reloadPattern(const _ZVKPatternFile* pf);
     int getPatternInfo(_ZVKPatternInfo* info);
     int setOptions(int code, const void* value);
 
-    /// Empties both containers and takes every live instance off them. No other call may run: the
-    /// loads' locks are not taken.
+    /// Empties both containers and detaches every live instance from them. No other call may run at
+    /// the same time: the locks are not taken.
     int resetEngine();
 
     /// @return a new instance, the caller's to delete
     ZVKEngineInstance* getInstance();
-    /// @return whether ins is a live instance of this engine; only its address is looked at
+    /// @return whether ins is a live instance of this engine; only its address is read
     bool checkInsValid(const ZVKEngineInstance* ins);
 
   private:

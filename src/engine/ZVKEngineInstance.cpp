@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "scan/FileType.h"
 #include "support/Log.h"
 
 namespace STREAMENGINE_SPACE {
@@ -10,16 +9,17 @@ namespace {
 
 constexpr const char* kUnit = "ZVKEngine";
 
-/// Runs an action when the scope is left, also by an exception.
+/// Calls an action when the scope is left, also by an exception.
 template <class Action>
 struct AtExit {
     Action action;
-    explicit AtExit(Action run) : action(run) {}
+    explicit AtExit(Action atExit) : action(atExit) {}
     ~AtExit() { action(); }
     AtExit(const AtExit&) = delete;
     AtExit& operator=(const AtExit&) = delete;
 };
 
+/// For the format %p, in which hosts find the position in their logs.
 const void* asPointer(uint32_t position) {
     return reinterpret_cast<const void*>(static_cast<uintptr_t>(position));
 }
@@ -35,7 +35,7 @@ ZVKEngineInstance::~ZVKEngineInstance() {
     try {
         if (state == 1) end_scan();
     } catch (...) {
-        // The stream is closed all the same, and its result would have been dropped.
+        // The stream is closed all the same, and nobody waits for its result.
     }
     registry.remove(this);
 }
@@ -88,19 +88,26 @@ int ZVKEngineInstance::begin_scan(const ZVKScanEngineCallbacks* callbacks, void*
 
 int ZVKEngineInstance::scan(const char* data, unsigned int length) {
     if (state != 1 || scanner == nullptr) return ZVK_ERR_BAD_STATE;
-    if (typeVerdict != kTypeUndecided) return ZVK_ERR_NOT_SCANNABLE;
+    if (isRefused()) return ZVK_ERR_NOT_SCANNABLE;
     if (headerLength == kHeaderLength) return scanner->scanBuffer(data, length, false);
     if (length < kHeaderLength - headerLength) return collect(data, length);
     return completeHeader(data, length);
 }
 
-int ZVKEngineInstance::collect(const char* data, unsigned int length) {
+bool ZVKEngineInstance::refuses(const char* data, uint32_t length, _st_filetype_info& info) {
     std::memcpy(header.data() + headerLength, data, length);
     headerLength += length;
-    _st_filetype_info info;
     typeVerdict = getFileType(header.data(), headerLength, typePosition, &info);
-    if (typeVerdict == kTypeUndecided) return 0;
-    if (typeVerdict == kTypeNotText) {
+    return isRefused();
+}
+
+// The two functions below log the same events in texts that differ in one word: hosts search their
+// logs for either.
+
+int ZVKEngineInstance::collect(const char* data, unsigned int length) {
+    _st_filetype_info info;
+    if (!refuses(data, length, info)) return 0;
+    if (isNotText(typeVerdict)) {
         ZVK_DEBUG("ZVKEngineInstance::scan, not support data [%02x] @ %p.",
                   static_cast<unsigned char>(header[info.position]), asPointer(info.position));
     } else {
@@ -111,17 +118,14 @@ int ZVKEngineInstance::collect(const char* data, unsigned int length) {
 
 int ZVKEngineInstance::completeHeader(const char* data, unsigned int length) {
     const uint32_t missing = kHeaderLength - headerLength;
-    std::memcpy(header.data() + headerLength, data, missing);
-    headerLength = kHeaderLength;
     _st_filetype_info info;
-    typeVerdict = getFileType(header.data(), headerLength, typePosition, &info);
-    if (typeVerdict == kTypeNotText) {
-        ZVK_DEBUG("ZVKEngineInstance::scan, NOT support data [%02x] @ %p.",
-                  static_cast<unsigned char>(header[info.position]), asPointer(info.position));
-        return ZVK_ERR_NOT_SCANNABLE;
-    }
-    if (typeVerdict != kTypeUndecided) {
-        ZVK_DEBUG("ZVKEngineInstance::scan, NOT support type : %s.", info.description);
+    if (refuses(data, missing, info)) {
+        if (isNotText(typeVerdict)) {
+            ZVK_DEBUG("ZVKEngineInstance::scan, NOT support data [%02x] @ %p.",
+                      static_cast<unsigned char>(header[info.position]), asPointer(info.position));
+        } else {
+            ZVK_DEBUG("ZVKEngineInstance::scan, NOT support type : %s.", info.description);
+        }
         return ZVK_ERR_NOT_SCANNABLE;
     }
     if (!passTypeGate()) {
@@ -153,7 +157,7 @@ int ZVKEngineInstance::finish() {
         ZVK_DEBUG("ZVKEngineInstance::end_scan, scanned nothing.");
         return 0;
     }
-    if (typeVerdict != kTypeUndecided) return ZVK_ERR_NOT_SCANNABLE;
+    if (isRefused()) return ZVK_ERR_NOT_SCANNABLE;
     if (headerLength < kHeaderLength) {
         if (!passTypeGate()) {
             ZVK_DEBUG("ZVKEngineInstance::end_scan, not scanable file type.");

@@ -1,9 +1,18 @@
-// ZVKEngineInstance: what a host's handle points at; one stream at a time, any number of them.
+// ZVKEngineInstance: the object that a host's handle points to. It scans one stream after the
+// other.
 //
-// It binds each stream to the engine's current signature set, decides from the first 256 bytes
-// whether the stream is scanned at all, and keeps its stream scanner while the set stays the same.
-// While a stream is open, the container's use count includes it. Every path that closes a stream
-// lowers that count exactly once.
+// It binds each stream to the engine's current signature set and keeps its stream scanner while the
+// set stays the same. While a stream is open, the container's use count includes it; every path
+// that closes a stream lowers that count exactly once.
+//
+// The first 256 bytes are collected, the header, and decide whether the stream is scanned:
+//
+//   bytes come in    getFileType() refuses known formats and what is not text, at the first byte
+//                    that shows it
+//   256 are there    the type pass refuses a header without a type signature (markup)
+//                    then the detection pass scans the header and the rest of the chunk
+//   later chunks     are scanned as they come
+//   the stream ends  a shorter stream takes the type pass and the detection pass now
 //
 // Threads: one at a time; it has no lock of its own.
 #pragma once
@@ -15,6 +24,7 @@
 
 #include "engine/CurrentSet.h"
 #include "engine/InstanceRegistry.h"
+#include "scan/FileType.h"
 #include "scan/StreamScanner.h"
 #include "zvkengine.h"
 
@@ -31,7 +41,7 @@ class ZVKEngineInstance {
     ZVKEngineInstance(const ZVKEngineInstance&) = delete;
     ZVKEngineInstance& operator=(const ZVKEngineInstance&) = delete;
 
-    /// As the exported beginScan(), scan() and endScan() behind their checks.
+    /// What the exported beginScan(), scan() and endScan() do once their arguments are checked.
     int begin_scan(const ZVKScanEngineCallbacks* callbacks, void* userData);
     int scan(const char* data, unsigned int length);
     int end_scan();
@@ -46,8 +56,8 @@ class ZVKEngineInstance {
     /// Accepts anything, changes nothing.
     int setOptions(int code, const void* value);
 
-    /// Forgets stream, scanner and container, whose content is about to be freed. The use count is
-    /// not lowered: the container's reset clears it.
+    /// Drops the stream, the scanner and the container, whose content is freed next. The use count
+    /// is not lowered: the container's reset clears it.
     void detach();
 
     const StreamScanner* streamScanner() const { return scanner.get(); }
@@ -57,14 +67,17 @@ class ZVKEngineInstance {
     std::unique_ptr<StreamScanner> getScanner(const ZVKScanEngineCallbacks* callbacks,
                                               void* userData);
     /// Binds to the engine's current container and raises its use count.
-    /// @return whether the scanner at hand was built for another set; nothing if none is loaded
+    /// @return whether the scanner was built for another set; nothing if no set is loaded
     std::optional<bool> bind();
     void release();
 
     int collect(const char* data, unsigned int length);
     int completeHeader(const char* data, unsigned int length);
-    /// Looks for a type signature in the header and gets ready for the detection pass.
+    /// The type pass. @return whether the header has a type signature
     bool passTypeGate();
+    bool isRefused() const { return typeVerdict != kTypeUndecided; }
+    /// Adds to the header. @return whether the lookup refuses the stream by what is there now
+    bool refuses(const char* data, uint32_t length, _st_filetype_info& info);
     int finish();
 
     CurrentSet& currentSet;

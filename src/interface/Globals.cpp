@@ -1,5 +1,6 @@
-// The library's globals, in one unit because their order matters: the engine's constructor fills
-// the options, and its destructor still logs by them.
+// The library's globals, in one file because their order matters: objects of one file are
+// constructed in the order written and destroyed in reverse. The engine's constructor fills the
+// options, and its destructor still logs with them.
 
 #include "engine/ZVKEngine.h"
 #include "keyword/ZVKKeywordMatcher.h"

@@ -1,4 +1,4 @@
-// The exported keyword functions. No exception passes.
+// The exported keyword functions. They check their arguments and hand over; no exception leaves.
 
 #include "keyword/ZVKKeywordMatcherInstance.h"
 #include "support/Log.h"
@@ -29,7 +29,8 @@ int32_t matchKeywords(const ZVKScanEngineCallbacks* callbacks, void* userData, c
         return ZVKKeywordMatcherInstance(keyword_matcher, callbacks, userData)
             .match(buffer, length);
     } catch (...) {
-        // The instance lives on the stack; what runs out of memory is what it needs for its work.
+        // The text says "new": hosts search their logs for it. The instance itself lives on the
+        // stack; what failed is an allocation for its work.
         ZVK_ERROR("fail to new match instance");
         return ZVK_ERR_NO_MEMORY;
     }

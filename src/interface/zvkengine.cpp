@@ -1,5 +1,6 @@
-// The exported functions: each checks its arguments and the handle in a fixed order and hands
-// over. No exception passes: where a function defines no other answer, memory has run out.
+// The exported functions. Each checks its arguments and the handle, in an order that hosts can see
+// in the answers, and hands over to the engine. No exception leaves: guarded() turns it into a
+// code, ZVK_ERR_NO_MEMORY where the function has no code that fits better.
 
 #include "zvkengine.h"
 
@@ -21,7 +22,7 @@ constexpr uint8_t kModeBits = kFilterBits | ZVK_FILTER_SCAN;
 
 static_assert(sizeof(ZVK_ENGINE_EVENT_TYPE) == 4);
 
-/// @return what call answers, or onThrow if anything is thrown in it
+/// @return the result of call, or onThrow if it throws
 template <class Call>
 auto guarded(decltype(std::declval<Call>()()) onThrow, Call call) noexcept {
     try {
@@ -31,7 +32,7 @@ auto guarded(decltype(std::declval<Call>()()) onThrow, Call call) noexcept {
     }
 }
 
-/// @return the live instance that a handle stands for, or null
+/// @return the live instance to which a handle belongs, or null
 ZVKEngineInstance* instanceOf(void* handle) {
     auto* instance = static_cast<ZVKEngineInstance*>(handle);
     return zvkeng.checkInsValid(instance) ? instance : nullptr;

@@ -59,7 +59,9 @@ ZVKKeywordMatcher::MatchScope::MatchScope(ZVKKeywordMatcher& keywords) : matcher
         ++matcher.matchCount;
         return;
     }
-    ++matcher.matchesWaiting;  // the update that lets it in counts it as running
+    // The update that ends next lets this match in and counts it as reading, before the next update
+    // can have its turn. So it is enough to wait until this turn has passed.
+    ++matcher.matchesWaiting;
     const uint64_t turn = matcher.updatesDone;
     matcher.cond.wait(lock, [&] { return matcher.updatesDone != turn; });
 }
@@ -73,7 +75,7 @@ bool ZVKKeywordMatcher::update(const char** keywords) {
     const UpdateScope scope(*this);
     const auto fail = [this](const char* reason) {
         ZVK_ERROR("Fail to update pattern [%s]", reason);
-        container.reset();  // what is half built must not be searched
+        container.reset();  // a half-built set must not be searched
         return false;
     };
     try {

@@ -1,10 +1,18 @@
-// ZVKKeywordMatcher: a keyword set, and who may read or replace it when.
+// ZVKKeywordMatcher: a keyword set, and the order in which threads may read or replace it.
 //
-// Any number of matches read the set at once. An update waits for those that run, keeps new ones
-// waiting from the moment at which it asks, and rebuilds the set alone. Nobody starves: updates
-// have their turns in the order in which they ask, and an update that ends lets in all the matches
-// that wait by then, in front of the next update. So a match waits for one update at most, and an
-// update for those in front of it and one batch of matches each.
+// Any number of matches read the set at once; an update rebuilds it alone. An update waits for the
+// matches that read by then, and from the moment at which it asks new matches wait. Updates have
+// their turns in the order in which they ask. Between two updates all the matches that wait by then
+// have theirs, as one batch. Example, with matches m and updates u, in the order in which they ask:
+//
+//   m1 m2          read at once
+//   u1             waits for m1 and m2
+//   m3 u2 m4       wait for u1
+//   u1 ends        m3 and m4 read; u2 waits for both
+//   m5             waits for u2
+//
+// So nobody waits for ever, which a plain reader-writer lock does not promise: a match waits for
+// one update at most, an update for those that asked before it and one batch of matches each.
 //
 // Threads: all functions may be called from any thread, but for DoUpdate().
 #pragma once
@@ -25,9 +33,9 @@ class ZVKKeywordMatcher {
     static constexpr size_t kShortestKeyword = 2;  // bytes
     static constexpr size_t kLongestKeyword = 256;
 
-    /// The right to read the set, held for one scope. A thread that holds it must not update the
-    /// set, nor ask for the right again: an update, its own or one that waits by then, would wait
-    /// for it, and it for the update.
+    /// The right to read the set, held for one scope. A thread that holds it must neither update
+    /// the set nor ask for the right again. It would wait for an update, its own or one that asked
+    /// in between, and that update would wait for the thread to leave its scope.
     class MatchScope {
       public:
         explicit MatchScope(ZVKKeywordMatcher& keywords);
@@ -39,18 +47,20 @@ class ZVKKeywordMatcher {
         ZVKKeywordMatcher& matcher;
     };
 
-    /// Replaces the set, see updateKeywords(). Should memory run out, the set is empty afterwards.
+    /// Replaces the set, see updateKeywords(). If there is not enough memory, the set is empty
+    /// afterwards.
     /// @param keywords  ended by a null pointer
     /// @return whether the set was replaced
     bool update(const char** keywords);
 
-    /// Rebuilds the set; the caller has the right to update.
+    /// Rebuilds the set; the caller holds the right to update.
     /// @return false if there is no keyword at all, the set then being as it was
     /// @throws QLT_SPACE::Exception or std::bad_alloc with the set half built
     bool DoUpdate(const char** keywords);
 
-    /// @return the prepared set, in which each keyword is named by its index in decimal; to be read
-    ///         with a MatchScope held, or while nobody updates
+    /// @return the prepared set, in which each keyword's name is its index in decimal. It may only
+    /// be
+    ///         read with a MatchScope held, or while nobody updates.
     const PatternContainer& keywordSet() const { return container; }
 
   private:
@@ -60,12 +70,14 @@ class ZVKKeywordMatcher {
     /// @param keyword  NUL-terminated; one that is too short or too long is logged and left out
     void addKeyword(int index, std::string_view keyword);
 
-    std::mutex mutex;  // guards all but the container
+    std::mutex mutex;  // guards all fields but the container
     std::condition_variable cond;
-    uint64_t updatesAsked = 0;   // the turn that the next update will get
-    uint64_t updatesDone = 0;    // the turn that is on, or next
+    // Turns are numbered like the tickets of a counter: an update takes the number updatesAsked and
+    // has its turn when updatesDone has come to that number.
+    uint64_t updatesAsked = 0;
+    uint64_t updatesDone = 0;
     int32_t matchCount = 0;      // matches let in that have not ended
-    int32_t matchesWaiting = 0;  // matches that the update in front will let in when it ends
+    int32_t matchesWaiting = 0;  // matches that the first update in line lets in when it ends
     PatternContainer container;
 };
 

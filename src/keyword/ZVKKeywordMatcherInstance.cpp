@@ -14,9 +14,10 @@ namespace {
 
 constexpr const char* kUnit = "ZVKKeywordMatcher";
 
-// A shorter text is copied to the stack: an allocation would be felt in the time that it takes.
+// A text up to this length is copied to the stack: an allocation would take a good part of the time
+// that its search takes.
 constexpr size_t kShortText = 1024;
-constexpr size_t kSlack = SearchText::kSlack;  // behind a copy
+constexpr size_t kSlack = SearchText::kSlack;  // bytes after a copy that the search may read
 
 }  // namespace
 

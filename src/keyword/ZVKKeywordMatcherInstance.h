@@ -1,7 +1,7 @@
 // ZVKKeywordMatcherInstance: one search of a text for the keywords of a set.
 //
-// It lives for one matchKeywords() call, on its stack; all that a call allocates is the lowered
-// copy of a longer text.
+// It lives on the stack of one matchKeywords() call. The only thing that a call allocates is the
+// lowered copy of a longer text.
 #pragma once
 
 #include <optional>
@@ -22,7 +22,8 @@ class ZVKKeywordMatcherInstance {
     /// Searches buffer and reports the first keyword found, with the right to read the set held.
     /// @param len  bytes in buffer, 2 at least
     /// @return 1 if a keyword was reported; 0 if there is none, or after a failure that was logged
-    /// @throws whatever but QLT_SPACE::Exception is thrown on the way, std::bad_alloc for instance
+    /// @throws all but QLT_SPACE::Exception, which is logged: std::bad_alloc, or what the host's
+    ///         callback throws
     int match(const char* buffer, unsigned int len);
 
     /// The search itself; scanner has to exist.

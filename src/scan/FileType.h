@@ -1,8 +1,13 @@
-// What a stream is, told by its first bytes: getFileType() and the type signatures.
+// FileType: the first gate of a stream. Only text is scanned, and of that only what is of no format
+// that magic bytes at its start show.
 //
-// Each position is tried first against the magics that end there, then for being text, so a magic
-// with a byte that is not text before its last (gzip, ELF, ZIP, MPEG, OLE2) is never reached and
-// its stream counts as not text. Both refuse the stream.
+// The bytes are read one after the other, as they come in. At each position the magics that end
+// there are tried, and then whether the byte is text. So the first answer is the earliest one:
+// "MZ" is known at its second byte, a gzip stream (1F 8B) is not text at its first one.
+//
+// That order has a consequence. A magic with a byte that is not text before its last byte never
+// matches: gzip, ELF, ZIP, MPEG and OLE2 streams count as not text. Both answers refuse the stream.
+// A stream that passes has still to show markup, see ZVKEngineInstance.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +16,9 @@ namespace STREAMENGINE_SPACE {
 
 constexpr uint32_t kTypeUndecided = 500;  // all text so far, no known format
 constexpr uint32_t kTypeNotText = 501;
+constexpr bool isNotText(uint32_t type) {
+    return type == kTypeNotText;
+}
 
 /// What getFileType() reports beside its result.
 struct _st_filetype_info {

@@ -23,6 +23,7 @@ StreamScanner::StreamScanner(const PatternContainer& set, const ZVKScanEngineCal
     : reporter(callbacks, userData),
       matcher(set, reporter.details()),
       normaliser(set.vectorUnit),
+      markupFilter(set.vectorUnit),
       overlap(static_cast<uint32_t>(set.maxPatternLength)),
       owner(creator) {
     if (set.md5List.hasTables()) md5Scanner.emplace(set.md5List, &reporter.details());
@@ -42,7 +43,7 @@ void StreamScanner::begin(const ZVKScanEngineCallbacks* callbacks, void* userDat
 void StreamScanner::reset() {
     beginDetection();
     normaliser.htmlMode = false;
-    markupFilter = {};
+    markupFilter.restart();
 }
 
 void StreamScanner::beginDetection() {

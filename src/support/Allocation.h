@@ -1,4 +1,4 @@
-// Allocation under the engine's own failure texts, by which hosts' logs tell what ran out.
+// Allocation that fails with the engine's own texts: hosts' logs show by them what ran out.
 #pragma once
 
 #include <memory>

@@ -1,8 +1,15 @@
 // Arena: memory for many small things that are freed together.
 //
-// A block is filled from both ends: objects, aligned, from the front, bytes from the back. Neither
-// pads the other, and nothing has a header of its own. What a block has left is given up when
-// something does not fit into it.
+// An allocation is a pointer moved within a large block; a free list and a header for each object,
+// as a heap has them, are not needed where nothing is freed alone. A block is filled from both
+// ends:
+//
+//   | record | record | node |      free      | "name 2" | "name 1" |
+//                            ^front      back^
+//
+// Objects, which must be aligned, go to the front, bytes, which need not be, to the back. So no gap
+// is left between a text of odd length and the next object. If something does not fit into what is
+// free, a new block is begun, and what the old one has left stays unused.
 #pragma once
 
 #include <algorithm>
@@ -23,7 +30,7 @@ class Arena {
     Arena(const Arena&) = delete;
     Arena& operator=(const Arena&) = delete;
 
-    /// @return the bytes that count objects of this type take of a block
+    /// @return the bytes of a block that `count` objects of this type take
     template <class T>
     static constexpr size_t roomFor(size_t count = 1) {
         static_assert(std::is_trivially_destructible_v<T> && alignof(T) <= kAlignment);
@@ -31,7 +38,7 @@ class Arena {
         return alignof(T) == 1 ? bytes : (bytes + kAlignment - 1) / kAlignment * kAlignment;
     }
 
-    /// Makes room: what takes no more than so many bytes in all can be made without a failure.
+    /// Makes room: objects of no more than so many bytes in all can then be made without a failure.
     /// @throws std::bad_alloc
     void reserve(size_t bytes) {
         if (bytes > static_cast<size_t>(back - front)) addBlock(bytes);
@@ -50,7 +57,7 @@ class Arena {
         return {copied, source.size()};
     }
 
-    /// @return the text with a NUL behind it
+    /// @return a copy of the text that ends with a NUL
     const char* copyText(std::string_view text) {
         char* const copied = take<char>(text.size() + 1);
         *std::copy(text.begin(), text.end(), copied) = '\0';
@@ -66,8 +73,7 @@ class Arena {
 
   private:
     static constexpr size_t kAlignment = alignof(void*);
-    // In whole pages together with the header of a block on the heap. Blocks double, so that small
-    // sets stay small.
+    // With the heap's header included, whole pages. Blocks double, so that small sets stay small.
     static constexpr size_t kFirstBlock = 4096 - 32;
     static constexpr size_t kLargestBlock = 262144 - 32;
 

@@ -1,4 +1,4 @@
-// Case and white space as the engine reads them: ASCII, whatever the locale.
+// Letter case and white space as the engine reads them: ASCII, whatever the locale.
 #pragma once
 
 namespace QLT_SPACE {

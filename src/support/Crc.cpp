@@ -5,6 +5,10 @@
 namespace STREAMENGINE_SPACE {
 namespace {
 
+// A CRC is the remainder of a division of polynomials over one bit. Divided bit by bit, each of the
+// low 8 bits of the register is shifted out and, if it is 1, the polynomial is subtracted (XOR).
+// What eight such steps do to the upper bits depends on the low byte alone, so it is computed once
+// for each of the 256 bytes (D. V. Sarwate, CACM 31(8), 1988).
 constexpr std::array<uint32_t, 256> makeTable() {
     std::array<uint32_t, 256> table{};
     for (uint32_t i = 0; i < table.size(); ++i) {

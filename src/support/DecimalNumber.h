@@ -1,5 +1,5 @@
-// Decimal text to numbers, by the C library's rules (leading blanks and a sign are read, what
-// follows the digits is not, no digits give 0) and held to the range of the result.
+// Decimal text to numbers by the C library's rules: leading blanks and a sign are read, the text
+// after the digits is ignored, no digits give 0. A number out of range gives the range's limit.
 #pragma once
 
 #include <algorithm>

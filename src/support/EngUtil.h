@@ -25,7 +25,8 @@ class EngUtil {
     /// Fills buffer with the directory that an environment variable names, trimmed and ending in
     /// "/".
     /// @param size  bytes in buffer; the value itself must fit with its NUL before it is trimmed
-    /// @return false if there is no such value; buffer then holds what was made of it so far
+    /// @return false if there is no such value or it does not fit; buffer then holds an
+    ///         intermediate result
     static bool getPathVar(char* buffer, int size, const char* name);
 };
 

@@ -1,4 +1,4 @@
-// FilePtr: owns a stdio stream, so that a load that leaves through an exception closes its files.
+// FilePtr: owns a stdio stream, so that its file is closed also where an exception ends a load.
 #pragma once
 
 #include <cstdio>

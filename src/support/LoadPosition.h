@@ -1,8 +1,8 @@
 // LoadPosition: the pattern file and line that a load is working on, for the messages of refusals.
 //
-// There is one position per thread, so that parsers used outside a load neither race with it nor
-// see a name that is gone. It has no destructor: one that a thread runs at its end would keep the
-// library from being unloaded.
+// Each thread has a position of its own: parsers that run outside of a load neither race with the
+// load nor see a file name whose memory is freed. The name is an array, not a std::string: a
+// thread-local object with a destructor keeps the library loaded until its thread ends.
 #pragma once
 
 #include <cstdint>

@@ -23,7 +23,8 @@ void sendLine(std::string_view prefix, const char* format, va_list arguments) {
     try {
         ops.logFunction(line.data());
     } catch (...) {
-        // Lines are also sent while a load is undone and while memory is freed: that has to go on.
+        // A failing log function must not stop the engine: lines are also sent while a failed load
+        // is undone and while memory is freed.
     }
 }
 

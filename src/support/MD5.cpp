@@ -39,6 +39,8 @@ void MD5::update(const unsigned char* data, size_t length) {
     std::memcpy(buffer.data(), data + blockCount * kBlockLength, length % kBlockLength);
 }
 
+// The message is padded with a 1 bit and then 0 bits up to 8 bytes before the end of a block; these
+// 8 bytes take its length in bits.
 void MD5::final(unsigned char* digest) {
     static constexpr std::array<unsigned char, kBlockLength> kPadding = {0x80};
     const uint64_t bitCount = count * 8;

@@ -21,11 +21,12 @@ class MD5 {
     /// Writes the kDigestLength bytes of the digest and clears the context; init() before reuse.
     void final(unsigned char* digest);
 
-    /// @return the bytes that are missing to a block begun; 0 between blocks
+    /// @return the bytes that complete the block begun; 0 between blocks
     size_t missing() const { return (kBlockLength - count % kBlockLength) % kBlockLength; }
 
-    /// Gives the state to whoever folds the message's next blocks into it, with MD5Steps::fold().
-    /// Only between blocks.
+    /// Hands the state out to a caller that folds the message's next blocks into it itself, with
+    /// MD5Steps::fold(). Only between blocks.
+    /// @param blockCount  blocks that the caller folds
     std::array<uint32_t, 4>& takeBlocks(size_t blockCount) {
         count += blockCount * kBlockLength;
         return state;

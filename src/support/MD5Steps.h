@@ -1,7 +1,9 @@
 // MD5Steps: how a block of a message changes the state of an MD5 (RFC 1321, section 3.4).
 //
-// A step waits for the one before it, so that much of the machine idles. What is to be computed of
-// the same text besides can be handed in and then takes hardly any time of its own.
+// Each of the 64 steps needs the result of the step before it. So MD5 is one chain of dependent
+// operations and leaves most of the processor's execution units idle. Other work on the same text,
+// whose operations do not depend on each other, can use them: fold() calls `aside` after each
+// fourth step, and the processor overlaps both. Such work then takes hardly any time of its own.
 #pragma once
 
 #include <array>
@@ -30,16 +32,21 @@ inline constexpr int kRotation[4][4] = {
            static_cast<uint32_t>(bytes[2]) << 16 | static_cast<uint32_t>(bytes[3]) << 24;
 }
 
-/// Adds what is in sum now before what comes next: compilers order sums as they like.
+/// Keeps the compiler from reordering a sum: the terms added so far are added before later ones.
 [[gnu::always_inline]] inline void addedFirst([[maybe_unused]] uint32_t& sum) {
 #ifdef __GNUC__
     asm("" : "+r"(sum));
 #endif
 }
 
-// Each step waits for b, which the step before it made: the fewer operations between b and the sum,
-// the better. So all that goes without b is added first, and the second round's (b & d) | (c & ~d)
-// is a sum of two, its bits never overlapping.
+// A step is b + rotate(a + f(b, c, d) + word + constant). Of these, b alone comes from the step
+// right before; the others are older. The time of the whole chain is the time from one b to the
+// next, so as few operations as possible should come after b is known:
+// - The terms without b are added first.
+// - The second round's (b & d) | (c & ~d) is split. Its halves never share a 1 bit, so OR is the
+// same
+//   as addition, and c & ~d belongs to the terms without b.
+// - The first round's (b & c) | (~b & d) is d ^ (b & (c ^ d)): two operations after b, not three.
 template <int kStep>
 [[gnu::always_inline]] inline void step(uint32_t (&v)[4], const unsigned char* block) {
     constexpr int kRound = kStep / 16;
@@ -48,7 +55,7 @@ template <int kStep>
                            : kRound == 2 ? 3 * kStep + 5
                                          : 7 * kStep) %
                           16;
-    // The four registers change places from step to step; the indices turn instead of the values.
+    // The RFC renames a, b, c, d after each step. The indices rotate here; the values stay.
     constexpr int kA = (64 - kStep) % 4;
     const uint32_t b = v[(kA + 1) % 4];
     const uint32_t c = v[(kA + 2) % 4];
@@ -72,9 +79,8 @@ template <int... kSteps>
 }
 
 /// Folds blockCount blocks of 64 bytes into state.
-/// @param aside  called as aside(block, quarter), quarter from 0 to 15, after each fourth step; is
-/// to
-///               be inlined
+/// @param aside  called as aside(block, quarter), quarter from 0 to 15, after each fourth step; has
+///               to be inlined to overlap
 template <class Aside>
 [[gnu::always_inline]] inline void fold(std::array<uint32_t, 4>& state, const unsigned char* blocks,
                                         size_t blockCount, const Aside& aside) {

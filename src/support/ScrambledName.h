@@ -1,12 +1,13 @@
-// Scrambling of detection names: they are stored so, and unscrambled on a copy for the host.
+// Scrambling of detection names: they are stored scrambled, so that they are not readable in
+// memory. The host gets an unscrambled copy.
 #pragma once
 
 #include <string>
 
 namespace STREAMENGINE_SPACE {
 
-/// Scrambles or unscrambles s in place. Each byte that differs from key is XORed with it, so no NUL
-/// arises and the operation is its own inverse.
+/// Scrambles or unscrambles s in place: XORs each byte with key, but for a byte that equals key,
+/// which would become the NUL that ends the text. The operation is its own inverse.
 /// @return s, which may be null
 char* xorString(char* s, unsigned char key);
 

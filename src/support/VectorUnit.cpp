@@ -12,7 +12,8 @@ struct NamedUnit {
     const char* name;
 };
 
-// In the order of the enumeration, the widest last.
+// In the order of the enumeration, which goes from narrow to wide: vectorUnitName() and
+// chooseVectorUnit() rely on it.
 constexpr std::array<NamedUnit, 4> kUnits = {{{VectorUnit::None, "plain"},
                                               {VectorUnit::Baseline, "baseline"},
                                               {VectorUnit::Avx2, "avx2"},

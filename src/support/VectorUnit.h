@@ -1,7 +1,8 @@
 // VectorUnit: which of the processor's vector instructions the hot loops use.
 //
-// This is the one switch for all of them: the normaliser, the search and the markup filter. All
-// forms of a loop give the same answers, and the tests compare each with the scalar one.
+// This is the one switch for all of them: the normaliser, the search and the markup filter. Each
+// has a scalar form and forms for some of the units, chosen when a set is prepared. All forms give
+// the same answers, and the tests compare each with the scalar one.
 #pragma once
 
 namespace QLT_SPACE {

@@ -205,15 +205,17 @@ RC_GTEST_PROP(MarkupFilter, AgreesWithTheFilterOfWholeTexts, ()) {
 }
 
 RC_GTEST_PROP(OpeningSearch, AgreesWithTheOneByOneForm, ()) {
-    using STREAMENGINE_SPACE::findOpening, STREAMENGINE_SPACE::findOpeningPlain;
+    using QLT_SPACE::VectorUnit;
+    const auto oneByOne = STREAMENGINE_SPACE::openingSearch(VectorUnit::None);
+    const auto inBlocks = STREAMENGINE_SPACE::openingSearch(VectorUnit::Baseline);
     const auto mode = *rc::gen::inRange<uint8_t>(0, 4);
     // Of its own size, for the address sanitizer to guard.
     const std::string words = *joined({"<", "<", "s", "sC", "o", "x", " \xa0"});
     const std::vector<char> text(words.begin(), words.end());
     const char* const end = text.data() + text.size();
     for (const char* at = text.data(); at < end;) {
-        const char* const found = findOpening(at, end, mode);
-        RC_ASSERT(found == findOpeningPlain(at, end, mode));
+        const char* const found = inBlocks(at, end, mode);
+        RC_ASSERT(found == oneByOne(at, end, mode));
         at = std::max(at, found) + 1;
     }
 }

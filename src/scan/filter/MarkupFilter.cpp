@@ -4,7 +4,6 @@
 #include <string>
 
 #include "scan/filter/FilterTag.h"
-#include "scan/filter/OpeningSearch.h"
 #include "support/Ascii.h"
 
 namespace STREAMENGINE_SPACE {
@@ -17,7 +16,7 @@ constexpr bool endsName(char c) {
     return c == '>' || c == '/' || isSpace(c);
 }
 
-constexpr bool isOfNote(char c) {
+constexpr bool isQuoteOrEnd(char c) {
     return c == '>' || c == '"' || c == '\'';
 }
 
@@ -29,31 +28,37 @@ const char* find(const char* from, const char* end, char byte) {
 
 }  // namespace
 
+// A state machine of five states that does not go byte by byte: each state has a byte, or a few,
+// that end it, and the search for that byte passes all others at the speed of memory. In text this
+// is the search for tags that may open, in the content of an element that for "<", in a closing tag
+// that for ">". Names are the exception; they are compared letter by letter, as a chunk may end
+// within one.
 uint32_t MarkupFilter::getBufferFilter(const char* in, uint32_t len, char* out, uint8_t mode) {
-    Walk walk{in, in, in + len, out, pendingCount};
-    while (walk.at < walk.end) {
+    Cursor cursor{in, in, in + len, out, pendingCount};
+    while (cursor.next < cursor.end) {
         switch (filterState) {
             case State::Text:
-                passText(walk, mode);
+                passText(cursor, mode);
                 break;
             case State::OpeningName:
-                passOpeningName(walk, mode);
+                passOpeningName(cursor, mode);
                 break;
             case State::Attributes:
-                passAttributes(walk);
+                passAttributes(cursor);
                 break;
             case State::Content:
-                passContent(walk);
+                passContent(cursor);
                 break;
             case State::ClosingTag:
-                passClosingTag(walk);
+                passClosingTag(cursor);
                 break;
         }
     }
-    const char* const heldBack = walk.end - (pendingCount - walk.held);
-    writeRun(walk, heldBack);
-    std::copy(heldBack, walk.end, pendingTag.data() + walk.held);
-    return static_cast<uint32_t>(walk.out - out);
+    // Of the bytes recognised of a name, the last ones are this chunk's: they are held back.
+    const char* const heldBack = cursor.end - (pendingCount - cursor.held);
+    writeUpTo(cursor, heldBack);
+    std::copy(heldBack, cursor.end, pendingTag.data() + cursor.held);
+    return static_cast<uint32_t>(cursor.out - out);
 }
 
 uint32_t MarkupFilter::getTagBufferFilter(char* out) {
@@ -63,56 +68,59 @@ uint32_t MarkupFilter::getTagBufferFilter(char* out) {
         pendingCount = 0;
         filterState = State::Text;
     } else {
-        blank(out, count);  // and held still: a stream that is ended twice gets them twice
+        blank(out, count);  // and still held: a stream that is ended twice gets them twice
     }
     return count;
 }
 
-void MarkupFilter::passText(Walk& walk, uint8_t mode) {
-    walk.at = findOpening(walk.at, walk.end, mode);
-    if (walk.at == walk.end) return;
-    ++walk.at;
+void MarkupFilter::passText(Cursor& cursor, uint8_t mode) {
+    cursor.next = findOpening(cursor.next, cursor.end, mode);
+    if (cursor.next == cursor.end) return;
+    ++cursor.next;
     pendingCount = 1;
     filterState = State::OpeningName;
 }
 
-void MarkupFilter::passOpeningName(Walk& walk, uint8_t mode) {
-    if (pendingCount == 1) filterTag = candidateTag(*walk.at, mode);
-    const Match match = matchTag(walk, filterDelTag[filterTag].opening);
+void MarkupFilter::passOpeningName(Cursor& cursor, uint8_t mode) {
+    if (pendingCount == 1) filterTag = candidateTag(*cursor.next, mode);
+    const Match match = matchTag(cursor, filterDelTag[filterTag].opening);
     if (match == Match::Undecided) return;
     if (match == Match::Whole) {
-        const char last = walk.at[-1];
-        copyRun(walk, walk.at - 1 - (pendingCount - walk.held));
-        blank(walk.out, walk.held);
+        // The name may have begun in earlier chunks (cursor.held bytes of it); the rest of it and
+        // the byte that ended it are the last bytes read.
+        const char last = cursor.next[-1];
+        copyUpTo(cursor, cursor.next - 1 - (pendingCount - cursor.held));
+        blank(cursor.out, cursor.held);
         quoteChar = '\0';
         slashSeen = last == '/';
         filterState = last == '>' ? State::Content : State::Attributes;
     } else {
-        walk.out = std::copy_n(pendingTag.data(), walk.held, walk.out);
+        cursor.out = std::copy_n(pendingTag.data(), cursor.held, cursor.out);
         filterState = State::Text;
     }
     pendingCount = 0;
-    walk.held = 0;
+    cursor.held = 0;
 }
 
-void MarkupFilter::passAttributes(Walk& walk) {
-    const char* const start = walk.at;
-    while (walk.at < walk.end) {
+void MarkupFilter::passAttributes(Cursor& cursor) {
+    const char* const start = cursor.next;
+    while (cursor.next < cursor.end) {
         if (quoteChar != '\0') {
-            walk.at = find(walk.at, walk.end, quoteChar);
-            if (walk.at == walk.end) return;
-            ++walk.at;
+            cursor.next = find(cursor.next, cursor.end, quoteChar);
+            if (cursor.next == cursor.end) return;
+            ++cursor.next;
             quoteChar = '\0';
             continue;
         }
-        walk.at = std::find_if(walk.at, walk.end, isOfNote);  // byte by byte, but tags are short
-        if (walk.at != start) slashSeen = walk.at[-1] == '/';
-        if (walk.at == walk.end) return;
-        const char c = *walk.at++;
+        cursor.next = std::find_if(cursor.next, cursor.end,
+                                   isQuoteOrEnd);  // byte by byte, but tags are short
+        if (cursor.next != start) slashSeen = cursor.next[-1] == '/';
+        if (cursor.next == cursor.end) return;
+        const char c = *cursor.next++;
         const bool closesItself = slashSeen;
         slashSeen = false;
         if (c == '>') {
-            if (closesItself) blankRun(walk, walk.at);
+            if (closesItself) blankUpTo(cursor, cursor.next);
             filterState = closesItself ? State::Text : State::Content;
             return;
         }
@@ -120,28 +128,28 @@ void MarkupFilter::passAttributes(Walk& walk) {
     }
 }
 
-void MarkupFilter::passContent(Walk& walk) {
-    if (pendingCount == 0) walk.at = find(walk.at, walk.end, '<');
-    const Match match = matchTag(walk, filterDelTag[filterTag].closing);
+void MarkupFilter::passContent(Cursor& cursor) {
+    if (pendingCount == 0) cursor.next = find(cursor.next, cursor.end, '<');
+    const Match match = matchTag(cursor, filterDelTag[filterTag].closing);
     if (match == Match::Undecided) return;
-    blank(walk.out, walk.held);
+    blank(cursor.out, cursor.held);
     pendingCount = 0;
-    walk.held = 0;
+    cursor.held = 0;
     if (match == Match::Other) return;
-    --walk.at;  // the closing tag may end with the byte that ended its name
+    --cursor.next;  // the closing tag may end with the byte that ended its name
     filterState = State::ClosingTag;
 }
 
-void MarkupFilter::passClosingTag(Walk& walk) {
-    walk.at = find(walk.at, walk.end, '>');
-    if (walk.at == walk.end) return;
-    blankRun(walk, ++walk.at);
+void MarkupFilter::passClosingTag(Cursor& cursor) {
+    cursor.next = find(cursor.next, cursor.end, '>');
+    if (cursor.next == cursor.end) return;
+    blankUpTo(cursor, ++cursor.next);
     filterState = State::Text;
 }
 
-MarkupFilter::Match MarkupFilter::matchTag(Walk& walk, std::string_view text) {
-    while (walk.at < walk.end) {
-        const char c = *walk.at++;
+MarkupFilter::Match MarkupFilter::matchTag(Cursor& cursor, std::string_view text) {
+    while (cursor.next < cursor.end) {
+        const char c = *cursor.next++;
         if (pendingCount == text.size()) return endsName(c) ? Match::Whole : Match::Other;
         if (lowered(c) != text[pendingCount]) return Match::Other;
         ++pendingCount;
@@ -149,19 +157,18 @@ MarkupFilter::Match MarkupFilter::matchTag(Walk& walk, std::string_view text) {
     return Match::Undecided;
 }
 
-void MarkupFilter::writeRun(Walk& walk, const char* to) {
-    const bool isKept = filterState == State::Text || filterState == State::OpeningName;
-    isKept ? copyRun(walk, to) : blankRun(walk, to);
+void MarkupFilter::writeUpTo(Cursor& cursor, const char* to) {
+    isCopying() ? copyUpTo(cursor, to) : blankUpTo(cursor, to);
 }
 
-void MarkupFilter::copyRun(Walk& walk, const char* to) {
-    walk.out = std::copy(walk.run, to, walk.out);
-    walk.run = to;
+void MarkupFilter::copyUpTo(Cursor& cursor, const char* to) {
+    cursor.out = std::copy(cursor.unwritten, to, cursor.out);
+    cursor.unwritten = to;
 }
 
-void MarkupFilter::blankRun(Walk& walk, const char* to) {
-    blank(walk.out, static_cast<uint32_t>(to - walk.run));
-    walk.run = to;
+void MarkupFilter::blankUpTo(Cursor& cursor, const char* to) {
+    blank(cursor.out, static_cast<uint32_t>(to - cursor.unwritten));
+    cursor.unwritten = to;
 }
 
 void MarkupFilter::blank(char*& out, uint32_t count) {

@@ -1,35 +1,61 @@
 #include "scan/filter/OpeningSearch.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstring>
 
 #include "scan/filter/FilterTag.h"
 #include "support/Ascii.h"
-
-#ifdef __SSE2__
-#include <emmintrin.h>
-
-#include <algorithm>
-#include <bit>
-#endif
+#include "support/VectorTarget.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
 
 using QLT_SPACE::lowered;
 
-/// @param tag  a "<" that counts, with two bytes behind it
-/// @return the bytes that it takes along as text, itself included; 0 if a filtered tag may open
-uint32_t textLength(const char* tag, uint8_t mode) {
+/// @param tag  a "<" that counts, followed by two bytes
+/// @return the bytes that it consumes as text, itself included; 0 if a filtered tag may open
+uint32_t consumedBy(const char* tag, uint8_t mode) {
     const FilterTag& candidate = filterDelTag[candidateTag(tag[1], mode)];
     if (lowered(tag[2]) == candidate.opening[2]) return 0;
     return candidate.modeMask != 0 ? 3 : 2;
 }
 
+/// The scalar form, and the end of the other one: from "<" to "<".
+const char* findScalar(const char* text, const char* end, uint8_t mode) {
+    while (text < end) {
+        const void* found = std::memchr(text, '<', static_cast<size_t>(end - text));
+        if (found == nullptr) return end;
+        text = static_cast<const char*>(found);
+        if (end - text < 3) return text;
+        const uint32_t consumed = consumedBy(text, mode);
+        if (consumed == 0) return text;
+        text += consumed;
+    }
+    return end;
+}
+
 #ifdef __SSE2__
 
-// The first two letters of every name, added up, lie in a range that few other tags' do (of "<a ",
-// "</", "<p>", "<span", "<div" and "<b>" none): one comparison of ranges stands for six of pairs.
+// The vector form. A page has a "<" every twenty or thirty bytes, and next to none of them opens a
+// filtered tag. The scalar form stops at each of them. This one looks at 16 positions at once for a
+// "<" with the right letters after it and stops at those alone.
+//
+// To compare the letters with six pairs would take six times two comparisons. Instead the two
+// letters, their case bits set, are added up. The sums of the six names lie in a small range: from
+// "ob" (object), 0x6f + 0x62 = 0xd1, to "no" (noscript), 0x6e + 0x6f = 0xdd. Of "<a ", "</", "<p>",
+// "<span", "<div" and "<b>" none does. A sum in the range is only a candidate: the scalar test
+// decides.
+//
+// Whether a candidate counts depends on the "<" before it, which this form has passed without a
+// look. That is found out only now, see skipConsumed().
+//
+// All positions that the scalar form could return are candidates, the range holding every name, and
+// the last bytes of text are left to the scalar form. So both give the same answer. Each block
+// costs three loads and some ten operations. skipConsumed() goes back over the "<" right before a
+// candidate; the two letters after the candidate end that chain, so no "<" is passed twice.
+
 constexpr uint8_t pairSum(char first, char second) {
     return static_cast<uint8_t>((static_cast<uint8_t>(first) | 0x20U) +
                                 (static_cast<uint8_t>(second) | 0x20U));
@@ -42,27 +68,32 @@ static_assert(std::all_of(filterDelTag.begin() + 1, filterDelTag.end(), [](const
     return sum >= kLeastSum && sum <= kMostSum;
 }));
 
-/// @return a bit for each of the 16 bytes at `at` that is a "<" followed by a pair in the range;
-///         two bytes more are read
-uint32_t possibleOpenings(const char* at) {
+/// @return a bit for each of 16 bytes that is a "<" followed by a pair in the range; two bytes more
+///         are read
+uint32_t candidates(const char* block) {
     const auto load = [](const char* from) {
         return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
     };
     const __m128i caseBit = _mm_set1_epi8(0x20);
-    const __m128i sum =
-        _mm_add_epi8(_mm_or_si128(load(at + 1), caseBit), _mm_or_si128(load(at + 2), caseBit));
+    const __m128i sum = _mm_add_epi8(_mm_or_si128(load(block + 1), caseBit),
+                                     _mm_or_si128(load(block + 2), caseBit));
     const __m128i above = _mm_sub_epi8(sum, _mm_set1_epi8(static_cast<char>(kLeastSum)));
     const __m128i inRange =
         _mm_cmpeq_epi8(_mm_min_epu8(above, _mm_set1_epi8(kMostSum - kLeastSum)), above);
-    const __m128i isTag = _mm_cmpeq_epi8(load(at), _mm_set1_epi8('<'));
+    const __m128i isTag = _mm_cmpeq_epi8(load(block), _mm_set1_epi8('<'));
     return static_cast<uint32_t>(_mm_movemask_epi8(_mm_and_si128(isTag, inRange)));
 }
 
-/// @param text  where text begins, behind all that was taken before
-/// @param at    a place in it; no tag opens in front of it
-/// @return at, or the place just behind if a "<" in front of it takes it along
-const char* settle(const char* text, const char* at, uint8_t mode) {
-    const char* from = at;  // goes back to a "<" that none in front of it can take along
+/// Finds out what the "<" before a position consume. A byte can only be consumed by a "<" one or
+/// two bytes before it, so the walk goes back from "<" to "<" in such steps. Where none is in
+/// reach, it stands on a byte that is surely not consumed, and from there goes forward by the
+/// scalar rule. Example: for the second "<" of "x<<script" it goes back to the first one, which is
+/// free. That one consumes two bytes, so the answer is the "s".
+/// @param text      as in OpeningSearch
+/// @param position  a place in text before which no tag opens
+/// @return position, or a place up to two bytes after it if a "<" before it consumes it
+const char* skipConsumed(const char* text, const char* position, uint8_t mode) {
+    const char* from = position;
     while (true) {
         if (from - text >= 1 && from[-1] == '<') {
             from -= 1;
@@ -72,51 +103,33 @@ const char* settle(const char* text, const char* at, uint8_t mode) {
             break;
         }
     }
-    while (from < at) from += *from == '<' ? textLength(from, mode) : 1;
+    while (from < position) from += *from == '<' ? consumedBy(from, mode) : 1;
     return from;
+}
+
+const char* findSse2(const char* text, const char* end, uint8_t mode) {
+    constexpr std::ptrdiff_t kStep = 16;
+    const char* block = text;
+    for (; end - block >= kStep + 2; block += kStep) {
+        for (uint32_t bits = candidates(block); bits != 0; bits &= bits - 1) {
+            const char* const tag = block + std::countr_zero(bits);
+            if (consumedBy(tag, mode) != 0) continue;
+            text = skipConsumed(text, tag, mode);
+            if (text == tag) return tag;
+        }
+    }
+    return findScalar(skipConsumed(text, block, mode), end, mode);
 }
 
 #endif
 
 }  // namespace
 
-const char* findOpeningPlain(const char* at, const char* end, uint8_t mode) {
-    while (at < end) {
-        const void* found = std::memchr(at, '<', static_cast<size_t>(end - at));
-        if (found == nullptr) return end;
-        at = static_cast<const char*>(found);
-        if (end - at < 3) return at;
-        const uint32_t length = textLength(at, mode);
-        if (length == 0) return at;
-        at += length;
-    }
-    return end;
-}
-
+OpeningSearch openingSearch([[maybe_unused]] QLT_SPACE::VectorUnit unit) {
 #ifdef __SSE2__
-
-const char* findOpening(const char* at, const char* end, uint8_t mode) {
-    constexpr std::ptrdiff_t kStep = 16;
-    const char* text = at;
-    for (; end - at >= kStep + 2; at += kStep) {
-        uint32_t possible = possibleOpenings(at);
-        for (; possible != 0; possible &= possible - 1) {
-            const char* const tag = at + std::countr_zero(possible);
-            if (textLength(tag, mode) != 0) continue;
-            // The letters behind it end the chain of "<" that is walked: none is walked twice.
-            text = settle(text, tag, mode);
-            if (text == tag) return tag;
-        }
-    }
-    return findOpeningPlain(settle(text, at, mode), end, mode);
-}
-
-#else
-
-const char* findOpening(const char* at, const char* end, uint8_t mode) {
-    return findOpeningPlain(at, end, mode);
-}
-
+    if (unit != QLT_SPACE::VectorUnit::None) return findSse2;
 #endif
+    return findScalar;
+}
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,21 +1,25 @@
 // OpeningSearch: where in text a filtered tag may open.
 //
-// A "<" that opens nothing takes the bytes that show it along as text: the one behind it or, if
-// that begins a filtered name, the second one as well. So of "<<script>" the second "<" is plain
-// text, and whether a "<" counts depends on those in front of it.
+// A "<" that opens nothing consumes the bytes that showed it: itself, the byte after it and, if
+// that one begins a filtered name, the second one as well. They are text, a "<" among them
+// included. So of "<<script>" the second "<" opens nothing, and whether a "<" counts depends on
+// those before it.
 #pragma once
 
 #include <cstdint>
 
+#include "support/VectorUnit.h"
+
 namespace STREAMENGINE_SPACE {
 
-/// @param at  where text begins, behind all that was taken before
-/// @return the first "<" in [at, end) that is followed by two letters of a name filtered in this
-///         mode or, at the end, by fewer than two bytes; end if there is none
-const char* findOpening(const char* at, const char* end, uint8_t mode);
+/// @param text  where text begins, after all that earlier "<" have consumed
+/// @param end   one past its last byte
+/// @param mode  as in MarkupFilter::getBufferFilter()
+/// @return the first "<" that counts and is followed by the first two letters of a name filtered in
+///         this mode or, at the end of text, by fewer than two bytes; end if there is none
+using OpeningSearch = const char* (*)(const char* text, const char* end, uint8_t mode);
 
-/// The same, one "<" after the other: what findOpening() is held to, and its way at the end of text
-/// and on machines without SSE2.
-const char* findOpeningPlain(const char* at, const char* end, uint8_t mode);
+/// @return the search in the form for a vector unit; all forms give the same answers
+OpeningSearch openingSearch(QLT_SPACE::VectorUnit unit);
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,8 +1,8 @@
-// MarkupState: where a stream of markup stands, and with it which of its bytes are kept.
+// MarkupState: decides which bytes of a stream of markup are kept.
 //
 // Kept are tags and script text; a declaration or comment is reduced to "<!>" and an anchor tag to
-// "<a>". take() is the plain form, one byte after the other. keepBlocks() gives the same answers
-// for whole blocks.
+// "<a>". take() is the scalar form, a state machine that takes one byte after the other.
+// keepBlocks() gives the same answers for whole blocks.
 #pragma once
 
 #include <cstddef>
@@ -28,7 +28,7 @@ class MarkupState {
     bool take(char c);
 
     /// Takes whole blocks.
-    /// @param text     the blocks, followed by two bytes more
+    /// @param text     the blocks, followed by two more bytes of the stream
     /// @param marks    the kernel's
     /// @param padding  how many bytes of white space that are not the stream's fill the first block
     /// @param keep     set to a bit for each byte that is kept
@@ -47,9 +47,11 @@ class MarkupState {
     uint64_t keepBlock(const char* text, const BlockMarks& marks, size_t padding);
 
     size_t nextMatch(const BlockMarks& marks, size_t i) const;
+    bool isInScript() const { return htmlState == HtmlState::Script; }
+    bool isInComment() const { return htmlState == HtmlState::Comment; }
     bool isBetweenMatches() const { return tagMatch == 0 && commentMatch == 0; }
 
-    static char at(std::string_view text, int8_t position) {
+    static char charAt(std::string_view text, int8_t position) {
         return text[static_cast<size_t>(position)];
     }
 
@@ -99,7 +101,7 @@ inline bool MarkupState::takeTag(char c) {
         htmlState = HtmlState::Declaration;
         tagMatch = 0;
         commentMatch = 2;
-    } else if (tagMatch >= 1 && tagMatch < kAll && small == at(scriptstart, tagMatch)) {
+    } else if (tagMatch >= 1 && tagMatch < kAll && small == charAt(scriptstart, tagMatch)) {
         ++tagMatch;
     } else {
         tagMatch = 0;  // also a "<" inside a tag: it does not start the match anew
@@ -115,7 +117,7 @@ inline bool MarkupState::takeScript(char c) {
         return false;
     }
     const char small = QLT_SPACE::lowered(c);
-    if (tagMatch >= 1 && tagMatch < kAll && small == at(scriptend, tagMatch)) {
+    if (tagMatch >= 1 && tagMatch < kAll && small == charAt(scriptend, tagMatch)) {
         ++tagMatch;
     } else {
         if (tagMatch == kAll && c == '>') htmlState = HtmlState::Text;
@@ -131,27 +133,27 @@ inline bool MarkupState::takeDeclaration(char c) {
         commentMatch = 0;
         return true;
     }
-    if (commentMatch > 1 && c == at(htmlCommentStart, commentMatch)) {
+    if (commentMatch > 1 && c == charAt(htmlCommentStart, commentMatch)) {
         ++commentMatch;
         if (commentMatch == htmlCommentStart.size()) {
             htmlState = HtmlState::Comment;
             commentMatch = 0;
         }
     } else {
-        commentMatch = 0;  // only the two bytes right behind "<!" or "<a" can open a comment
+        commentMatch = 0;  // only the two bytes right after "<!" or "<a" can open a comment
     }
     return false;
 }
 
 inline bool MarkupState::takeComment(char c) {
-    if (c == at(htmlCommentEnd, commentMatch)) {
+    if (c == charAt(htmlCommentEnd, commentMatch)) {
         ++commentMatch;
         if (commentMatch == htmlCommentEnd.size()) {
             htmlState = HtmlState::Text;
             commentMatch = 0;
             return true;
         }
-    } else if (commentMatch != 2 || c != '-') {  // a run of dashes may stand before the ">"
+    } else if (commentMatch != 2 || c != '-') {  // more than two dashes may precede the ">"
         commentMatch = 0;
     }
     return false;

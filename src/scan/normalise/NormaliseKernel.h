@@ -1,8 +1,11 @@
-// NormaliseKernel: the normaliser's work on blocks of 64 bytes, a bit for each byte.
+// NormaliseKernel: the part of the normaliser's work that vector instructions do, on blocks of 64
+// bytes.
 //
-// A kernel says which bytes of a block matter and writes the ones that a mask keeps. What the bytes
-// mean, and so which are kept, is the normaliser's to decide: between the two steps there is plain
-// arithmetic on words of 64 bits, the same for every kernel.
+// A kernel turns each block into masks with a bit for each byte (which bytes are "<", which are
+// white space), and writes the bytes that a mask keeps. What the bytes mean, and so which ones are
+// kept, is decided between the two, in plain arithmetic on 64-bit words that is the same for every
+// kernel, see MarkupState. So a new vector unit needs three short functions and no knowledge of
+// markup.
 #pragma once
 
 #include <cstddef>
@@ -23,23 +26,25 @@ struct BlockMarks {
 
 struct NormaliseKernel {
     static constexpr size_t kBlock = 64;
-    static constexpr size_t kAhead = 16;  // bytes behind the last block that may be read
+    static constexpr size_t kAhead = 16;  // bytes after the last block that may be read
 
-    /// Writes lowered what is not white space. Of out as many bytes as of text may be overwritten,
-    /// kAhead included.
+    /// Writes all bytes but white space, lowered. As many bytes of out may be overwritten as are
+    /// read of text, kAhead included.
     /// @return the bytes written
-    size_t (*stripSpace)(const char* text, size_t blockCount, char* out);
+    size_t (*dropSpace)(const char* text, size_t blockCount, char* out);
 
-    /// Fills marks[0, blockCount). Marks of two letters look at the bytes behind the block, too.
-    void (*mark)(const char* text, size_t blockCount, BlockMarks* marks);
+    /// Fills marks[0, blockCount). The marks of two and three letters also read the two bytes after
+    /// the last block.
+    void (*markBlocks)(const char* text, size_t blockCount, BlockMarks* marks);
 
-    /// Writes lowered the bytes whose bits are set in keep[0, blockCount). Up to kBlock bytes
-    /// behind the written ones may be overwritten.
+    /// Writes the bytes whose bits are set in keep[0, blockCount), lowered. Up to kBlock bytes
+    /// after the written ones may be overwritten.
     /// @return the bytes written
     size_t (*writeKept)(const char* text, const uint64_t* keep, size_t blockCount, char* out);
 };
 
-/// @return the kernel, or null where only the plain form runs
-const NormaliseKernel* normaliseKernel(QLT_SPACE::VectorUnit kernel);
+/// @param unit  one that this machine has
+/// @return its kernel, or null where only the scalar form runs
+const NormaliseKernel* normaliseKernel(QLT_SPACE::VectorUnit unit);
 
 }  // namespace STREAMENGINE_SPACE

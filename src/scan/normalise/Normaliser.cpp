@@ -16,11 +16,12 @@ using QLT_SPACE::lowered;
 
 constexpr size_t kBlock = NormaliseKernel::kBlock;
 constexpr size_t kAhead = NormaliseKernel::kAhead;
-constexpr size_t kLookedAt = 2;  // bytes behind a "<" that its marks look at
-constexpr size_t kLeast = 16;    // for less input or room blocks do not pay
-constexpr size_t kPieceBlocks = 32;
+constexpr size_t kLookahead = 2;    // bytes after a "<" that its marks depend on
+constexpr size_t kShortest = 16;    // blocks do not pay for less input or room
+constexpr size_t kMostBlocks = 32;  // marked at once: their masks stay in the first-level cache
 
-/// @return how many of the blocks leave some room: what fills it up has to be the last byte taken
+/// @return how many of the blocks leave some room: the byte that fills the room up has to be the
+///         last one consumed
 size_t fittingBlocks(const uint64_t* keep, size_t blockCount, size_t room) {
     size_t length = 0;
     for (size_t i = 0; i < blockCount; ++i) {
@@ -32,115 +33,119 @@ size_t fittingBlocks(const uint64_t* keep, size_t blockCount, size_t room) {
 
 }  // namespace
 
-struct Normaliser::Run {
+/// How far a call has come: the input left and the room left.
+struct Normaliser::Cursor {
     const char* in;
-    const char* end;
+    const char* inEnd;
     char* out;
     char* outEnd;
 
-    size_t left() const { return static_cast<size_t>(end - in); }
+    size_t left() const { return static_cast<size_t>(inEnd - in); }
     size_t room() const { return static_cast<size_t>(outEnd - out); }
 };
 
 unsigned int Normaliser::getBuffer(const char*& data, unsigned int& len, char* out,
                                    unsigned int room) {
     if (len == 0) return 0;
-    Run run{data, data + len, out, out + room};
+    Cursor cursor{data, data + len, out, out + room};
     if (htmlMode) {
-        if (strip != nullptr) markupVector(run);
-        markupScalar(run);
+        if (kernel != nullptr) markupVector(cursor);
+        markupScalar(cursor);
     } else {
-        if (strip != nullptr) textVector(run);
-        textScalar(run);
+        if (kernel != nullptr) textVector(cursor);
+        textScalar(cursor);
     }
-    data = run.in;
-    len = static_cast<unsigned int>(run.left());
-    return static_cast<unsigned int>(run.out - out);
+    data = cursor.in;
+    len = static_cast<unsigned int>(cursor.left());
+    return static_cast<unsigned int>(cursor.out - out);
 }
 
-// Both plain forms work on copies: for all the compiler knows, what is written could be the
-// originals.
+// Both scalar forms work on copies. A char pointer may point anywhere: with the originals the
+// compiler would have to assume that each byte written changes them, and read them again.
 
-void Normaliser::textScalar(Run& run) {
-    Run local = run;
-    while (local.in < local.end && local.out < local.outEnd) {
+void Normaliser::textScalar(Cursor& cursor) {
+    Cursor local = cursor;
+    while (local.in < local.inEnd && local.out < local.outEnd) {
         const char c = *local.in++;
         *local.out = lowered(c);
         local.out += isSpace(c) ? 0 : 1;
     }
-    run = local;
+    cursor = local;
 }
 
-void Normaliser::markupScalar(Run& run) {
-    Run local = run;
+void Normaliser::markupScalar(Cursor& cursor) {
+    Cursor local = cursor;
     MarkupState localState = state;
-    while (local.in < local.end && local.out < local.outEnd) {
+    while (local.in < local.inEnd && local.out < local.outEnd) {
         const char c = *local.in++;
         if (localState.take(c)) *local.out++ = lowered(c);
     }
-    run = local;
+    cursor = local;
     state = localState;
 }
 
-void Normaliser::textVector(Run& run) const {
-    while (std::min(run.left(), run.room()) >= kBlock + kAhead) {
-        const size_t blockCount = (std::min(run.left(), run.room()) - kAhead) / kBlock;
-        run.out += strip->stripSpace(run.in, blockCount, run.out);
-        run.in += blockCount * kBlock;
+void Normaliser::textVector(Cursor& cursor) const {
+    while (std::min(cursor.left(), cursor.room()) >= kBlock + kAhead) {
+        const size_t blockCount = (std::min(cursor.left(), cursor.room()) - kAhead) / kBlock;
+        cursor.out += kernel->dropSpace(cursor.in, blockCount, cursor.out);
+        cursor.in += blockCount * kBlock;
     }
-    if (run.left() < kLeast || run.left() >= 2 * kBlock || run.left() > run.room()) return;
-    // White space fills the tail up.
-    std::array<char, 2 * kBlock + kAhead> tail;
-    std::array<char, 2 * kBlock + kAhead> stripped;
-    tail.fill(' ');
-    std::memcpy(tail.data(), run.in, run.left());
-    const size_t length = strip->stripSpace(tail.data(), 2, stripped.data());
-    std::memcpy(run.out, stripped.data(), length);
-    run.out += length;
-    run.in = run.end;
+    const size_t rest = cursor.left();
+    if (rest < kShortest || rest >= 2 * kBlock || rest > cursor.room()) return;
+    // White space, which leaves no output, fills the rest up to two blocks.
+    std::array<char, 2 * kBlock + kAhead> padded;
+    std::array<char, 2 * kBlock + kAhead> written;
+    padded.fill(' ');
+    std::memcpy(padded.data(), cursor.in, rest);
+    const size_t length = kernel->dropSpace(padded.data(), 2, written.data());
+    std::memcpy(cursor.out, written.data(), length);
+    cursor.out += length;
+    cursor.in = cursor.inEnd;
 }
 
-void Normaliser::markupVector(Run& run) {
-    while (run.left() >= kBlock + kAhead && run.room() >= kLeast) {
+void Normaliser::markupVector(Cursor& cursor) {
+    while (cursor.left() >= kBlock + kAhead && cursor.room() >= kShortest) {
         const size_t blockCount =
-            std::min({(run.left() - kAhead) / kBlock, run.room() / kLeast, kPieceBlocks});
-        if (!stripPiece(run, run.in, blockCount, 0)) return;
+            std::min({(cursor.left() - kAhead) / kBlock, cursor.room() / kShortest, kMostBlocks});
+        if (!markupBlocks(cursor, cursor.in, blockCount, 0)) return;
     }
-    // The tail ends with a block of its own, behind white space, and what that block looks ahead.
-    while (run.left() >= kLeast && run.room() >= kLeast) {
-        const size_t length = std::min(run.left() - kLookedAt, kBlock);
+    // The rest goes through a block of its own, white space before it, its lookahead after it.
+    while (cursor.left() >= kShortest && cursor.room() >= kShortest) {
+        const size_t length = std::min(cursor.left() - kLookahead, kBlock);
         const size_t padding = kBlock - length;
-        std::array<char, kBlock + kAhead> tail;
-        tail.fill(' ');
-        std::memcpy(tail.data() + padding, run.in, length + kLookedAt);
-        if (!stripPiece(run, tail.data(), 1, padding)) return;
+        std::array<char, kBlock + kAhead> padded;
+        padded.fill(' ');
+        std::memcpy(padded.data() + padding, cursor.in, length + kLookahead);
+        if (!markupBlocks(cursor, padded.data(), 1, padding)) return;
     }
 }
 
-/// @param text  the blocks, the bytes at run.in behind padding of white space
-/// @return whether some room is left behind the piece; else only the blocks that leave some are
-///         done, and fewer than kBlock bytes in front of where the room ends
-bool Normaliser::stripPiece(Run& run, const char* text, size_t blockCount, size_t padding) {
-    std::array<BlockMarks, kPieceBlocks> marks;
-    std::array<uint64_t, kPieceBlocks> keep;
-    strip->mark(text, blockCount, marks.data());
+/// Normalises blocks of markup. If their output would fill the room up, only the leading blocks
+/// whose output leaves some are done: the state then goes back and takes these alone.
+/// @param text     the blocks: `padding` bytes of white space, then the bytes at cursor.in
+/// @return whether all blocks are done. If not, fewer than kBlock more bytes of output fill the
+///         room.
+bool Normaliser::markupBlocks(Cursor& cursor, const char* text, size_t blockCount, size_t padding) {
+    std::array<BlockMarks, kMostBlocks> marks;
+    std::array<uint64_t, kMostBlocks> keep;
+    kernel->markBlocks(text, blockCount, marks.data());
     const MarkupState before = state;
     state.keepBlocks(text, marks.data(), blockCount, padding, keep.data());
     size_t fitting = blockCount;
-    if ((blockCount + 1) * kBlock < run.room()) {
-        run.out += strip->writeKept(text, keep.data(), blockCount, run.out);
+    if ((blockCount + 1) * kBlock < cursor.room()) {
+        cursor.out += kernel->writeKept(text, keep.data(), blockCount, cursor.out);
     } else {
-        fitting = fittingBlocks(keep.data(), blockCount, run.room());
+        fitting = fittingBlocks(keep.data(), blockCount, cursor.room());
         if (fitting < blockCount) {
             state = before;
             state.keepBlocks(text, marks.data(), fitting, padding, keep.data());
         }
-        std::array<char, (kPieceBlocks + 1) * kBlock> written;
-        const size_t length = strip->writeKept(text, keep.data(), fitting, written.data());
-        std::memcpy(run.out, written.data(), length);
-        run.out += length;
+        std::array<char, (kMostBlocks + 1) * kBlock> written;  // room for the kernel's excess
+        const size_t length = kernel->writeKept(text, keep.data(), fitting, written.data());
+        std::memcpy(cursor.out, written.data(), length);
+        cursor.out += length;
     }
-    if (fitting != 0) run.in += fitting * kBlock - padding;
+    if (fitting != 0) cursor.in += fitting * kBlock - padding;
     return fitting == blockCount;
 }
 
@@ -156,7 +161,7 @@ bool Normaliser::checkHeader(const char* data, unsigned int len) {
         if (text[i] != '<') return false;
         const std::string_view tag = text.substr(i, htmlCommentStart.size());
         if (tag != htmlCommentStart) {
-            // At the text's very end the beginning of a comment is not taken for a tag.
+            // A beginning of "<!--" at the very end of the text may be a comment: no tag.
             return tag.size() == htmlCommentStart.size() || !htmlCommentStart.starts_with(tag);
         }
         const size_t lineEnd = text.find_first_of(kLineEnds, i + htmlCommentStart.size());

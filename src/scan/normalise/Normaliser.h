@@ -1,13 +1,14 @@
-// Normaliser: from raw bytes to the form that signatures are matched against.
+// Normaliser: turns raw bytes into the form that signatures are matched against.
 //
 // A-Z is lowered and white space (0x09 to 0x0D and 0x20) dropped. In markup mode only tags and
-// script text are kept: text between tags goes, a declaration or comment is reduced to "<!>" and
-// an anchor tag to "<a>". The state carries over from call to call, so that a tag may straddle
+// script text are kept: text between tags is dropped, a declaration or comment is reduced to "<!>"
+// and an anchor tag to "<a>". The state carries over from call to call, so that a tag may straddle
 // chunks; at most one byte comes out for each that goes in.
 //
-// The plain forms take one byte after the other. A kernel works on blocks of 64 bytes: it marks
-// them, the state tells from the marks what is kept, and the kernel writes that. The last bytes of
-// a chunk and of the room go the plain way.
+// There are two forms with the same output. The scalar one takes one byte after the other. The
+// vector one works on blocks of 64 bytes: the kernel marks them, MarkupState decides from the marks
+// what is kept, and the kernel writes that. The last bytes of a chunk, and the last room of the
+// output, are left to the scalar form.
 #pragma once
 
 #include <cstddef>
@@ -21,7 +22,7 @@ namespace STREAMENGINE_SPACE {
 class Normaliser {
   public:
     explicit Normaliser(QLT_SPACE::VectorUnit unit = QLT_SPACE::VectorUnit::Baseline)
-        : strip(normaliseKernel(unit)) {}
+        : kernel(normaliseKernel(unit)) {}
 
     /// Normalises input into out until the input is used up or `room` bytes are written.
     /// @param data  advanced by the bytes consumed
@@ -30,7 +31,7 @@ class Normaliser {
     /// @return the bytes written
     unsigned int getBuffer(const char*& data, unsigned int& len, char* out, unsigned int room);
 
-    /// @return whether raw text opens with markup: its first byte behind white space and whole
+    /// @return whether raw text opens with markup: its first byte after white space and whole
     ///         comment lines is the "<" of a tag
     static bool checkHeader(const char* data, unsigned int len);
 
@@ -40,15 +41,15 @@ class Normaliser {
     bool htmlMode = false;  // markup mode
 
   private:
-    struct Run;
+    struct Cursor;
 
-    void textScalar(Run& run);
-    void textVector(Run& run) const;
-    void markupScalar(Run& run);
-    void markupVector(Run& run);
-    bool stripPiece(Run& run, const char* text, size_t blockCount, size_t padding);
+    void textScalar(Cursor& cursor);
+    void textVector(Cursor& cursor) const;
+    void markupScalar(Cursor& cursor);
+    void markupVector(Cursor& cursor);
+    bool markupBlocks(Cursor& cursor, const char* text, size_t blockCount, size_t padding);
 
-    const NormaliseKernel* strip;  // null for the plain form
+    const NormaliseKernel* kernel;  // null where only the scalar form runs
     MarkupState state;
 };
 

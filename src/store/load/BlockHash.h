@@ -1,4 +1,8 @@
 // The hash of 3-byte blocks by which the shift table and the digest table are indexed.
+//
+// Both tables have an entry for each 16-bit hash: small enough for the cache, where an entry for
+// each of the 16 million blocks is not. The three factors differ, so the order of the bytes counts.
+// Blocks that share a hash are distinguished by the comparison that follows.
 #pragma once
 
 #include <cstddef>

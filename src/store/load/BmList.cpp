@@ -26,6 +26,7 @@ void BmList::addPattern(const BmPattern& pattern) {
     }
     init();
     QLT_SPACE::allocateOr("Alloacate bm pattern fail", [&] { records.reserve(pattern); });
+    // The block at i moves the window so that it becomes the last one. The nearest pattern decides.
     const uint8_t* sig = pattern.sig.data();
     for (uint32_t i = 0; i <= kLastBlock; ++i) {
         uint32_t& shift = bm_shift[blockHash(sig + i)];

@@ -1,4 +1,12 @@
-// FastMatcher: which entry of a sorted table of byte strings is a prefix of the text at hand.
+// FastMatcher: finds the entry of a sorted table of byte strings that is a prefix of a text.
+//
+// A binary search with a comparison that calls an entry equal if the text begins with it. Example:
+// in the table {"abc", "abx", "b"} the text "abcde" sorts before "abx", the middle entry, and
+// begins with "abc".
+//
+// In a table where no entry begins with another one, at most one entry is a prefix of the text, and
+// all entries before it sort below the text, all after it above: the search is exact. The tables of
+// a TrieNode are such, see PatternLists::buildSamePrefixList(). It costs log2(entries) comparisons.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +28,8 @@ class FastMatcher {
         count = entries;
     }
 
-    /// @return the value of an entry whose bytes begin text, or null. Of several the binary
-    ///         search's first one, not always the longest.
+    /// @return the value of an entry whose bytes begin text, or null. Of several such entries it is
+    ///         the one that the binary search meets first, not always the longest.
     const void* find(const unsigned char* text, unsigned int len) const;
 
     /// Searches entries lo to hi.
@@ -29,7 +37,7 @@ class FastMatcher {
     int find_i(int lo, int hi, const unsigned char* text, unsigned int len) const;
 
     /// @return 0 if text begins with pat, -1 if text sorts before pat or is only a beginning of
-    ///         it, 1 if text sorts behind it
+    ///         it, 1 if text sorts after it
     static int cmp_sw(const unsigned char* text, unsigned int textLen, const unsigned char* pat,
                       unsigned int patLen);
 

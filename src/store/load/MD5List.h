@@ -1,4 +1,9 @@
-// MD5List: the whole-stream digests of a container, hashed by their first three bytes.
+// MD5List: the whole-stream digests of a container, in a hash table by their first three bytes.
+//
+// The tables are those of BmList: bm_suffix has a list for each hash, and bm_shift, whose entries
+// are mostly 1, says without following a pointer that a list is empty.
+//
+// Records and nodes come from pools where the file announced their number, else one by one.
 //
 // Built by one thread, then read by any number of scanners.
 #pragma once
@@ -32,18 +37,18 @@ class MD5List {
     bool allocate(int n);
 
     /// @return an empty record, owned by the list; either addRecord() or dropRecord() has to follow
-    /// @throws QLT_SPACE::Exception if no record is to be had
+    /// @throws QLT_SPACE::Exception if the pool is used up or there is no memory
     MD5Pattern& newRecord();
 
     /// Enters the newest record, its digest and size filled in, under a copy of its name.
     /// @throws QLT_SPACE::Exception or std::bad_alloc with nothing entered
     void addRecord(MD5Pattern& record, std::string_view scrambledName);
 
-    /// Gives the newest record up. Its place in a pool stays taken.
+    /// Gives the newest record up. Its entry of a pool stays used.
     void dropRecord(MD5Pattern& record);
 
     /// Enters a record of this list into its bucket, before the older ones.
-    /// @throws QLT_SPACE::Exception if no node is to be had
+    /// @throws QLT_SPACE::Exception if the pool is used up or there is no memory
     void addPattern(const MD5Pattern* record);
 
     /// Sorts the buckets; has to follow the last addPattern().
@@ -57,7 +62,8 @@ class MD5List {
 
     uint32_t largestSize = 0;        // bytes; a negative size counts as the large number it is
     std::vector<uint32_t> bm_shift;  // kBlockHashes entries, or none; 1: the bucket is empty
-    // Likewise; newest first, and once prepared ascending by first digest byte, newest first.
+    // As many entries. Newest first; once prepared ascending by first digest byte, and of those
+    // with the same byte newest first.
     std::vector<MD5PatternNode*> bm_suffix;
 
   private:

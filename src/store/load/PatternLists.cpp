@@ -17,7 +17,7 @@ VQPatternList& samePrefixOf(VQPatternNode& node) {
     return static_cast<TriePatternNode&>(node).samePrefix;
 }
 
-/// @return whether the entry could be made; not for a node of no kind
+/// @return whether the entry could be made; false for a node of neither kind
 bool describe(const VQPatternNode& node, PatInfo& entry) {
     switch (node.getType()) {
         case VQPatternNode::kTypeTrie:
@@ -47,6 +47,18 @@ void PatternLists::sortPatternList(VQPatternList& list) {
     for (; !nodes.empty(); nodes.pop_back()) list.pushFront(*nodes.back());
 }
 
+// FastMatcher answers with one entry, so the table must not hold two that begin the same text. In
+// sorted order all patterns that begin with P come right after P. So one pass is enough: the first
+// pattern that does not begin with the leading one becomes the next leading one.
+//
+// Example, the list on the left, the samePrefix lists on the right:
+//
+//   abc, abcd, abcde, abx, b    becomes    abc -> abcd, abcde
+//                                          abx
+//                                          b
+//
+// At a text that begins with "abcdx" FastMatcher finds "abc". If the scanner does not accept it,
+// because of its offset for instance, it tries "abcd" and "abcde" one by one.
 void PatternLists::buildSamePrefixList(VQPatternList& list) {
     if (list.empty()) return;
     VQPatternNode* leading = list.head;

@@ -17,13 +17,13 @@ class PatternLists {
     static void sortPatternList(VQPatternList& list);
 
     /// Regroups a list of TriePatternNodes sorted by compareTo(): a node whose pattern begins with
-    /// that of the node in front moves to the end of that node's samePrefix list. Afterwards no
-    /// pattern of the list begins with another of it.
+    /// that of the node before it moves to the end of that node's samePrefix list. Afterwards no
+    /// pattern of the list begins with another one of it.
     static void buildSamePrefixList(VQPatternList& list);
 
     /// Lists the nodes' bytes as a table for FastMatcher, each entry's value its VQPatternNode.
-    /// The table borrows from the list. Empty, with a log line, for an empty list or a node of no
-    /// kind.
+    /// The table borrows from the list. Empty, with a log line, for an empty list or a node that is
+    /// of neither kind.
     static std::vector<PatInfo> setSortedList(const VQPatternList& list);
 };
 

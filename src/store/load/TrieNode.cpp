@@ -38,7 +38,7 @@ TrieNode::ListKind TrieNode::addPattern(TriePatternNode& node) {
 void TrieNode::setSortedList() {
     ZVK_DEBUG("in SetSortedList");
     if (simpleList.empty()) return;
-    // Sorted here, once: a thousand lines may share the head that leads to one node.
+    // Sorted once, not by inserting each pattern at its place: thousands may share one prefix.
     PatternLists::sortPatternList(simpleList);
     PatternLists::buildSamePrefixList(simpleList);
     sorted = PatternLists::setSortedList(simpleList);

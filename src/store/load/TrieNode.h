@@ -36,7 +36,7 @@ class TrieNode {
     /// @throws QLT_SPACE::Exception "TrieNode::setSortedList fail"
     void setSortedList();
 
-    /// Lets go of all patterns, which the tree frees.
+    /// Empties the lists of patterns, which the tree owns and frees.
     void freePattern();
 
     bool isLeaf = false;       // no table: the last node of a prefix, extended by no other
@@ -45,10 +45,10 @@ class TrieNode {
     TrieNode* fail = nullptr;  // borrowed from the tree; null for the root
     std::unique_ptr<Transitions> trans;  // goto function by byte, entries borrowed from the tree
 
-    VQPatternList shortList;  // plain, of this depth's length: to be here is to match; newest first
-    VQPatternList
-        simpleList;  // plain and longer; newest first, sorted by compareTo() once prepared
-    VQPatternList wildcardList;   // newest first
+    // Newest first; simpleList once prepared sorted by compareTo().
+    VQPatternList shortList;   // plain, as long as this node is deep: to reach it is to match
+    VQPatternList simpleList;  // plain and longer
+    VQPatternList wildcardList;
     std::vector<PatInfo> sorted;  // table of simpleList, once prepared
 };
 

@@ -21,7 +21,8 @@ uint32_t prefixDepth(const TriePattern& pattern) {
     return depth;
 }
 
-/// @return where the automaton goes from a failed state on c; the root has an entry for every byte
+/// @return where the automaton goes on c after a state has failed: along the failure links to the
+///         first state with a child for c. The root has one for every byte, so the loop ends.
 TrieNode* fallback(TrieNode* failed, size_t c) {
     while (failed->isLeaf || (*failed->trans)[c] == nullptr) failed = failed->fail;
     return (*failed->trans)[c];
@@ -76,6 +77,9 @@ TrieNode* TrieTree::makePath(const TriePattern& pattern) {
     return node;
 }
 
+// Failure links are made level by level. The link of the child for c of a node is found from the
+// node's own link, which leads to a lower level and is known by then: it is where the automaton
+// goes from there on c. A missing child of the root is the root itself: that byte begins no prefix.
 void TrieTree::prepare() {
     if (root == nullptr || maxPatternLength == 0) return;
     std::queue<TrieNode*> pending;

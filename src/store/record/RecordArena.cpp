@@ -7,7 +7,7 @@ namespace {
 
 using QLT_SPACE::Arena;
 
-// What a plain signature costs beside its own bytes and its name.
+// What a plain signature costs besides its own bytes and its name.
 static_assert(sizeof(void*) != 8 || sizeof(BmPattern) + sizeof(BmPatternNode) == 64);
 
 size_t roomForTexts(const VQPattern& pattern) {

@@ -1,8 +1,9 @@
-// RecordArena: where the records of a list or tree live, with their nodes and all that they borrow.
+// RecordArena: owns the records of a list or tree, their nodes and all that they borrow.
 //
-// A set may hold millions of records that live and die together: each is one run of memory without
-// a header of its own. A loader builds a record in memory of its own and hands it over when the
-// line is found good, so that refused lines leave nothing behind.
+// A set may hold millions of records, which are all freed together. So they lie one after the other
+// in an arena, without a heap header for each: a plain signature takes 64 bytes besides its own
+// bytes and its name. A loader builds a record in memory of its own and has it copied here once the
+// line is accepted, so refused lines take no room.
 #pragma once
 
 #include "store/record/VQPatternNode.h"
@@ -30,7 +31,7 @@ class RecordArena {
     void keepTexts(VQPattern& pattern);
 
     QLT_SPACE::Arena arena;
-    const char* lastName = nullptr;  // the parts of a signature share theirs
+    const char* lastName = nullptr;  // borrowed from arena; the parts of a signature share theirs
 };
 
 }  // namespace STREAMENGINE_SPACE

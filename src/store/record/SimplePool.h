@@ -1,4 +1,11 @@
-// SimplePool: a bump allocator for a known number of equal objects.
+// SimplePool: an allocator for a known number of equal objects.
+//
+// A container file says in advance how many records it has. The pool takes one block of memory for
+// as many entries and hands them out in order, by counting up: no search, no header for each entry,
+// and neighbours in the file are neighbours in memory. After two files the pool has two blocks:
+//
+//   block 1   [e e e e e e]        used up, or closed by dropNewest()
+//   block 2   [e e . . . . . .]    hands out entries
 #pragma once
 
 #include <cstdint>
@@ -11,9 +18,9 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// Owns every block; only the newest hands out entries, and none is given back on its own. Entries
-/// are constructed when they are handed out: a block larger than what is used of it takes no
-/// memory.
+/// Owns every block; only the newest hands out entries, and no entry is taken back alone. Entries
+/// are constructed when they are handed out. So a file that announces far more records than it has
+/// costs address space, but no memory: the system provides a page when it is first written.
 template <class T>
 class SimplePool {
   public:

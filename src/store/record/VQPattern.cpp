@@ -16,8 +16,8 @@ bool isPrintable(Symbol symbol) {
     return symbol >= 0x20 && symbol < 0x7F;
 }
 
-/// The lines of a dump that tell the signature itself. The two kinds of records space their labels
-/// differently; hosts that read these lines know them so.
+/// Logs the signature's bytes, the last lines of a dump. The two kinds of records space their
+/// labels differently. Hosts read these lines: the spacing is part of the interface.
 void printSignature(const auto& elements, const char* hexLabel, const char* textLabel) {
     std::string hex;
     std::string text;

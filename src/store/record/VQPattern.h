@@ -3,8 +3,9 @@
 // Detection names are stored scrambled and stay so: whoever needs a plain name makes a copy with
 // scrambled(). Records never change once their container is prepared.
 //
-// A record borrows its texts and bytes: those of a set from the set's RecordArena, those of a line
-// in hand from the loader. Sets hold millions of records; a field here is paid for by each of them.
+// A record borrows its texts and bytes: one of a set from the set's RecordArena, one of a line that
+// is being parsed from the loader. Sets hold millions of records, so each field here costs millions
+// of bytes.
 #pragma once
 
 #include <array>
@@ -26,7 +27,7 @@ constexpr bool isWildcardSymbol(Symbol symbol) {
 /// The byte values of an alternative group, in the order written.
 using ByteGroup = std::span<const uint8_t>;
 
-/// What all body signatures share. Its kind is told by its VQPatternNode.
+/// What all body signatures share. Which kind a record is, its VQPatternNode knows.
 struct VQPattern {
     const char* virName = "";      // scrambled
     const char* offset = nullptr;  // decimal stream offset of the match; null: anywhere
@@ -67,7 +68,7 @@ struct TriePattern final : VQPattern {
     uint32_t maxDistance = 0;
     std::span<const uint8_t> sig;       // the bytes, if not isWildcard
     std::span<const Symbol> symbols;    // the symbols, if isWildcard
-    std::span<const ByteGroup> groups;  // group k stands behind the k-th kGroupSymbol of symbols
+    std::span<const ByteGroup> groups;  // group k belongs to the k-th kGroupSymbol of symbols
 
     /// Parts are accepted strictly in order, each once, and none before its predecessor ends.
     /// @param partsMatched  parts of its signature accepted so far

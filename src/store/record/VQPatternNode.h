@@ -17,7 +17,7 @@ struct VQPatternList {
     VQPatternNode* head = nullptr;
 };
 
-/// Borrows its pattern, as next its node. The ordering checks the kinds.
+/// Borrows its pattern and the next node. The comparisons check the kinds of both nodes.
 class VQPatternNode {
   public:
     static constexpr int kTypeNone = 0;

@@ -1,4 +1,4 @@
-// File: a path and what the file system says of it.
+// File: a path, and the questions that the choice of the default pattern files needs.
 #pragma once
 
 #include <string>
