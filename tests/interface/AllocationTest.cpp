@@ -106,7 +106,7 @@ TEST_F(Allocation, NoneOnTheRoadOfAChunk) {
         char out[7 + 10];
         uint32_t written = 0;
         for (size_t i = 0; i + 7 <= kPage.size(); i += 7) {
-            scanfilter(host.instance, &kPage[i], 7, out, &written, 7);
+            scanfilter(host.handle(), &kPage[i], 7, out, &written, 7);
         }
         for (int i = 0; i < 100; ++i) host.feed(start);
         if (isWarm) {

@@ -139,10 +139,10 @@ TEST_F(Engine, InstancesOutliveTheSets) {
     char output[64];
     EXPECT_EQ(open.feed(kPage), ZVK_ERR_BAD_STATE);
     for (const uint8_t mode : {uint8_t{ZVK_FILTER_SCAN}, uint8_t{7}}) {
-        EXPECT_EQ(scanfilter(open.instance, "x", 1, output, &length, mode), ZVK_ERR_BAD_STATE);
+        EXPECT_EQ(scanfilter(open.handle(), "x", 1, output, &length, mode), ZVK_ERR_BAD_STATE);
     }
-    EXPECT_EQ(endScanFilter(open.instance, output, &length, 3), ZVK_ERR_BAD_STATE);
-    EXPECT_EQ(getSafeDataLength(open.instance), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(endScanFilter(open.handle(), output, &length, 3), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(getSafeDataLength(open.handle()), ZVK_ERR_BAD_STATE);
     EXPECT_EQ(open.begin(), ZVK_ERR_NO_CONTAINER);
     ASSERT_EQ(load(".db", "Fresh" + kSignature.substr(4)), 0);
     for (Host* host : {&open, &idle}) EXPECT_EQ(host->found(kPage), Names{"Fresh"});
@@ -170,18 +170,19 @@ TEST_F(Engine, ChecksArgumentsInTheirOrder) {
         EXPECT_EQ(endScanFilter(bad, output, &length, 2), ZVK_ERR_BAD_INSTANCE);
         EXPECT_EQ(endScanFilter(bad, output, &length, 0), ZVK_ERR_BAD_PARAM);
     }
-    EXPECT_EQ(setInstanceOptions(host.instance, -5, nullptr), 0);
-    EXPECT_EQ(getSafeDataLength(host.instance), ZVK_ERR_BAD_STATE);
-    EXPECT_EQ(beginScan(host.instance, 0, nullptr, &host), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(beginScan(host.instance, 0, &host.callbacks, nullptr), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(setInstanceOptions(host.handle(), -5, nullptr), 0);
+    EXPECT_EQ(getSafeDataLength(host.handle()), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(beginScan(host.handle(), 0, nullptr, &host), ZVK_ERR_BAD_PARAM);
+    const ZVKScanEngineCallbacks callbacks = {nullptr};
+    EXPECT_EQ(beginScan(host.handle(), 0, &callbacks, nullptr), ZVK_ERR_BAD_PARAM);
     EXPECT_EQ(host.feed("x"), ZVK_ERR_BAD_STATE);
     EXPECT_EQ(host.end(), ZVK_ERR_BAD_STATE);
     EXPECT_EQ(host.begin(), 0);
     EXPECT_EQ(host.begin(), ZVK_ERR_BAD_STATE);
-    EXPECT_EQ(scan(host.instance, nullptr, 0), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(scanfilter(host.instance, nullptr, 0, output, &length, 1), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(scanfilter(host.instance, nullptr, 0, output, &length, 4), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(endScanFilter(host.instance, output, &length, 2), 0);  // without a flag
+    EXPECT_EQ(scan(host.handle(), nullptr, 0), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(scanfilter(host.handle(), nullptr, 0, output, &length, 1), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(scanfilter(host.handle(), nullptr, 0, output, &length, 4), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(endScanFilter(host.handle(), output, &length, 2), 0);  // without a flag
     EXPECT_EQ(host.feed("x"), ZVK_ERR_BAD_STATE);
 }
 

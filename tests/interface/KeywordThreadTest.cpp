@@ -16,36 +16,28 @@ constexpr int kThreads = 16;
 constexpr int kUpdates = 500;
 
 /// Sets in turn with a short and with a longer keyword, which has the set's number as its index.
-int32_t updateTo(int number) {
-    std::vector<const char*> keywords(static_cast<size_t>(number), "not there");
-    keywords.push_back(number % 2 == 0 ? "short" : "a longer one");
-    keywords.push_back(nullptr);
-    return updateKeywords(keywords.data());
+bool updateTo(int number) {
+    std::vector<std::string> keywords(static_cast<size_t>(number), "not there");
+    keywords.emplace_back(number % 2 == 0 ? "short" : "a longer one");
+    return zvkengine::setKeywords(keywords);
 }
 
 /// @return the number of the set that a text with both keywords was matched with, or -1
 template <class OnEvent>
 int match(OnEvent onEvent) {
-    struct Call {
-        OnEvent& onEvent;
-        int number = -1;
-    } call{onEvent};
-    const ZVKScanEngineCallbacks callbacks = {
-        [](void*, ZVK_ENGINE_EVENT_TYPE, const void* data, void* userData) -> int32_t {
-            auto& matched = *static_cast<Call*>(userData);
-            matched.number = std::stoi(static_cast<const ZVKVirusEvent*>(data)->name);
-            matched.onEvent();
-            return 0;
-        }};
-    std::string text = "Both SHORT and A LONGER ONE";
-    matchKeywords(&callbacks, &call, text.data(), static_cast<uint32_t>(text.size()));
-    return call.number;
+    int number = -1;
+    zvkengine::matchKeyword("Both SHORT and A LONGER ONE", [&](std::string_view name) {
+        number = std::stoi(std::string(name));
+        onEvent();
+        return zvkengine::Answer::kGoOn;
+    });
+    return number;
 }
 
 TEST(KeywordThreads, AnswersComeFromASetThatWasThere) {
     std::atomic<int> started = 0, finished = 0;
     std::atomic<long> matches = 0;
-    ASSERT_EQ(updateTo(0), 1);
+    ASSERT_TRUE(updateTo(0));
     std::vector<std::jthread> threads(kThreads);
     for (auto& thread : threads) {
         thread = std::jthread([&](const std::stop_token& stop) {
@@ -59,7 +51,7 @@ TEST(KeywordThreads, AnswersComeFromASetThatWasThere) {
     }
     for (int number = 1; number <= kUpdates; ++number) {
         started = number;
-        EXPECT_EQ(updateTo(number), 1);
+        EXPECT_TRUE(updateTo(number));
         finished = number;
     }
     threads.clear();
@@ -67,7 +59,7 @@ TEST(KeywordThreads, AnswersComeFromASetThatWasThere) {
 }
 
 TEST(KeywordThreads, UpdatesWaitForMatchesAndMatchesForThem) {
-    ASSERT_EQ(updateTo(0), 1);
+    ASSERT_TRUE(updateTo(0));
     std::promise<void> isInside, mayLeave;
     std::atomic<long> tries = 0;  // these outlive the threads
     std::atomic<int> updated = 0;
@@ -86,7 +78,7 @@ TEST(KeywordThreads, UpdatesWaitForMatchesAndMatchesForThem) {
     while (tries == 0) std::this_thread::yield();
     for (int i = 0; i < 2; ++i) {
         threads.emplace_back([&] {
-            EXPECT_EQ(updateTo(kUpdates), 1);
+            EXPECT_TRUE(updateTo(kUpdates));
             ++updated;
         });
     }
@@ -95,14 +87,15 @@ TEST(KeywordThreads, UpdatesWaitForMatchesAndMatchesForThem) {
         seen = tries;
         std::this_thread::sleep_for(milliseconds(200));
     }
-    EXPECT_LT(std::chrono::steady_clock::now(), deadline) << "matches go on in front of an update";
+    EXPECT_LT(std::chrono::steady_clock::now(), deadline)
+        << "matches overtake an update that waits";
     EXPECT_EQ(updated, 0);
     mayLeave.set_value();
 }
 
 TEST(KeywordThreads, NobodyStarves) {
     constexpr int kRounds = 50;
-    ASSERT_EQ(updateTo(kUpdates), 1);
+    ASSERT_TRUE(updateTo(kUpdates));
     const auto start = std::chrono::steady_clock::now();
     {
         // Overlapping matches, so that there is hardly a moment without one.
@@ -114,7 +107,7 @@ TEST(KeywordThreads, NobodyStarves) {
             });
         }
         const auto update = [] {
-            for (int round = 0; round < kRounds; ++round) EXPECT_EQ(updateTo(kUpdates), 1);
+            for (int round = 0; round < kRounds; ++round) EXPECT_TRUE(updateTo(kUpdates));
         };
         const std::jthread other(update);
         update();

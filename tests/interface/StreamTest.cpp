@@ -105,10 +105,10 @@ TEST_F(Stream, SafeLength) {
     };
     for (const auto& [name, chunks, safe] : cases) {
         host.begin();
-        EXPECT_EQ(getSafeDataLength(host.instance), 0);
+        EXPECT_EQ(getSafeDataLength(host.handle()), 0);
         for (const auto& chunk : chunks) host.feed(chunk);
         EXPECT_EQ(host.end(), safe) << name;
-        EXPECT_EQ(getSafeDataLength(host.instance), safe);
+        EXPECT_EQ(getSafeDataLength(host.handle()), safe);
     }
 }
 
@@ -116,7 +116,7 @@ TEST_F(Stream, ShortStreamsAreScannedAtTheirEnd) {
     host.begin();
     host.feed("x<br>" + kEvil);
     EXPECT_TRUE(host.names.empty());
-    destroyInstance(host.instance);  // ends it first
+    destroyInstance(host.handle());  // ends it first
     EXPECT_EQ(host.names, Names{"Evil"});
 }
 
@@ -164,6 +164,33 @@ TEST_F(Stream, DumpsWhatIsMatched) {
     host.feed(kEvil);
     host.end();
     EXPECT_EQ(host.dumps, (Names{"x<br>" + filler(249), filler(51), kEvil, ""}));
+    // The answer to a dump is ignored.
+    const ZVKScanEngineCallbacks stopAtDumps = {
+        [](void*, ZVK_ENGINE_EVENT_TYPE type, const void*, void* found) {
+            if (type == ZVK_EVENT_VIRUS_FOUND) *static_cast<bool*>(found) = true;
+            return 1;
+        }};
+    bool found = false;
+    beginScan(host.handle(), 0, &stopAtDumps, &found);
+    host.stream("x<br>" + kEvil);
+    EXPECT_TRUE(found);
+}
+
+TEST_F(Stream, ExceptionsOfTheHostComeOutOfTheCall) {
+    zvkengine::Instance instance;
+    int count = 0;
+    const auto refuse = [&count](std::string_view) -> zvkengine::Answer { throw ++count; };
+    const std::string two = kEvil + filler(300) + kEvil;
+    instance.begin(refuse);
+    instance.scan("x<br>" + filler(kHeader));
+    EXPECT_THROW(instance.scan(two), int);  // and leaves the rest of the chunk
+    EXPECT_THROW(instance.scan(two), int);
+    EXPECT_EQ(instance.end(), kHeader + 5);
+    instance.begin(refuse);
+    instance.scan("x<br>" + kEvil);
+    EXPECT_THROW(instance.end(), int);
+    EXPECT_EQ(count, 3);
+    EXPECT_EQ(codeOf([&] { return instance.end(); }), ZVK_ERR_BAD_STATE);
 }
 
 TEST_F(Stream, DetailTexts) {

@@ -63,11 +63,11 @@ void tell(std::string_view line) {
 /// The scan of one file beside its copy. What it finds is told at once, so that nothing piles up.
 class SideScan {
   public:
-    /// @throws EngineError
+    /// @throws zvkengine::Error
     SideScan(StreamSource& source, const std::string& filePath)
         : path(filePath), stream(source.open(findings)) {}
 
-    /// @throws EngineError
+    /// @throws zvkengine::Error
     void scanChunk(std::string_view chunk) {
         if (stream->isRefused()) return;
         stream->scanChunk(chunk);
