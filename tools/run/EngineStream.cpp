@@ -35,7 +35,7 @@ bool EngineStream::scanPiece(std::string_view piece) {
 }
 
 zvkengine::Answer EngineStream::add(std::string_view name) {
-    if (isStopped()) return zvkengine::Answer::kStopChunk;  // the end call can bring one more
+    if (isStopped()) return zvkengine::Answer::kStopChunk;  // the end call can report one more
     try {
         if (findings.empty() || findings.back().name != name)
             findings.push_back({std::string(name), 0});

@@ -29,7 +29,7 @@ class EngineStream : public ChunkStream {
     /// @throws zvkengine::Error
     bool scanChunk(std::string_view chunk) override;
 
-    /// Ends the stream, which can bring detections.
+    /// Ends the stream; this can add detections.
     /// @throws zvkengine::Error
     void end() override { instance.end(); }
 

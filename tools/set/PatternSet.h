@@ -24,7 +24,7 @@ struct PatternFiles {
 
 class PatternSet {
   public:
-    /// Loads the files into the engine, which holds nothing yet. Standard output stays clean.
+    /// Loads the files into the engine, which must be empty. Standard output stays clean.
     /// @throws PatternError
     explicit PatternSet(const PatternFiles& patternFiles);
 
