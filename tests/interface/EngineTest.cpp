@@ -15,7 +15,7 @@ class Engine : public testing::Test {
     void TearDown() override { destroyEngine(); }
 };
 
-TEST_F(Engine, TellsItself) {
+TEST_F(Engine, HasAVersion) {
     _ZVKEngineInfo info{};
     EXPECT_EQ(getEngineInfo(&info), 0);
     EXPECT_STREQ(info.buildTime, "Engine Build Time: 2009-06-05 05:25:34");
@@ -26,12 +26,16 @@ TEST_F(Engine, TellsItself) {
 TEST_F(Engine, ChecksOptions) {
     const HostLog log(1);
     const ZVKLogFunction function = [](const char*) {};
-    const std::tuple<int32_t, _ZVKLogOptions, int32_t> cases[] = {
-        {1, {0, function}, ZVK_ERR_BAD_OPTION},     {-1, {9, nullptr}, ZVK_ERR_BAD_OPTION},
-        {0, {4, nullptr}, ZVK_ERR_NULL_ARG},        {0, {4, function}, ZVK_ERR_BAD_LOG_LEVEL},
-        {0, {-1, function}, ZVK_ERR_BAD_LOG_LEVEL},
+    const std::tuple<const char*, int32_t, _ZVKLogOptions, int32_t> cases[] = {
+        {"code_above", 1, {0, function}, ZVK_ERR_BAD_OPTION},
+        {"code_before_record", -1, {9, nullptr}, ZVK_ERR_BAD_OPTION},
+        {"function_before_level", 0, {4, nullptr}, ZVK_ERR_NULL_ARG},
+        {"level_above", 0, {4, function}, ZVK_ERR_BAD_LOG_LEVEL},
+        {"level_below", 0, {-1, function}, ZVK_ERR_BAD_LOG_LEVEL},
     };
-    for (const auto& [code, record, result] : cases) EXPECT_EQ(setOptions(code, &record), result);
+    for (const auto& [name, code, record, result] : cases) {
+        EXPECT_EQ(setOptions(code, &record), result) << name;
+    }
     EXPECT_EQ(setOptions(0, nullptr), ZVK_ERR_NULL_ARG);
     _ZVKPatternInfo info{};
     getPatternInfo(&info);  // logs: nothing above has replaced the function or the level
@@ -67,13 +71,15 @@ TEST_F(Engine, LoadsOnceAndAgainWhenEmptied) {
 TEST_F(Engine, FailedLoadsLeaveItAsItWas) {
     const TempFolder folder;
     const std::string good = folder.write("good.db", kSignature);
-    const std::string container = folder.write("container", "VQPattern");
+    const std::string header = folder.write("header", "VQPattern");
+    const std::string body = folder.write("body", "VQPattern" + std::string(75, '\0'));
     const std::string missing = folder.path("none.db");
     const std::tuple<const char*, const char*, std::string> cases[] = {
         {nullptr, good.c_str(), "pattern base is NULL"},
         {missing.c_str(), nullptr, "Cannot open " + missing},
         {good.c_str(), missing.c_str(), "Cannot open " + missing},
-        {good.c_str(), container.c_str(), "invalid pattern file"},
+        {good.c_str(), header.c_str(), "invalid pattern file"},
+        {body.c_str(), nullptr, "fail to restore file body."},
     };
     Host host;
     for (const bool reloading : {false, true}) {

@@ -1,4 +1,4 @@
-// The filtering calls as a host sees them: what is answered and written, by mode and state.
+// The filtering calls as a host sees them: what they return and write in each mode and state.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -46,8 +46,8 @@ TEST_F(Filter, AnswersByModeAndState) {
     const auto safe = static_cast<int32_t>(kPage.size());
     struct Case {
         uint8_t mode;
-        // Answers of the chunk and of the end: before any stream, on an open one, on a refused one
-        // and behind the end.
+        // Results of a chunk and of the end call: before any stream, on an open one, on a refused
+        // one, and after the end.
         int32_t fresh, freshEnd, open, openEnd, refused, refusedEnd, ended, endedEnd;
         std::string out;  // in all states but the first
     };
@@ -63,7 +63,7 @@ TEST_F(Filter, AnswersByModeAndState) {
         {6, kShut, kShut, 0, safe, kGate, kGate, kShut, kShut, kNoScript},
     };
     for (const Case& row : cases) {
-        SCOPED_TRACE(int{row.mode});
+        SCOPED_TRACE("mode " + std::to_string(row.mode));
         const auto expect = [&](int32_t answer, int32_t endAnswer, const std::string& out) {
             EXPECT_EQ(feed(kPage, row.mode), answer);
             EXPECT_EQ(written, out);
@@ -100,26 +100,32 @@ TEST_F(Filter, FindsAndBlanksInOneCall) {
     EXPECT_EQ(host->names, std::vector<std::string>{"Evil"});
 }
 
-TEST_F(Filter, TheFlagTellsOfChangesSinceTheStreamWasAccepted) {
+TEST_F(Filter, TheFlagIsOfBytesBlankedSinceTheStreamWasAccepted) {
     const std::string script = "<br><script>text</script>";
     const std::string rest(300, '.');
-    const std::tuple<uint8_t, std::vector<std::string>, bool> cases[] = {
-        {2, {script}, true},
-        {1, {script, rest}, false},
-        {2, {"<br>", rest}, false},
-        {6, {script}, false},        // accepted by the end call
-        {6, {script, rest}, false},  // accepted by the second call
-        {6, {script + rest}, true},
-        {6, {rest, script}, true},             // refused: nothing is forgotten
-        {6, {"<br><script>", "</scr"}, true},  // blanked by the end call
+    const struct {
+        const char* name;
+        uint8_t mode;
+        std::vector<std::string> chunks;
+        bool flag;
+    } cases[] = {
+        {"filter_only", 2, {script}, true},
+        {"other_elements", 1, {script, rest}, false},
+        {"nothing_to_blank", 2, {"<br>", rest}, false},
+        {"accepted_by_the_end_call", 6, {script}, false},
+        {"accepted_by_the_second_chunk", 6, {script, rest}, false},
+        {"accepted_at_once", 6, {script + rest}, true},
+        {"refused", 6, {rest, script}, true},
+        {"blanked_by_the_end_call", 6, {"<br><script>", "</scr"}, true},
     };
-    for (const auto& [mode, chunks, isTold] : cases) {
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
         host->begin();
-        for (const auto& chunk : chunks) feed(chunk, mode);
-        flag = !isTold;
-        end(mode);
-        EXPECT_EQ(flag, isTold) << int{mode} << chunks[0];
-        host->begin();  // which begins anew
+        for (const auto& chunk : row.chunks) feed(chunk, row.mode);
+        flag = !row.flag;
+        end(row.mode);
+        EXPECT_EQ(flag, row.flag);
+        host->begin();  // resets the filter
         feed("<br>", 2);
         EXPECT_EQ(written, "<br>");
         end(2);

@@ -25,7 +25,7 @@ Lines match(std::string_view text) {
 
 const std::string k256 = std::string(255, 'k') + "Z";
 
-// The keywords, a text, and the index that is found in it.
+// Keywords, a text, and the index that is reported.
 const std::tuple<const char*, Lines, std::string, Lines> kCases[] = {
     {"index_counts_skipped_ones", {"Foo", "x", "BARbaz"}, "some barbaz here", {"2"}},
     {"any_case", {"Foo", "x", "BARbaz"}, "say FOO now", {"0"}},
@@ -50,7 +50,7 @@ TEST(KeywordSet, Table) {
     }
 }
 
-TEST(KeywordSet, TellsItsRoadInTheLog) {
+TEST(KeywordSet, LogsWhatItRefuses) {
     ASSERT_FALSE(setKeywords({}));
     HostLog log(1);
     ASSERT_TRUE(setKeywords({"ok", "", "x", "k" + k256}));
@@ -74,7 +74,7 @@ TEST(KeywordSet, TellsItsRoadInTheLog) {
     EXPECT_EQ(match("ok"), Lines{"0"});  // the set is still there after the refused updates
 }
 
-TEST(KeywordSet, TellsDetailAndDebugLines) {
+TEST(KeywordSet, DetailAndDebugLines) {
     const Options options({"", 1, 0, 0, 1});
     ASSERT_TRUE(setKeywords({"gone"}));
     const HostLog log(3);
@@ -93,8 +93,8 @@ std::string lowered(std::string text) {
     return text;
 }
 
-/// Where the first occurrence of a keyword stands that decides the order: for a short one the end
-/// of its head, for a longer one its start; nothing if it does not occur.
+/// What decides which keyword is reported, the least one: short ones first, then the offset of the
+/// end of a short one's head, of the start of a longer one. Nothing if the keyword does not occur.
 std::optional<std::pair<int, size_t>> rank(const std::string& keyword, const std::string& text) {
     const size_t at = keyword.size() < 2 ? text.npos : lowered(text).find(lowered(keyword));
     if (at == text.npos) return std::nullopt;

@@ -15,14 +15,15 @@ using std::chrono::milliseconds;
 constexpr int kThreads = 16;
 constexpr int kUpdates = 500;
 
-/// Sets in turn with a short and with a longer keyword, which has the set's number as its index.
+/// Makes set number n: one keyword, with the index n; a short one if n is even, else a longer one.
 bool updateTo(int number) {
     std::vector<std::string> keywords(static_cast<size_t>(number), "not there");
     keywords.emplace_back(number % 2 == 0 ? "short" : "a longer one");
     return zvkengine::setKeywords(keywords);
 }
 
-/// @return the number of the set that a text with both keywords was matched with, or -1
+/// Matches a text that contains both keywords.
+/// @return the number of the set that was used, or -1 for an empty one
 template <class OnEvent>
 int match(OnEvent onEvent) {
     int number = -1;
@@ -34,7 +35,7 @@ int match(OnEvent onEvent) {
     return number;
 }
 
-TEST(KeywordThreads, AnswersComeFromASetThatWasThere) {
+TEST(KeywordThreads, MatchesUseASetOfTheirTime) {
     std::atomic<int> started = 0, finished = 0;
     std::atomic<long> matches = 0;
     ASSERT_TRUE(updateTo(0));
@@ -71,7 +72,7 @@ TEST(KeywordThreads, UpdatesWaitForMatchesAndMatchesForThem) {
         });
     });
     isInside.get_future().wait();
-    // Comes to stand still when an update has asked, and then sees the new set.
+    // Matches until an update asks, then waits for it, and then sees the new set.
     threads.emplace_back([&] {
         while (match([] {}) == 0) ++tries;
     });

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <fstream>
 #include <mutex>
+#include <regex>
 
 namespace {
 
@@ -16,11 +17,9 @@ void collectLine(const char* line) {
     logLines.emplace_back(line);
 }
 
-std::string withoutLineNumber(std::string line) {
-    const size_t colon = line.find(':');
-    const size_t close = line.find(']');
-    if (line.starts_with("3[") && colon < close) line.erase(colon, close - colon);
-    return line;
+std::string withoutLineNumber(const std::string& line) {
+    static const std::regex kPosition("^(3\\[\\w+):\\d+");
+    return std::regex_replace(line, kPosition, "$1");
 }
 
 }  // namespace

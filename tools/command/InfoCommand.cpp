@@ -112,7 +112,8 @@ void writeJson(const SetFacts& facts) {
 CommandAction setUp(CLI::App& parser) {
     auto arguments = std::make_shared<InfoArguments>();
     arguments->patterns.addTo(parser);
-    parser.add_flag("--json", arguments->isJson, "Print one JSON object on each line instead of text");
+    parser.add_flag("--json", arguments->isJson,
+                    "Print one JSON object on each line instead of text");
     parser.footer(kFooter);
     return [arguments] {
         const SetFacts facts = gather(arguments->patterns);
