@@ -39,35 +39,37 @@ class Filter : public testing::Test {
     bool flag = false;
 };
 
-TEST_F(Filter, AnswersByModeAndState) {
-    constexpr int32_t kNo = ZVK_ERR_BAD_PARAM;
-    constexpr int32_t kShut = ZVK_ERR_BAD_STATE;
-    constexpr int32_t kGate = ZVK_ERR_NOT_SCANNABLE;
-    const auto safe = static_cast<int32_t>(kPage.size());
-    struct Case {
-        uint8_t mode;
-        // Results of a chunk and of the end call: before any stream, on an open one, on a refused
-        // one, and after the end.
-        int32_t fresh, freshEnd, open, openEnd, refused, refusedEnd, ended, endedEnd;
-        std::string out;  // in all states but the first
-    };
-    const Case cases[] = {
-        {0, kNo, kNo, kNo, kNo, kNo, kNo, kNo, kNo, ""},
-        {8, kNo, kNo, kNo, kNo, kNo, kNo, kNo, kNo, ""},
-        {4, kShut, kShut, 0, safe, kGate, kGate, kShut, kShut, ""},
-        {12, kShut, kShut, 0, safe, kGate, kGate, kShut, kShut, ""},
-        {1, kShut, kShut, 0, 0, 0, kGate, 0, kShut, kNoEmbed},
-        {2, kShut, kShut, 0, 0, 0, kGate, 0, kShut, kNoScript},
-        {0xFB, kShut, kShut, 0, 0, 0, kGate, 0, kShut, std::string(29, ' ')},
-        {5, kShut, kShut, 0, safe, kGate, kGate, kShut, kShut, kNoEmbed},
-        {6, kShut, kShut, 0, safe, kGate, kGate, kShut, kShut, kNoScript},
-    };
-    for (const Case& row : cases) {
-        SCOPED_TRACE("mode " + std::to_string(row.mode));
-        const auto expect = [&](int32_t answer, int32_t endAnswer, const std::string& out) {
-            EXPECT_EQ(feed(kPage, row.mode), answer);
+constexpr int32_t kNo = ZVK_ERR_BAD_PARAM;
+constexpr int32_t kShut = ZVK_ERR_BAD_STATE;
+constexpr int32_t kGate = ZVK_ERR_NOT_SCANNABLE;
+constexpr int32_t kSafe = 29;  // bytes in kPage
+
+const struct {
+    const char* name;
+    uint8_t mode;
+    // Results of a chunk and of the end call: before any stream, on an open one, on a refused one,
+    // and after the end.
+    int32_t fresh, freshEnd, open, openEnd, refused, refusedEnd, ended, endedEnd;
+    std::string out;  // in all states but the first
+} kModeCases[] = {
+    {"no_bit", 0, kNo, kNo, kNo, kNo, kNo, kNo, kNo, kNo, ""},
+    {"unknown_bit", 8, kNo, kNo, kNo, kNo, kNo, kNo, kNo, kNo, ""},
+    {"scan", 4, kShut, kShut, 0, kSafe, kGate, kGate, kShut, kShut, ""},
+    {"scan_and_unknown", 12, kShut, kShut, 0, kSafe, kGate, kGate, kShut, kShut, ""},
+    {"objects", 1, kShut, kShut, 0, 0, 0, kGate, 0, kShut, kNoEmbed},
+    {"scripts", 2, kShut, kShut, 0, 0, 0, kGate, 0, kShut, kNoScript},
+    {"all_but_scan", 0xFB, kShut, kShut, 0, 0, 0, kGate, 0, kShut, std::string(29, ' ')},
+    {"objects_and_scan", 5, kShut, kShut, 0, kSafe, kGate, kGate, kShut, kShut, kNoEmbed},
+    {"scripts_and_scan", 6, kShut, kShut, 0, kSafe, kGate, kGate, kShut, kShut, kNoScript},
+};
+
+TEST_F(Filter, ResultsByModeAndState) {
+    for (const auto& row : kModeCases) {
+        SCOPED_TRACE(row.name);
+        const auto expect = [&](int32_t result, int32_t endResult, const std::string& out) {
+            EXPECT_EQ(feed(kPage, row.mode), result);
             EXPECT_EQ(written, out);
-            EXPECT_EQ(end(row.mode), endAnswer);
+            EXPECT_EQ(end(row.mode), endResult);
             EXPECT_EQ(written, "");
         };
         host = std::make_unique<Host>();

