@@ -10,14 +10,6 @@
 
 namespace {
 
-constexpr ZVKScanEngineCallbacks kAppendNormalised = {
-    [](void* /*reserved*/, ZVK_ENGINE_EVENT_TYPE type, const void* data, void* userData) {
-        if (type != ZVK_EVENT_DATA_DUMP) return 0;
-        const auto& block = *static_cast<const ZVKDumpEvent*>(data);
-        static_cast<std::string*>(userData)->append(block.data, block.length);
-        return 0;
-    }};
-
 /// A set of one signature that no text matches, in a file of its own.
 class EmptySet {
   public:
@@ -34,13 +26,18 @@ class EmptySet {
     LoadedSet loaded;
 };
 
-std::string dumpOf(void* instance, const std::string& page) {
-    std::string dump;
-    beginScan(instance, 0, &kAppendNormalised, &dump);
-    for (size_t i = 0; i < page.size(); i += kChunkLength) {
-        scan(instance, &page[i], static_cast<uint32_t>(std::min(kChunkLength, page.size() - i)));
+/// Scans the text on an open stream, in chunks, and ends the stream.
+void scanToEnd(zvkengine::Instance& instance, std::string_view text, size_t chunkLength) {
+    for (size_t i = 0; i < text.size(); i += chunkLength) {
+        instance.scan(text.substr(i, chunkLength));
     }
-    endScan(instance);
+    instance.end();
+}
+
+std::string dumpOf(zvkengine::Instance& instance, const std::string& page) {
+    std::string dump;
+    instance.begin({}, [&dump](std::string_view bytes) { dump += bytes; });
+    scanToEnd(instance, page, kChunkLength);
     return dump;
 }
 
@@ -52,52 +49,23 @@ LoadedSet::LoadedSet(const LoadRequest& request) {
     } else {
         setenv("ZVK_KERNEL", request.kernel.c_str(), 1);
     }
-    const ZVKPatternFile files = {request.base.c_str(),
-                                  request.update.empty() ? nullptr : request.update.c_str()};
-    if (loadPattern(&files) != 0) throw std::runtime_error("cannot load " + request.base);
-}
-
-LoadedSet::~LoadedSet() {
-    destroyEngine();
-}
-
-uint32_t LoadedSet::signatureCount() {
-    ZVKPatternInfo info = {};
-    getPatternInfo(&info);
-    return info.patternCount;
-}
-
-EngineInstance::EngineInstance() : instance(createInstance()) {
-    if (instance == nullptr) throw std::bad_alloc();
-}
-
-EngineInstance::~EngineInstance() {
-    destroyInstance(instance);
-}
-
-void EngineInstance::begin() {
-    static constexpr ZVKScanEngineCallbacks kCallbacks = {onEvent};
-    isRefused = false;
-    if (beginScan(instance, 0, &kCallbacks, this) != 0) {
-        throw std::runtime_error("cannot begin a stream");
+    try {
+        set.load(request.base, request.update);
+    } catch (const zvkengine::Error&) {
+        throw std::runtime_error("cannot load " + request.base);
     }
 }
 
-void EngineInstance::feed(const char* data, size_t length) {
-    const int32_t result = ::scan(instance, data, static_cast<uint32_t>(length));
-    if (result == ZVK_ERR_NO_MEMORY) throw std::bad_alloc();
-}
-
-void EngineInstance::end() {
-    isRefused = endScan(instance) == ZVK_ERR_NOT_SCANNABLE;
+void EngineInstance::begin() {
+    instance.begin([this](std::string_view name) {
+        detections.emplace_back(page, name);
+        return zvkengine::Answer::kGoOn;
+    });
 }
 
 void EngineInstance::scanPage(const std::string& text, size_t chunkLength) {
     begin();
-    for (size_t i = 0; i < text.size(); i += chunkLength) {
-        feed(&text[i], std::min(chunkLength, text.size() - i));
-    }
-    end();
+    scanToEnd(instance, text, chunkLength);
 }
 
 void EngineInstance::scanPages(const Pages& pages, size_t chunkLength) {
@@ -105,20 +73,12 @@ void EngineInstance::scanPages(const Pages& pages, size_t chunkLength) {
     for (page = 0; page < pages.size(); ++page) scanPage(pages[page], chunkLength);
 }
 
-int32_t EngineInstance::onEvent(void* /*reserved*/, ZVK_ENGINE_EVENT_TYPE type, const void* data,
-                                void* userData) {
-    if (type != ZVK_EVENT_VIRUS_FOUND) return 0;
-    auto& self = *static_cast<EngineInstance*>(userData);
-    self.detections.emplace_back(self.page, static_cast<const ZVKVirusEvent*>(data)->name);
-    return 0;
-}
-
 size_t dropRefused(Pages& pages) {
     const EmptySet set;
     EngineInstance instance;
     return std::erase_if(pages, [&](const std::string& page) {
         instance.scanPage(page);
-        return instance.isRefused;
+        return instance.isRefused();
     });
 }
 
@@ -126,11 +86,10 @@ size_t countNormalisedApart(const Pages& pages) {
     constexpr ZVKInternalOptions kDump = {nullptr, 1, 0, 0, 0}, kNone = {};
     const EmptySet set;
     setInternalOptions(&kDump);
-    void* instance = createInstance();
+    zvkengine::Instance instance;
     const auto apart = std::count_if(pages.begin(), pages.end(), [&](const std::string& page) {
         return dumpOf(instance, page) != normalisedPage(page);
     });
-    destroyInstance(instance);
     setInternalOptions(&kNone);
     return static_cast<size_t>(apart);
 }

@@ -3,15 +3,16 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "Corpus.h"
-#include "zvkengine.h"
+#include "zvkengine.hpp"
 
 constexpr size_t kChunkLength = 16384;
 
-/// The number of the page, and the name that the engine told.
+/// The number of the page, and the name that the engine reported.
 using Detections = std::vector<std::pair<size_t, std::string>>;
 
 /// Pattern files on disk, and which form of the engine reads them.
@@ -25,37 +26,31 @@ class LoadedSet {
   public:
     /// @throws std::runtime_error if the load fails
     explicit LoadedSet(const LoadRequest& request);
-    ~LoadedSet();
-    LoadedSet(const LoadedSet&) = delete;
-    LoadedSet& operator=(const LoadedSet&) = delete;
 
-    static uint32_t signatureCount();
-};
-
-/// One instance, and what its streams told.
-class EngineInstance {
-  public:
-    EngineInstance();
-    ~EngineInstance();
-    EngineInstance(const EngineInstance&) = delete;
-    EngineInstance& operator=(const EngineInstance&) = delete;
-
-    void begin();
-    void feed(const char* data, size_t length);
-    void end();
-    /// A whole page in chunks.
-    void scanPage(const std::string& page, size_t chunkLength = kChunkLength);
-    /// All pages; detections then tells of each.
-    void scanPages(const Pages& pages, size_t chunkLength = kChunkLength);
-
-    Detections detections;
-    bool isRefused = false;  // the last stream was
+    static uint32_t signatureCount() { return zvkengine::Set::info().patternCount; }
 
   private:
-    static int32_t onEvent(void* reserved, ZVK_ENGINE_EVENT_TYPE type, const void* data,
-                           void* userData);
+    zvkengine::Set set;
+};
 
-    void* instance;
+/// One instance and what its streams reported.
+class EngineInstance {
+  public:
+    void begin();
+    void feed(std::string_view chunk) { instance.scan(chunk); }
+    void end() { instance.end(); }
+    /// A whole page in chunks.
+    void scanPage(const std::string& page, size_t chunkLength = kChunkLength);
+    /// All pages; detections then has those of all of them.
+    void scanPages(const Pages& pages, size_t chunkLength = kChunkLength);
+
+    /// @return whether the last stream was refused
+    bool isRefused() const { return instance.isRefused(); }
+
+    Detections detections;
+
+  private:
+    zvkengine::Instance instance;
     size_t page = 0;
 };
 

@@ -88,7 +88,7 @@ void openStreams(std::vector<std::unique_ptr<EngineInstance>>& streams, size_t c
     while (streams.size() < count) {
         streams.push_back(std::make_unique<EngineInstance>());
         streams.back()->begin();
-        for (size_t i = 0; i < kFed; i += kChunk) streams.back()->feed(&page[i], kChunk);
+        for (size_t i = 0; i < kFed; i += kChunk) streams.back()->feed({&page[i], kChunk});
     }
 }
 

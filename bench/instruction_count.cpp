@@ -64,7 +64,7 @@ void countPages(const Workplace& place, const std::vector<Signature>& signatures
     const LoadedSet set(place.write(linesOf(signatures)));
     EngineInstance instance;
     measuredWork([&] { instance.scanPages(pages); });
-    if (instance.isRefused) throw std::runtime_error("the pages are refused");
+    if (instance.isRefused()) throw std::runtime_error("the pages are refused");
 }
 
 std::vector<Signature> mixedSet(const Pages& pages) {

@@ -1,4 +1,4 @@
-// A host that tells of each page what was found and where, for scripts/check-real-pages.
+// A host that prints for each page what was found and where, for scripts/check-real-pages.
 //
 //   page_scan PATTERNS ROUNDS CHUNK... < LIST    pages named one a line; a chunk of 0: whole pages
 //
@@ -8,14 +8,16 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <exception>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "zvkengine.h"
+#include "zvkengine.hpp"
 
 namespace {
 
@@ -24,14 +26,6 @@ struct Page {
     std::string content;
     std::vector<std::string> found;
 };
-
-int32_t onEvent(void* /*reserved*/, ZVK_ENGINE_EVENT_TYPE type, const void* data, void* userData) {
-    if (type == ZVK_EVENT_VIRUS_FOUND) {
-        static_cast<Page*>(userData)->found.emplace_back(
-            static_cast<const ZVKVirusEvent*>(data)->name);
-    }
-    return 0;
-}
 
 /// @return "OFFSET<tab>NAME" out of a detail text, the offset that of the first part
 std::string placeOf(const std::string& detail) {
@@ -42,20 +36,16 @@ std::string placeOf(const std::string& detail) {
            detail.substr(name, detail.find('\t', name) - name);
 }
 
-void scanPage(void* instance, Page& page, size_t chunkLength) {
-    static constexpr ZVKScanEngineCallbacks kCallbacks = {onEvent};
+void scanPage(zvkengine::Instance& instance, Page& page, size_t chunkLength) {
     page.found.clear();
-    beginScan(instance, 0, &kCallbacks, &page);
-    const std::string& text = page.content;
-    const auto feed = [&](size_t from, size_t to) {
-        scan(instance, text.data() + from, static_cast<uint32_t>(to - from));
-    };
-    // The first 256 bytes apart: a detection among them would end the scan of their chunk.
-    const size_t header = std::min<size_t>(256, text.size());
+    instance.begin(page.found);
+    const std::string_view text = page.content;
+    // The first 256 bytes go apart: a detection among them would end the scan of their chunk.
+    const std::string_view header = text.substr(0, 256);
     const size_t step = chunkLength != 0 ? chunkLength : std::max<size_t>(1, text.size());
-    for (size_t i = 0; i < header; i += step) feed(i, std::min(i + step, header));
-    for (size_t i = header; i < text.size(); i += step) feed(i, std::min(i + step, text.size()));
-    endScan(instance);
+    for (size_t i = 0; i < header.size(); i += step) instance.scan(header.substr(i, step));
+    for (size_t i = header.size(); i < text.size(); i += step) instance.scan(text.substr(i, step));
+    instance.end();
 }
 
 std::vector<Page> readPages() {
@@ -69,13 +59,12 @@ std::vector<Page> readPages() {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     if (argc < 4) return 2;
-    const ZVKPatternFile files = {argv[1], nullptr};
     const ZVKInternalOptions options = {"", 0, 0, 0, 1};
     setInternalOptions(&options);
-    if (loadPattern(&files) != 0) return 2;
-    void* instance = createInstance();
+    const zvkengine::Set set(argv[1]);
+    zvkengine::Instance instance;
     std::vector<Page> pages = readPages();
     std::map<std::string, double> seconds;
     for (int round = 0; round < std::stoi(argv[2]); ++round) {
@@ -95,6 +84,8 @@ int main(int argc, char** argv) {
     for (const auto& [chunk, best] : seconds) {
         std::fprintf(stderr, "%s %.4f\n", chunk.c_str(), best);
     }
-    destroyInstance(instance);
     return 0;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "page_scan: %s\n", error.what());
+    return 2;
 }

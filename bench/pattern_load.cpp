@@ -4,7 +4,7 @@
 //
 // Loads all sets in each round and prints for each set "SECONDS PATTERNS SET", the least CPU
 // seconds of a load and the number of signatures, and at last "PEAK KIB" of the whole process: one
-// set and one round tell the peak of a load.
+// set and one round give the peak of a load.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "zvkengine.h"
+#include "zvkengine.hpp"
 
 namespace {
 
@@ -22,18 +22,14 @@ struct Set {
     std::string base;
     std::string update;  // empty for none
     double seconds = std::numeric_limits<double>::max();
-    _ZVKPatternInfo info = {};
+    ZVKPatternInfo info = {};
 };
 
-bool timeLoad(Set& set) {
-    const ZVKPatternFile files = {set.base.c_str(),
-                                  set.update.empty() ? nullptr : set.update.c_str()};
+void timeLoad(Set& set) {
     const std::clock_t start = std::clock();
-    if (loadPattern(&files) != 0) return false;
+    const zvkengine::Set loaded(set.base, set.update);
     set.seconds = std::min(set.seconds, static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
-    getPatternInfo(&set.info);
-    destroyEngine();
-    return true;
+    set.info = zvkengine::Set::info();
 }
 
 }  // namespace
@@ -49,9 +45,12 @@ int main(int argc, char** argv) {
     }
     for (int round = 0; round < std::stoi(argv[1]); ++round) {
         for (Set& set : sets) {
-            if (timeLoad(set)) continue;
-            std::fprintf(stderr, "pattern_load: cannot load %s\n", set.base.c_str());
-            return 1;
+            try {
+                timeLoad(set);
+            } catch (const zvkengine::Error& error) {
+                std::fprintf(stderr, "pattern_load: %s: %s\n", set.base.c_str(), error.what());
+                return 1;
+            }
         }
     }
     for (const Set& set : sets)

@@ -7,7 +7,7 @@ static int32_t onEvent(void* reserved, ZVK_ENGINE_EVENT_TYPE type, const void* d
     if (type != ZVK_EVENT_VIRUS_FOUND) return 0;
     printf("found: %s\n", ((const ZVKVirusEvent*)data)->name); /* valid only during this call */
     *(int*)found = 1;
-    return 0; /* go on behind the match */
+    return 0; /* go on after the match */
 }
 
 int main(int argc, char** argv) {

@@ -32,7 +32,7 @@ std::string versionText() {
     return fmt::format("{}\n{}", info.buildTime, info.engineVersion);
 }
 
-// Parsing also ends, with a status of 0, when --help or --version has been answered.
+// Parsing also ends here, with a status of 0, after --help or --version.
 ExitStatus endParsing(const CLI::App& parser, const CLI::ParseError& error) {
     std::ostringstream text;
     if (parser.exit(error, text, text) != 0) {
@@ -72,7 +72,7 @@ ExitStatus run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     zvk::reserveStandardDescriptors();
-    std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is told as a failed write
+    std::signal(SIGPIPE, SIG_IGN);  // a write to a closed pipe then fails with EPIPE
     try {
         return zvk::run(argc, argv);
     } catch (const std::bad_alloc&) {

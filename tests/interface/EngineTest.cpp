@@ -15,23 +15,19 @@ class Engine : public testing::Test {
     void TearDown() override { destroyEngine(); }
 };
 
-TEST_F(Engine, TellsItself) {
-    _ZVKEngineInfo info{};
-    EXPECT_EQ(getEngineInfo(&info), 0);
-    EXPECT_STREQ(info.buildTime, "Engine Build Time: 2009-06-05 05:25:34");
-    EXPECT_STREQ(info.engineVersion, "Engine Version   : 1.1.0.37");
-    EXPECT_EQ(getEngineInfo(nullptr), ZVK_ERR_NULL_ARG);
-}
-
 TEST_F(Engine, ChecksOptions) {
     const HostLog log(1);
     const ZVKLogFunction function = [](const char*) {};
-    const std::tuple<int32_t, _ZVKLogOptions, int32_t> cases[] = {
-        {1, {0, function}, ZVK_ERR_BAD_OPTION},     {-1, {9, nullptr}, ZVK_ERR_BAD_OPTION},
-        {0, {4, nullptr}, ZVK_ERR_NULL_ARG},        {0, {4, function}, ZVK_ERR_BAD_LOG_LEVEL},
-        {0, {-1, function}, ZVK_ERR_BAD_LOG_LEVEL},
+    const std::tuple<const char*, int32_t, _ZVKLogOptions, int32_t> cases[] = {
+        {"code_above", 1, {0, function}, ZVK_ERR_BAD_OPTION},
+        {"code_before_record", -1, {9, nullptr}, ZVK_ERR_BAD_OPTION},
+        {"function_before_level", 0, {4, nullptr}, ZVK_ERR_NULL_ARG},
+        {"level_above", 0, {4, function}, ZVK_ERR_BAD_LOG_LEVEL},
+        {"level_below", 0, {-1, function}, ZVK_ERR_BAD_LOG_LEVEL},
     };
-    for (const auto& [code, record, result] : cases) EXPECT_EQ(setOptions(code, &record), result);
+    for (const auto& [name, code, record, result] : cases) {
+        EXPECT_EQ(setOptions(code, &record), result) << name;
+    }
     EXPECT_EQ(setOptions(0, nullptr), ZVK_ERR_NULL_ARG);
     _ZVKPatternInfo info{};
     getPatternInfo(&info);  // logs: nothing above has replaced the function or the level
@@ -67,13 +63,15 @@ TEST_F(Engine, LoadsOnceAndAgainWhenEmptied) {
 TEST_F(Engine, FailedLoadsLeaveItAsItWas) {
     const TempFolder folder;
     const std::string good = folder.write("good.db", kSignature);
-    const std::string container = folder.write("container", "VQPattern");
+    const std::string header = folder.write("header", "VQPattern");
+    const std::string body = folder.write("body", "VQPattern" + std::string(75, '\0'));
     const std::string missing = folder.path("none.db");
     const std::tuple<const char*, const char*, std::string> cases[] = {
         {nullptr, good.c_str(), "pattern base is NULL"},
         {missing.c_str(), nullptr, "Cannot open " + missing},
         {good.c_str(), missing.c_str(), "Cannot open " + missing},
-        {good.c_str(), container.c_str(), "invalid pattern file"},
+        {good.c_str(), header.c_str(), "invalid pattern file"},
+        {body.c_str(), nullptr, "fail to restore file body."},
     };
     Host host;
     for (const bool reloading : {false, true}) {
@@ -139,10 +137,10 @@ TEST_F(Engine, InstancesOutliveTheSets) {
     char output[64];
     EXPECT_EQ(open.feed(kPage), ZVK_ERR_BAD_STATE);
     for (const uint8_t mode : {uint8_t{ZVK_FILTER_SCAN}, uint8_t{7}}) {
-        EXPECT_EQ(scanfilter(open.instance, "x", 1, output, &length, mode), ZVK_ERR_BAD_STATE);
+        EXPECT_EQ(scanfilter(open.handle(), "x", 1, output, &length, mode), ZVK_ERR_BAD_STATE);
     }
-    EXPECT_EQ(endScanFilter(open.instance, output, &length, 3), ZVK_ERR_BAD_STATE);
-    EXPECT_EQ(getSafeDataLength(open.instance), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(endScanFilter(open.handle(), output, &length, 3), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(getSafeDataLength(open.handle()), ZVK_ERR_BAD_STATE);
     EXPECT_EQ(open.begin(), ZVK_ERR_NO_CONTAINER);
     ASSERT_EQ(load(".db", "Fresh" + kSignature.substr(4)), 0);
     for (Host* host : {&open, &idle}) EXPECT_EQ(host->found(kPage), Names{"Fresh"});
@@ -170,18 +168,20 @@ TEST_F(Engine, ChecksArgumentsInTheirOrder) {
         EXPECT_EQ(endScanFilter(bad, output, &length, 2), ZVK_ERR_BAD_INSTANCE);
         EXPECT_EQ(endScanFilter(bad, output, &length, 0), ZVK_ERR_BAD_PARAM);
     }
-    EXPECT_EQ(setInstanceOptions(host.instance, -5, nullptr), 0);
-    EXPECT_EQ(getSafeDataLength(host.instance), ZVK_ERR_BAD_STATE);
-    EXPECT_EQ(beginScan(host.instance, 0, nullptr, &host), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(beginScan(host.instance, 0, &host.callbacks, nullptr), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(getEngineInfo(nullptr), ZVK_ERR_NULL_ARG);
+    EXPECT_EQ(setInstanceOptions(host.handle(), -5, nullptr), 0);
+    EXPECT_EQ(getSafeDataLength(host.handle()), ZVK_ERR_BAD_STATE);
+    EXPECT_EQ(beginScan(host.handle(), 0, nullptr, &host), ZVK_ERR_BAD_PARAM);
+    const ZVKScanEngineCallbacks callbacks = {nullptr};
+    EXPECT_EQ(beginScan(host.handle(), 0, &callbacks, nullptr), ZVK_ERR_BAD_PARAM);
     EXPECT_EQ(host.feed("x"), ZVK_ERR_BAD_STATE);
     EXPECT_EQ(host.end(), ZVK_ERR_BAD_STATE);
     EXPECT_EQ(host.begin(), 0);
     EXPECT_EQ(host.begin(), ZVK_ERR_BAD_STATE);
-    EXPECT_EQ(scan(host.instance, nullptr, 0), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(scanfilter(host.instance, nullptr, 0, output, &length, 1), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(scanfilter(host.instance, nullptr, 0, output, &length, 4), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(endScanFilter(host.instance, output, &length, 2), 0);  // without a flag
+    EXPECT_EQ(scan(host.handle(), nullptr, 0), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(scanfilter(host.handle(), nullptr, 0, output, &length, 1), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(scanfilter(host.handle(), nullptr, 0, output, &length, 4), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(endScanFilter(host.handle(), output, &length, 2), 0);  // without a flag
     EXPECT_EQ(host.feed("x"), ZVK_ERR_BAD_STATE);
 }
 

@@ -9,28 +9,23 @@
 
 namespace {
 
+using zvkengine::setKeywords;
 using Lines = std::vector<std::string>;
 
-int32_t update(const std::vector<std::string>& keywords) {
-    std::vector<const char*> array;
-    array.reserve(keywords.size() + 1);
-    for (const auto& keyword : keywords) array.push_back(keyword.c_str());
-    array.push_back(nullptr);
-    return updateKeywords(array.data());
-}
-
 /// What a text has reported; one name at most.
-std::vector<std::string> match(std::string text) {
-    Host host;
-    const auto length = static_cast<uint32_t>(text.size());
-    const int32_t result = matchKeywords(&host.callbacks, &host, text.data(), length);
-    EXPECT_EQ(result, static_cast<int32_t>(host.names.size()));
-    return host.names;
+Lines match(std::string_view text) {
+    Lines names;
+    const bool isFound = zvkengine::matchKeyword(text, [&names](std::string_view name) {
+        names.emplace_back(name);
+        return zvkengine::Answer::kGoOn;
+    });
+    EXPECT_EQ(names.size(), isFound ? 1U : 0U);
+    return names;
 }
 
 const std::string k256 = std::string(255, 'k') + "Z";
 
-// The keywords, a text, and the index that is found in it.
+// Keywords, a text, and the index that is reported.
 const std::tuple<const char*, Lines, std::string, Lines> kCases[] = {
     {"index_counts_skipped_ones", {"Foo", "x", "BARbaz"}, "some barbaz here", {"2"}},
     {"any_case", {"Foo", "x", "BARbaz"}, "say FOO now", {"0"}},
@@ -50,28 +45,28 @@ const std::tuple<const char*, Lines, std::string, Lines> kCases[] = {
 
 TEST(KeywordSet, Table) {
     for (const auto& [name, keywords, text, found] : kCases) {
-        ASSERT_EQ(update(keywords), 1);
+        ASSERT_TRUE(setKeywords(keywords));
         EXPECT_EQ(match(text), found) << name;
     }
 }
 
-TEST(KeywordSet, TellsItsRoadInTheLog) {
-    ASSERT_EQ(update({}), 0);
+TEST(KeywordSet, LogsWhatItRefuses) {
+    ASSERT_FALSE(setKeywords({}));
     HostLog log(1);
-    ASSERT_EQ(update({"ok", "", "x", "k" + k256}), 1);
+    ASSERT_TRUE(setKeywords({"ok", "", "x", "k" + k256}));
     EXPECT_EQ(log.lines(),
               (Lines{"1keyword[] length[0] index[1]:too short or too long",
                      "1keyword[x] length[1] index[2]:too short or too long",
                      "1keyword[k" + k256 + "] length[257] index[3]:too short or too long"}));
     log.clear();
-    EXPECT_EQ(update({}), 0);
+    EXPECT_FALSE(setKeywords({}));
     EXPECT_EQ(updateKeywords(nullptr), 0);
-    Host host;
+    const ZVKScanEngineCallbacks callbacks = {nullptr};
     char text[] = "ok";
-    EXPECT_EQ(matchKeywords(nullptr, &host, text, 2), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(matchKeywords(&host.callbacks, nullptr, text, 2), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(matchKeywords(&host.callbacks, &host, nullptr, 2), ZVK_ERR_BAD_PARAM);
-    EXPECT_EQ(matchKeywords(&host.callbacks, &host, text, 1), 0);
+    EXPECT_EQ(matchKeywords(nullptr, text, text, 2), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(matchKeywords(&callbacks, nullptr, text, 2), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(matchKeywords(&callbacks, text, nullptr, 2), ZVK_ERR_BAD_PARAM);
+    EXPECT_EQ(match("o"), Lines{});
     EXPECT_EQ(log.lines(), (Lines{"1keywordsArray is NULL", "1Invalid pattern array",
                                   "1Invalid scan params", "1Invalid scan params",
                                   "1Invalid scan params", "1in_buf or _scanner is NULL"}));
@@ -79,11 +74,11 @@ TEST(KeywordSet, TellsItsRoadInTheLog) {
     EXPECT_EQ(match("ok"), Lines{"0"});  // the set is still there after the refused updates
 }
 
-TEST(KeywordSet, TellsDetailAndDebugLines) {
+TEST(KeywordSet, DetailAndDebugLines) {
     const Options options({"", 1, 0, 0, 1});
-    ASSERT_EQ(update({"gone"}), 1);
+    ASSERT_TRUE(setKeywords({"gone"}));
     const HostLog log(3);
-    ASSERT_EQ(update({"x", "DEMO"}), 1);
+    ASSERT_TRUE(setKeywords({"x", "DEMO"}));
     EXPECT_TRUE(log.has("3[ZVKKeywordMatcher]Total keywords [2]"));
     EXPECT_TRUE(log.lines().back().starts_with("3[ZVKPatternContainer]ac wildcard pattern [0]"));
     const std::string detail =
@@ -98,8 +93,8 @@ std::string lowered(std::string text) {
     return text;
 }
 
-/// Where the first occurrence of a keyword stands that decides the order: for a short one the end
-/// of its head, for a longer one its start; nothing if it does not occur.
+/// What decides which keyword is reported, the least one: short ones first, then the offset of the
+/// end of a short one's head, of the start of a longer one. Nothing if the keyword does not occur.
 std::optional<std::pair<int, size_t>> rank(const std::string& keyword, const std::string& text) {
     const size_t at = keyword.size() < 2 ? text.npos : lowered(text).find(lowered(keyword));
     if (at == text.npos) return std::nullopt;
@@ -114,7 +109,7 @@ RC_GTEST_PROP(KeywordSet, AgreesWithAPlainSearch, ()) {
     auto keywords = *rc::gen::nonEmpty(rc::gen::container<Lines>(textOver("abB")));
     const auto text = *textOver("aAbB ") + *rc::gen::element(std::string(), keywords.back()) + "\n";
     keywords.push_back(*rc::gen::element(text.substr(0, 12), std::string("BB"), keywords[0]));
-    RC_ASSERT(update(keywords) == 1);
+    RC_ASSERT(setKeywords(keywords));
     std::optional<std::pair<int, size_t>> first;
     for (const auto& keyword : keywords) {
         const auto found = rank(keyword, text);

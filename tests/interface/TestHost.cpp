@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <fstream>
 #include <mutex>
+#include <regex>
 
 namespace {
 
@@ -16,23 +17,9 @@ void collectLine(const char* line) {
     logLines.emplace_back(line);
 }
 
-int32_t onEvent(void* /*reserved*/, ZVK_ENGINE_EVENT_TYPE type, const void* data, void* userData) {
-    auto& host = *static_cast<Host*>(userData);
-    if (type == ZVK_EVENT_DATA_DUMP) {
-        const auto& event = *static_cast<const _ZVKDumpEvent*>(data);
-        host.dumps.emplace_back(event.data, event.length);
-        return 7;
-    }
-    host.names.emplace_back(static_cast<const _ZVKVirusEvent*>(data)->name);
-    const size_t index = host.names.size() - 1;
-    return index < host.answers.size() ? host.answers[index] : 0;
-}
-
-std::string withoutLineNumber(std::string line) {
-    const size_t colon = line.find(':');
-    const size_t close = line.find(']');
-    if (line.starts_with("3[") && colon < close) line.erase(colon, close - colon);
-    return line;
+std::string withoutLineNumber(const std::string& line) {
+    static const std::regex kPosition("^(3\\[\\w+):\\d+");
+    return std::regex_replace(line, kPosition, "$1");
 }
 
 }  // namespace
@@ -103,14 +90,28 @@ std::string hex(std::string_view bytes) {
     return text;
 }
 
-Host::Host() : instance(createInstance()), callbacks{onEvent} {}
-
-Host::~Host() {
-    destroyInstance(instance);
+int32_t Host::begin() {
+    const auto onDetection = [this](std::string_view name) {
+        names.emplace_back(name);
+        const size_t index = names.size() - 1;
+        return zvkengine::Answer{index < answers.size() ? answers[index] : 0};
+    };
+    const auto onDump = [this](std::string_view bytes) { dumps.emplace_back(bytes); };
+    return codeOf([&] { return instance.begin(onDetection, onDump), 0; });
 }
 
 int32_t Host::feed(std::string_view chunk) {
-    return scan(instance, chunk.data(), static_cast<uint32_t>(chunk.size()));
+    return codeOf([&] {
+        const auto count = static_cast<int32_t>(instance.scan(chunk));
+        return instance.isRefused() ? ZVK_ERR_NOT_SCANNABLE : count;
+    });
+}
+
+int32_t Host::end() {
+    return codeOf([&] {
+        const auto length = static_cast<int32_t>(instance.end());
+        return instance.isRefused() ? ZVK_ERR_NOT_SCANNABLE : length;
+    });
 }
 
 int32_t Host::stream(std::string_view text, size_t chunkLength) {

@@ -2,11 +2,12 @@
 #pragma once
 
 #include <filesystem>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "zvkengine.h"
+#include "zvkengine.hpp"
 
 /// A folder that lives as long as the object.
 class TempFolder {
@@ -54,26 +55,34 @@ int32_t load(std::string_view ending, std::string_view lines,
 /// The hexadecimal text of bytes.
 std::string hex(std::string_view bytes);
 
-/// One instance and what it reported.
+/// One instance and what it reported. Its calls return what those of the C interface do.
 class Host {
   public:
-    Host();
-    ~Host();
-    Host(const Host&) = delete;
-    Host& operator=(const Host&) = delete;
-
-    int32_t begin() { return beginScan(instance, 0, &callbacks, this); }
+    int32_t begin();
     int32_t feed(std::string_view chunk);
-    int32_t end() { return endScan(instance); }
-    /// A whole stream in chunks of the size given.
-    /// @return what the end call answered
+    int32_t end();
+    /// A whole stream in chunks of the length given.
+    /// @return the result of the end call
     int32_t stream(std::string_view text, size_t chunkLength = 1 << 20);
     /// The names, and no older ones, that a stream reports.
     const std::vector<std::string>& found(std::string_view text, size_t chunkLength = 1 << 20);
 
-    void* instance;
+    void* handle() const { return instance.handle(); }
+
+    zvkengine::Instance instance;
     std::vector<int32_t> answers;    // to successive detections; 0 to all further ones
     std::vector<std::string> names;  // of the detections, in order
     std::vector<std::string> dumps;  // of the dump events
-    ZVKScanEngineCallbacks callbacks;
 };
+
+/// @return what a call of the C++ interface returns, or the code that it throws
+template <class Call>
+int32_t codeOf(Call call) {
+    try {
+        return static_cast<int32_t>(call());
+    } catch (const zvkengine::Error& error) {
+        return error.code();
+    } catch (const std::bad_alloc&) {  // of the host's own functions
+        return ZVK_ERR_NO_MEMORY;
+    }
+}

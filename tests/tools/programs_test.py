@@ -13,7 +13,7 @@ import unittest
 import zlib
 from pathlib import Path
 
-ZVK, HOST, SOURCE = sys.argv[1], sys.argv[2], Path(sys.argv[3])
+ZVK, HOSTS, SOURCE = sys.argv[1], sys.argv[2:4], Path(sys.argv[4])
 EXAMPLES = SOURCE / "examples"
 EVIL = b"<b>evilcode1!</b>"
 PAGE = b"x<br>" + b"." * 400 + EVIL
@@ -328,12 +328,14 @@ class ProgramTest(unittest.TestCase):
             found = {(row["path"], row["name"]) for row in rows}
             self.assertEqual({name for _, name in found}, names)
             for page in (EXAMPLES / "pages").iterdir():
-                status, out, _ = run(patterns, page, program=HOST)
-                told = {(str(page), name) for name in re.findall("^found: (.*)", out, re.M)}
-                self.assertEqual(told, {pair for pair in found if pair[0] == str(page)})
-                self.assertEqual(status, 1 if told else 0)
-        for arguments in (), (self.patterns, self.folder / "none"):
-            self.assertEqual(run(*arguments, program=HOST)[0], 2)
+                for host in HOSTS:
+                    status, out, _ = run(patterns, page, program=host)
+                    names = {(str(page), name) for name in re.findall("^found: (.*)", out, re.M)}
+                    self.assertEqual(names, {pair for pair in found if pair[0] == str(page)})
+                    self.assertEqual(status, 1 if names else 0)
+        for host in HOSTS:
+            for arguments in (), (self.patterns, self.folder / "none"):
+                self.assertEqual(run(*arguments, program=host)[0], 2)
 
     def test_the_readme_shows_the_host_as_it_is(self):
         self.assertIn((EXAMPLES / "host.c").read_text(), (SOURCE / "README.md").read_text())

@@ -7,7 +7,7 @@ namespace zvk {
 
 namespace {
 
-// A function's static, as it must exist before the first Command, whichever file that is in.
+// A static of a function, so that it exists before the first Command of any file is constructed.
 std::vector<const Command*>& list() {
     static std::vector<const Command*> commands;
     return commands;

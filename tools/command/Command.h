@@ -1,7 +1,8 @@
-// Command: what a subcommand gives to the program, and the list in which main() finds it.
+// Command: what main() needs to know of a subcommand, and the list in which it finds them.
 //
-// A subcommand lives in one file of its own. It defines a setup function and one Command at
-// namespace scope, whose constructor enters it in the list; CMakeLists.txt names the file.
+// Each subcommand has a file of its own. It defines a setup function and one Command at namespace
+// scope, whose constructor adds it to the list. A new subcommand needs its file and a line in
+// CMakeLists.txt, nothing else.
 #pragma once
 
 #include <functional>
@@ -19,8 +20,8 @@ namespace zvk {
 /// Runs a subcommand whose arguments have been parsed.
 using CommandAction = std::function<ExitStatus()>;
 
-/// Declares a subcommand's arguments on its parser. The action that it returns owns what the
-/// arguments are parsed into.
+/// Declares a subcommand's arguments on its parser. Returns the action, which owns the record that
+/// the arguments are parsed into.
 using CommandSetup = CommandAction (*)(CLI::App& parser);
 
 class Command {

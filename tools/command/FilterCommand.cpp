@@ -1,4 +1,4 @@
-// zvk filter: copies pages with their active elements blanked out, and scans them on the way.
+// zvk filter: copies pages with their active elements blanked out, and scans them if asked to.
 
 #include <fmt/format.h>
 
@@ -35,13 +35,15 @@ constexpr const char* kFooter = R"(Examples:
   curl -s http://localhost/ | zvk filter --scripts
   zvk filter --scan -p sample.ndb page.html > harmless.html
 
-Writes the files, or standard input, to standard output, one behind the other and each as long as it
-was, with blanks in place of the elements named: --objects applet, embed, plugin and object,
---scripts script and noscript, neither option both kinds. With --scan each file is one stream to the
-engine as well: detections (FILE: NAME) and files that the engine refuses, which are filtered all the
-same, are told on standard error.
+Copies the files, or standard input, to standard output, one after the other. Elements are replaced
+by blanks, so each copy is as long as its file. --objects replaces applet, embed, plugin and object
+elements, --scripts replaces script and noscript elements. Without either option both kinds are
+replaced.
 
-Exit status: 0 nothing blanked or found, 1 something blanked or found, 2 an error.)";
+With --scan each file is scanned too. Detections (FILE: NAME) and files that the engine refuses are
+printed on standard error. A refused file is filtered like any other.
+
+Exit status: 0 nothing blanked out or found, 1 something blanked out or found, 2 an error.)";
 
 struct FilterArguments {
     std::vector<std::string> paths;
@@ -56,28 +58,29 @@ struct FilterArguments {
     }
 };
 
-void tell(std::string_view line) {
+void report(std::string_view line) {
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
-/// The scan of one file beside its copy. What it finds is told at once, so that nothing piles up.
+/// Scans one file while it is copied. Detections are reported at once, so they need no memory.
 class SideScan {
   public:
-    /// @throws EngineError
+    /// @throws zvkengine::Error
     SideScan(StreamSource& source, const std::string& filePath)
         : path(filePath), stream(source.open(findings)) {}
 
-    /// @throws EngineError
+    /// @throws zvkengine::Error
     void scanChunk(std::string_view chunk) {
         if (stream->isRefused()) return;
         stream->scanChunk(chunk);
-        tellFindings();
+        reportFindings();
     }
-    /// @throws std::runtime_error if the engine failed at the end or logged an error before
+    /// @throws zvkengine::Error if the end call fails
+    /// @throws std::runtime_error if the engine has logged an error
     void end() {
         stream->end();
-        tellFindings();
-        if (stream->isRefused()) tell(format->refused(path));
+        reportFindings();
+        if (stream->isRefused()) report(format->refused(path));
         if (log.others().count > 0) {
             throw std::runtime_error("error of the engine: " + log.others().latest());
         }
@@ -85,10 +88,10 @@ class SideScan {
     bool hasFound() const { return found; }
 
   private:
-    void tellFindings() {
+    void reportFindings() {
         for (const Finding& finding : findings) {
             const std::string line = format->detection(path, finding.name);
-            for (uint64_t i = 0; i < finding.count; ++i) tell(line);
+            for (uint64_t i = 0; i < finding.count; ++i) report(line);
             found = true;
         }
         findings.clear();
@@ -97,14 +100,14 @@ class SideScan {
     const std::string path;
     const std::unique_ptr<ResultFormat> format = makeTextFormat();
     const ErrorLog log{1};
-    std::vector<Finding> findings;  // not told yet
+    std::vector<Finding> findings;  // not reported yet
     std::unique_ptr<ChunkStream> stream;
     bool found = false;
 };
 
-/// Writes the copy of a file.
-/// @param source  opens streams to scan it on as well, or null
-/// @return whether something was blanked or found
+/// Writes the filtered copy of a file.
+/// @param source  opens a stream to scan the file too; null to filter only
+/// @return whether something was blanked out or found
 /// @throws OutputError if the copy cannot be written
 /// @throws std::runtime_error if the file cannot be read to its end, or the engine failed
 bool filterFile(const std::string& path, uint8_t mode, StreamSource* source) {
@@ -158,9 +161,9 @@ ExitStatus run(const FilterArguments& arguments) {
 CommandAction setUp(CLI::App& parser) {
     auto arguments = std::make_shared<FilterArguments>();
     parser.add_flag("--objects", arguments->objects,
-                    "Blank applet, embed, plugin and object elements");
-    parser.add_flag("--scripts", arguments->scripts, "Blank script and noscript elements");
-    auto* scan = parser.add_flag("--scan", arguments->isScanned, "Look for signatures as well");
+                    "Blank out applet, embed, plugin and object elements");
+    parser.add_flag("--scripts", arguments->scripts, "Blank out script and noscript elements");
+    auto* scan = parser.add_flag("--scan", arguments->isScanned, "Search for signatures too");
     auto* patterns = arguments->patterns.addTo(parser)->required(false)->needs(scan);
     scan->needs(patterns);
     parser.add_option("paths", arguments->paths, "Files, or - for standard input (the default)")
@@ -172,7 +175,7 @@ CommandAction setUp(CLI::App& parser) {
     };
 }
 
-const Command kFilter("filter", "Blank out scripts and embedded objects", setUp);
+const Command kFilter("filter", "Copy files with scripts and embedded objects blanked out", setUp);
 
 }  // namespace
 

@@ -1,4 +1,4 @@
-// zvk info: tells about the engine and about a pattern set, down to the lines that are refused.
+// zvk info: prints what is known about the engine and a pattern set, and each refused line.
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -25,13 +25,16 @@ constexpr const char* kFooter = R"(Examples:
   zvk info -p sample.ndb
   zvk info -p base.ndb -u update.ndb --json
 
-Prints the engine's build time and version, the kernel (the form of the hot loops that this machine
-runs; ZVK_KERNEL in the environment, set to plain, baseline, avx2 or avx512, chooses another), the
-set's version and number of signatures, how many lines of each file were read and refused, and a
-line for each refused one (FILE:LINE: reason). The position inside a reason is the engine's own; it
-counts only the lines taken before.
+Prints
+- the engine's build time and version,
+- the kernel: which vector instructions the engine uses on this machine. The environment variable
+  ZVK_KERNEL chooses another one: plain, baseline, avx2 or avx512,
+- the version of the set and its number of signatures,
+- for each file, how many lines were read and how many were refused,
+- for each refused line, FILE:LINE: reason. A position inside the reason comes from the engine, which
+  counts only the lines that it accepted before.
 
-Exit status: 0 all lines are of use, 1 some were refused, 2 an error.)";
+Exit status: 0 all lines were accepted, 1 some were refused, 2 an error.)";
 
 struct InfoArguments {
     PatternFiles patterns;
@@ -109,7 +112,8 @@ void writeJson(const SetFacts& facts) {
 CommandAction setUp(CLI::App& parser) {
     auto arguments = std::make_shared<InfoArguments>();
     arguments->patterns.addTo(parser);
-    parser.add_flag("--json", arguments->isJson, "One JSON object a line instead of text");
+    parser.add_flag("--json", arguments->isJson,
+                    "Print one JSON object on each line instead of text");
     parser.footer(kFooter);
     return [arguments] {
         const SetFacts facts = gather(arguments->patterns);
@@ -119,7 +123,7 @@ CommandAction setUp(CLI::App& parser) {
     };
 }
 
-const Command kInfo("info", "Tell about the engine and a pattern set", setUp);
+const Command kInfo("info", "Print facts about the engine and a pattern set", setUp);
 
 }  // namespace
 

@@ -1,4 +1,4 @@
-// zvk keywords: which files hold which keywords of a list.
+// zvk keywords: prints which keywords of a list each file contains.
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -22,15 +22,16 @@ constexpr const char* kFooter = R"(Examples:
   zvk keywords -l words.txt -l more.txt --json /srv/www > results.jsonl
   curl -s http://localhost/ | zvk keywords -l words.txt -
 
-Prints a line for each keyword that a file holds (PATH: KEYWORD) and a summary: every keyword once a
-file, as it is written in the list and in the order of the lists, also if it overlaps another one.
-Files of any kind are searched as they are; the case of A to Z makes no difference, white space does.
-Folders are searched with all that is below them, symbolic links and special files left out.
+Prints a line for each keyword that a file contains (PATH: KEYWORD), then a summary. A keyword is
+printed once for each file, as the list has it and in the order of the lists. Keywords that overlap
+are all found. Files of any kind are searched, byte by byte: the case of A to Z makes no difference,
+white space does. Folders are searched with all folders inside them; symbolic links and special
+files are skipped.
 
-A list has one keyword a line, of 2 to 256 bytes. Blank lines and lines that begin with # are
-skipped. A carriage return at the end of a line is not part of the keyword, blanks around it are, and a
-byte order mark in front of the list is skipped. A keyword that cannot be used is told on standard error and left out; of keywords that differ only in
-case the first is taken.
+A list has one keyword on each line, of 2 to 256 bytes. Blank lines and lines that begin with # are
+skipped. Blanks at the start or end of a line belong to the keyword; a carriage return at the end
+does not, nor does a byte order mark at the start of the file. A keyword that cannot be used is
+reported on standard error and left out. Of keywords that differ only in case, the first is used.
 
 Exit status: 0 nothing found, 1 something found, 2 an error (also if something was found).)";
 
@@ -56,14 +57,14 @@ CommandAction setUp(CLI::App& parser) {
     auto arguments = std::make_shared<KeywordsArguments>();
     parser.add_option("-l,--list", arguments->lists, "Keyword list; may be given more than once")
         ->required()
-        ->allow_extra_args(false)  // what follows the file is a path
+        ->allow_extra_args(false)  // the next argument is a path
         ->type_name("FILE");
     arguments->run.addTo(parser);
     parser.footer(kFooter);
     return [arguments] { return run(*arguments); };
 }
 
-const Command kKeywords("keywords", "Tell which files hold which keywords of a list", setUp);
+const Command kKeywords("keywords", "Find the keywords of a list in files", setUp);
 
 }  // namespace
 

@@ -20,9 +20,9 @@ constexpr const char* kFooter = R"(Examples:
   zvk scan -p sample.db --json --first pages > results.jsonl
   curl -s http://localhost/ | zvk scan -p sample.ndb -
 
-Prints a line for each detection (PATH: NAME) and a summary. Folders are scanned with all that is
-below them, symbolic links and special files left out. Each file is one stream to the engine; one
-that is not markup is refused by it, which is no error.
+Prints a line for each detection (PATH: NAME), then a summary. Folders are scanned with all folders
+inside them; symbolic links and special files are skipped. The engine gets each file as one stream.
+It refuses files that are not markup; this is not an error.
 
 Exit status: 0 nothing found, 1 something found, 2 an error (also if something was found).)";
 
@@ -44,15 +44,15 @@ CommandAction setUp(CLI::App& parser) {
     RunOptions& options = arguments->run;
     arguments->patterns.addTo(parser);
     options.addTo(parser);
-    parser.add_option("--chunk", options.chunkLength, "Bytes to give to the engine at a time")
+    parser.add_option("--chunk", options.chunkLength, "Bytes that the engine gets at a time")
         ->check(CLI::Range(1, kLongestChunk))
         ->type_name("BYTES")
         ->capture_default_str();
     auto* all =
         parser.add_flag("--all")->description("Find all detections of a file (the default)");
-    parser.add_flag("--first", arguments->firstOnly, "Leave a file after its first detection")
+    parser.add_flag("--first", arguments->firstOnly, "Stop after the first detection in a file")
         ->excludes(all);
-    parser.add_flag("-v,--verbose", options.isVerbose, "A line for each refused file as well");
+    parser.add_flag("-v,--verbose", options.isVerbose, "Print a line for each refused file too");
     parser.footer(kFooter);
     return [arguments] { return run(*arguments); };
 }

@@ -13,7 +13,7 @@ bool isControl(unsigned char byte) {
     return byte < 0x20 || byte == 0x7F;
 }
 
-// U+0080 to U+009F in UTF-8: some terminals take them for escape sequences.
+// U+0080 to U+009F in UTF-8: some terminals read them as escape sequences.
 bool isC1(std::string_view text, size_t i) {
     if (static_cast<unsigned char>(text[i]) != 0xC2 || i + 1 == text.size()) return false;
     const auto next = static_cast<unsigned char>(text[i + 1]);

@@ -6,8 +6,8 @@
 
 namespace zvk {
 
-/// @return text with control characters (C0, DEL and, in UTF-8, C1) and backslashes escaped, so
-///         that it stays on its line, drives no terminal and can be turned back
+/// @return text with control characters (C0, DEL and, in UTF-8, C1) and backslashes escaped: it
+///         stays on one line, cannot control a terminal, and can be converted back
 std::string printable(std::string_view text);
 
 /// Writes one line to standard error: the program's name and the message, made printable.

@@ -14,8 +14,8 @@ OutputError::OutputError(int number)
 void reserveStandardDescriptors() {
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
         if (fcntl(fd, F_GETFD) != -1 || errno != EBADF) continue;
-        // open() takes the lowest free number, which is fd. Through O_PATH nothing is read or
-        // written: it fails with EBADF, as on a closed descriptor.
+        // open() uses the lowest free number, which is fd. With O_PATH a read or write fails with
+        // EBADF, as on a closed descriptor.
         if (open("/dev/null", O_PATH) == -1) _exit(2);
     }
 }

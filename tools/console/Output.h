@@ -1,5 +1,5 @@
-// Output: the program's results on standard output. A result that cannot be written is an error
-// of the run (a full disk, a reader that has gone), never a silent loss.
+// Output: the program's results on standard output. A result that cannot be written (a full disk, a
+// closed pipe) is an error of the run, never a silent loss.
 #pragma once
 
 #include <string_view>
@@ -7,22 +7,22 @@
 
 namespace zvk {
 
-/// Standard output cannot be written; its code() tells why.
+/// Standard output cannot be written; its code() is the reason.
 class OutputError : public std::system_error {
   public:
     explicit OutputError(int number);
 };
 
-/// Makes sure that the descriptors 0 to 2 are open, so that no file that is opened later takes
-/// one of their numbers and is read or overwritten as a standard stream. A closed one still
-/// fails when it is used.
+/// Makes sure that the descriptors 0 to 2 are open. Otherwise a file that is opened later could get
+/// one of these numbers, and would be read or overwritten as a standard stream. A stream that was
+/// closed still fails when it is used.
 void reserveStandardDescriptors();
 
 /// Writes text to standard output through its stdio buffer.
 /// @throws OutputError
 void writeOutput(std::string_view text);
 
-/// Hands on what the buffer of standard output holds.
+/// Writes out the buffer of standard output.
 /// @throws OutputError
 void flushOutput();
 

@@ -16,7 +16,7 @@ constexpr std::chrono::milliseconds kRedraw{200};
 constexpr unsigned kBarWidth = 24;  // the whole line fits into 80 columns
 
 std::string drawing(uint64_t done, uint64_t total) {
-    // Bytes that were not foreseen (a file that has grown) do not take it past its end.
+    // A file may have grown since it was measured; the bar still ends at 100 %.
     const double share = std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
     const auto filled = static_cast<unsigned>(share * kBarWidth);
     return fmt::format("[{:#<{}}{:.<{}}] {:3}%  ", "", filled, "", kBarWidth - filled,

@@ -1,9 +1,9 @@
-// ProgressBar: one line on standard error that tells how far a long run has come.
+// ProgressBar: one line on standard error that shows how much of a long run is done.
 //
-// It is drawn by a thread of its own, only if standard error is a terminal, and only when the run
-// lasts longer than a second. Results may go to the same terminal: whoever writes them holds a
-// Hidden, which takes the line away and keeps it away.
-// Threads: all functions may be called from any thread.
+// A thread of its own draws it, only if standard error is a terminal, and only if the run takes
+// longer than a second. Results may go to the same terminal. Code that writes them creates a
+// Hidden, which erases the line and keeps it off until the results are written. Threads: all
+// functions may be called from any thread.
 #pragma once
 
 #include <atomic>
@@ -19,7 +19,7 @@ namespace zvk {
 class ProgressBar {
   public:
     ProgressBar();
-    /// Takes the line away for good.
+    /// Erases the line.
     ~ProgressBar();
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
@@ -29,10 +29,10 @@ class ProgressBar {
 
     void addBytes(uint64_t count) { bytesDone.fetch_add(count, std::memory_order_relaxed); }
     void addFile() { filesDone.fetch_add(1, std::memory_order_relaxed); }
-    /// Tells how many bytes the whole run has; until then no share of it is shown.
+    /// Sets the number of bytes of the whole run. Before that no percentage is shown.
     void setTotal(uint64_t bytes) { bytesTotal.store(bytes, std::memory_order_relaxed); }
 
-    /// Keeps the line off the terminal while it lives.
+    /// Keeps the line off the terminal while this object exists.
     class Hidden {
       public:
         explicit Hidden(ProgressBar& bar);
@@ -52,7 +52,7 @@ class ProgressBar {
     std::atomic<uint64_t> filesDone{0};
     std::atomic<uint64_t> bytesTotal{0};  // 0 while not known
     std::mutex mutex;                     // guards the terminal and isDrawn
-    std::condition_variable_any wakeUp;   // never signalled but by a stop
+    std::condition_variable_any wakeUp;   // signalled only by a stop
     bool isDrawn = false;
     std::jthread thread;  // the last: it uses all the others
 };

@@ -17,7 +17,7 @@ class TextFormat : public ResultFormat {
     std::string refused(const std::string& path) const override {
         return fmt::format("{}: (not scannable)\n", printable(path));
     }
-    // Standard error has it in any case.
+    // Nothing: errors are always printed on standard error.
     std::string error(const std::string&, const std::string&) const override { return {}; }
     std::string summary(const ScanTotals& totals) const override {
         return fmt::format(

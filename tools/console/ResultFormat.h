@@ -20,7 +20,7 @@ struct ScanTotals {
     }
 };
 
-/// Each function returns one line with its line end, or nothing where the format leaves it out.
+/// Each function returns one line with its line end, or nothing if the format has no such line.
 class ResultFormat {
   public:
     virtual ~ResultFormat() = default;

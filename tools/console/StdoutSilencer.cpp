@@ -24,7 +24,7 @@ StdoutSilencer::StdoutSilencer() {
 }
 
 StdoutSilencer::~StdoutSilencer() {
-    std::fflush(stdout);  // what the engine left in the buffer goes to /dev/null as well
+    std::fflush(stdout);  // the engine's texts in the buffer go to /dev/null too
     dup2(saved, STDOUT_FILENO);
     close(saved);
 }

@@ -1,8 +1,8 @@
 // StdoutSilencer: keeps the engine's own texts out of the results.
 //
-// The engine writes the reason of every pattern line that it refuses to standard output. While a
-// StdoutSilencer lives, descriptor 1 leads to /dev/null; the results written before and after it
-// are not touched. It works on the whole process: no other thread may write results meanwhile.
+// For every pattern line that it refuses, the engine writes the reason to standard output. While a
+// StdoutSilencer exists, descriptor 1 is /dev/null. Results written before and after are not lost.
+// It changes the whole process: no other thread may write results meanwhile.
 #pragma once
 
 namespace zvk {

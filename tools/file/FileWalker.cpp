@@ -30,7 +30,7 @@ std::optional<InputFile> FileWalker::next() {
 std::optional<InputFile> FileWalker::enterGiven(const std::string& path) {
     std::error_code error;
     if (path != kStandardInput && fs::is_directory(path, error)) return open(path);
-    // A missing file is told by the one who opens it, as it may be gone by then in any case.
+    // A missing file is reported by the code that opens it: it could be deleted before that anyway.
     return InputFile{path, true, {}};
 }
 
@@ -45,7 +45,7 @@ std::optional<InputFile> FileWalker::enterNext(Folder& folder) {
     return std::nullopt;
 }
 
-// Pushes the folder, which ends the life of references into folders.
+// Adds to folders, so references to its elements are no longer valid after the call.
 std::optional<InputFile> FileWalker::open(const std::string& path) {
     Folder folder{path.ends_with('/') ? path : path + '/', {}};
     std::error_code error;

@@ -1,9 +1,11 @@
 // FileWalker: turns the paths of a command line into the files to be scanned, one at a time.
 //
-// Folders are walked in depth, the entries of each sorted by name (as bytes), so that the order is
-// the same on every run. Below a given path symbolic links are not followed and special files are
-// skipped; a path that is given itself is taken whatever it is. Only the names in the folders
-// between the given path and the current file are held.
+// Folders are walked depth first, the entries of each sorted by name (as bytes), so the order is
+// the same on every run. In folders, symbolic links are not followed and special files are skipped.
+// A path on the command line is used whatever it is. Memory: the names in the folders between the
+// given path and the current file.
+//
+// Example: "a" with the entries "a/x" (a folder with the file "y") and "a/z" gives a/x/y, a/z.
 #pragma once
 
 #include <cstddef>
@@ -13,20 +15,20 @@
 
 namespace zvk {
 
-/// Stands for standard input among the paths.
+/// The path that means standard input.
 inline constexpr const char* kStandardInput = "-";
 
 struct InputFile {
     std::string path;
-    bool isGiven = false;  // named by the user, not met in a folder
-    std::string error;     // why it cannot be scanned; empty if nothing is known against it
+    bool isGiven = false;  // named by the user, not found in a folder
+    std::string error;     // why it cannot be scanned; empty if no reason is known
 };
 
 class FileWalker {
   public:
     explicit FileWalker(std::vector<std::string> givenPaths);
 
-    /// @return the next file or what cannot be walked, told by its error; nothing at the end
+    /// @return the next file, or a path that cannot be walked, with its error; nothing at the end
     std::optional<InputFile> next();
 
   private:

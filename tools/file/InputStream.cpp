@@ -17,8 +17,8 @@ std::string describe(const char* what, int number) {
     return fmt::format("{}: {}", what, std::generic_category().message(number));
 }
 
-// A file met in a folder was a regular one then. Should something else stand in its place by now,
-// it is neither followed nor waited for.
+// A file found in a folder was a regular file when it was found. Something else may have its name
+// by now: a symbolic link is not followed (O_NOFOLLOW), a pipe is not waited for (O_NONBLOCK).
 int openDescriptor(const InputFile& input) {
     if (input.path == kStandardInput) return fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
     const int guard = input.isGiven ? 0 : O_NOFOLLOW | O_NONBLOCK;
@@ -50,8 +50,8 @@ size_t InputStream::read(char* buffer, size_t length) {
     return count;
 }
 
-// The sizes that the system tells are compared with each other, not with the bytes read: files of
-// /proc and /sys tell sizes that have nothing to do with their content, but these do not change.
+// The file's size at the end is compared with its size at the start, not with the bytes read: files
+// of /proc and /sys have sizes that differ from their content, but these sizes do not change.
 std::string InputStream::failure() const {
     if (readError != 0) return describe("cannot read", readError);
     struct stat status {};

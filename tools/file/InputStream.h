@@ -20,9 +20,10 @@ class InputStream {
     ///         failure
     size_t read(char* buffer, size_t length);
 
-    /// Call it when read() has come to the end.
-    /// @return what is wrong with the bytes read: a failed read, or a file whose size is no longer
-    ///         the one that it was opened with; empty if nothing is
+    /// Call it when read() has reached the end.
+    /// @return what is wrong with the bytes read: a read failed, or the file's size has changed
+    /// since
+    ///         it was opened; empty if nothing is wrong
     std::string failure() const;
 
   private:

@@ -1,5 +1,4 @@
-// ChunkStream: what the bytes of one file are given to, chunk by chunk; and where such streams come
-// from.
+// ChunkStream: receives the bytes of one file, chunk by chunk. StreamSource: opens such streams.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +9,8 @@
 
 namespace zvk {
 
-/// Detections of one name in a row: a hostile file can hold hundreds of millions of them.
+/// A number of detections of the same name, one directly after the other. They are counted, not
+/// listed: a hostile file can have hundreds of millions of them.
 struct Finding {
     std::string name;
     uint64_t count = 0;
@@ -24,7 +24,7 @@ class ChunkStream {
     /// @throws std::exception if it cannot go on
     virtual bool scanChunk(std::string_view chunk) = 0;
 
-    /// Ends the stream, which can bring findings.
+    /// Ends the stream; this can add findings.
     /// @throws std::exception if that fails
     virtual void end() = 0;
 
@@ -37,7 +37,7 @@ class StreamSource {
   public:
     virtual ~StreamSource() = default;
 
-    /// @param findings  the place for what the stream finds; borrowed for the stream's life
+    /// @param findings  the stream appends what it finds; borrowed for the stream's life
     /// @throws std::exception if no stream can be opened
     virtual std::unique_ptr<ChunkStream> open(std::vector<Finding>& findings) = 0;
 };

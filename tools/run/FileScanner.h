@@ -19,21 +19,21 @@ struct FileReport {
     uint64_t bytes = 0;     // read; a refused stream is not read to its end
     bool isStream = false;  // the file could be opened
     bool isRefused = false;
-    std::string error;  // empty if all went well; findings made before it count all the same
+    std::string error;  // empty if all went well; findings from before the error are valid
     std::vector<Finding> findings;
 };
 
 class FileScanner {
   public:
     /// @param streamSource  opens a stream for each file
-    /// @param bytesAtATime  length of the chunks that a stream is given
-    /// @param progressBar   is told of the bytes read; borrowed for this object's life
+    /// @param bytesAtATime  length of the chunks
+    /// @param progressBar   counts the bytes read; borrowed for this object's life
     /// @throws std::bad_alloc if there is no memory for the chunk buffer
     FileScanner(std::unique_ptr<StreamSource> streamSource, uint32_t bytesAtATime,
                 ProgressBar& progressBar);
 
-    /// Failures of the file or of its stream are told in the report.
-    /// @param stop  ends the scan early, with a report of no use
+    /// If the file or its stream fails, the report has the reason.
+    /// @param stop  ends the scan early; the report is then not complete
     FileReport scanFile(const InputFile& input, const std::stop_token& stop);
 
   private:

@@ -8,8 +8,8 @@
 
 #include "keyword/ZVKKeywordMatcher.h"
 #include "scan/BodyMatcher.h"
+#include "set/LoweredText.h"
 #include "store/load/BmList.h"
-#include "support/Ascii.h"
 #include "support/DecimalNumber.h"
 #include "support/ScrambledName.h"
 
@@ -24,12 +24,6 @@ using STREAMENGINE_SPACE::SearchText;
 using STREAMENGINE_SPACE::ZVKKeywordMatcher;
 
 }  // namespace
-
-std::string loweredText(std::string_view text) {
-    std::string lowered(text);
-    for (char& c : lowered) c = QLT_SPACE::lowered(c);
-    return lowered;
-}
 
 class KeywordFinder::Layer {
   public:
@@ -77,8 +71,10 @@ KeywordFinder::KeywordFinder(const std::vector<std::string>& keywords) {
     for (const auto& keyword : keywords) sorted.push_back({sorted.size(), loweredText(keyword)});
     std::sort(sorted.begin(), sorted.end(),
               [](const auto& a, const auto& b) { return a.keyword < b.keyword; });
-    // By the store, and by how many keywords of the same store begin the keyword. A keyword follows
-    // directly behind those that begin it, or behind others that they begin.
+    // A keyword's layer is its store and its depth: how many keywords of that store are prefixes of
+    // it. In sorted order, its prefixes come before it, and between a prefix and the keyword there
+    // are only keywords with that same prefix. So a stack of prefixes is enough: "ab", "abc",
+    // "abcd", "abx" have the depths 0, 1, 2 and 1.
     std::map<std::pair<bool, size_t>, std::vector<Layer::Member>> groups;
     std::vector<std::string> beginnings[2];
     for (auto& member : sorted) {
@@ -98,7 +94,7 @@ KeywordFinder::KeywordFinder(const std::vector<std::string>& keywords) {
 KeywordFinder::~KeywordFinder() = default;
 
 void KeywordFinder::search(std::string_view text, std::vector<bool>& found) const {
-    std::string padded(text);  // a search reads a little behind the end
+    std::string padded(text);  // a search reads a few bytes after the end
     padded.append(STREAMENGINE_SPACE::SearchText::kSlack, '\0');
     const std::string_view readable(padded.data(), text.size());
     for (const auto& layer : layers) layer->search(readable, found);

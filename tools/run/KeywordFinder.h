@@ -1,13 +1,23 @@
-// KeywordFinder: tells all keywords that a text holds, where the engine tells the first one.
+// KeywordFinder: finds all keywords that occur in a text. The engine reports only the first one.
 //
-// After a match the search goes on one byte behind its start, so that keywords which overlap it are
-// found too. That is right only if each match is the leftmost one and nothing else begins where it
-// does. Hence the layers: in one layer no keyword begins another, and all keywords of a layer are
-// in the same store of the engine, which searches one after the other. Of such a layer the engine
-// reports the matches in the order of their starts. A layer costs a pass over the text: a list in
-// which no keyword begins another makes two layers, one of "aa", "aaa" and so on as many as words.
+// The idea: after a match, search again from one byte after its start. So keywords that overlap the
+// match are found too. Example: "abc" and "bcd" in "xabcd". The first search finds "abc" at 1, the
+// second starts at 2 and finds "bcd".
 //
-// Threads: any number of them may search at once.
+// Nothing is missed if each match is the leftmost one in the rest of the text, and if no other
+// keyword begins at the same byte. Two things would break that:
+//   - One keyword is a prefix of another: "abc" and "abcd" begin at the same byte, and only one of
+//     them is reported.
+//   - The engine keeps keywords of 2 to 9 bytes and longer ones in two stores and searches one
+//   store
+//     after the other, so a short keyword is reported before a longer one further left.
+// So the keywords are split into layers. All keywords of a layer are in the same store, and none is
+// a prefix of another. Each layer is searched by itself.
+//
+// Cost: one pass over the text for each layer. A list without prefixes has two layers at most, one
+// for each store; the list "aa", "aaa", "aaaa" has three.
+//
+// Threads: any number of them may search at the same time.
 #pragma once
 
 #include <cstddef>
@@ -18,19 +28,15 @@
 
 namespace zvk {
 
-/// @return text with A to Z in lower case
-std::string loweredText(std::string_view text);
-
 class KeywordFinder {
   public:
-    /// @param keywords  each one that the engine takes, no two the same in lower case
-    /// @throws std::runtime_error if the engine cannot take them over
+    /// @param keywords  keywords that the engine accepts; no two are the same in lower case
+    /// @throws std::runtime_error if the engine has no memory for them
     explicit KeywordFinder(const std::vector<std::string>& keywords);
     ~KeywordFinder();
 
-    /// Marks each keyword that occurs in text.
-    /// @param text   lowered, shorter than 4 GiB
-    /// @param found  one mark a keyword, by index; marks made before stay
+    /// Sets found[i] for each keyword i that occurs in text; the others are left as they are.
+    /// @param text   in lower case, shorter than 4 GiB
     void search(std::string_view text, std::vector<bool>& found) const;
 
     /// @return bytes of the longest keyword

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "set/LoweredText.h"
+
 namespace zvk {
 
 KeywordStream::KeywordStream(const KeywordFinder& keywordFinder,

@@ -1,5 +1,8 @@
-// KeywordStream: one file that is searched for keywords, in windows that overlap by the longest
-// keyword less one byte, so that none is cut and memory does not grow with the file.
+// KeywordStream: one file that is searched for keywords.
+//
+// It searches windows: each chunk with the last bytes of the text before it, one byte less than the
+// longest keyword. So a keyword that is cut by the end of a chunk is whole in the next window, and
+// memory does not grow with the file.
 #pragma once
 
 #include <memory>
@@ -13,13 +16,13 @@ namespace zvk {
 
 class KeywordStream : public ChunkStream {
   public:
-    /// Borrows all for its life.
+    /// All are borrowed for this object's life.
     KeywordStream(const KeywordFinder& keywordFinder, const std::vector<std::string>& keywordList,
                   std::vector<Finding>& places);
 
     bool scanChunk(std::string_view chunk) override;
 
-    /// Tells each keyword found, once, in the order of the list.
+    /// Appends each keyword found to the findings, once, in the order of the list.
     void end() override;
 
   private:
@@ -27,13 +30,13 @@ class KeywordStream : public ChunkStream {
     const std::vector<std::string>& keywords;
     std::vector<Finding>& findings;
     std::vector<bool> found;
-    std::string window;  // lowered
+    std::string window;  // in lower case
 };
 
-/// Opens such streams; for any number of threads, one object each.
+/// Opens such streams. Each thread needs an object of its own; the finder is shared.
 class KeywordStreams : public StreamSource {
   public:
-    /// Borrows both for its life.
+    /// Both are borrowed for this object's life.
     KeywordStreams(const KeywordFinder& keywordFinder, const std::vector<std::string>& keywordList)
         : finder(keywordFinder), keywords(keywordList) {}
 

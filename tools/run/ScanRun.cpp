@@ -27,13 +27,13 @@ namespace zvk {
 
 namespace {
 
-// Files under way for each that is scanned at a time: the others wait behind a slow file for their
-// turn to be written, and their threads go on with more.
+// Files in the pipeline for each job. Results are written in order, so files that are done wait for
+// a slow one before them. Their threads meanwhile go on with this many more files.
 constexpr size_t kFilesPerJob = 8;
 constexpr int kMostJobs = 1024;
 
-// Adds up the sizes for the progress bar. The answer is given up when a given path is something
-// whose size is not known, standard input for instance.
+// Adds up the sizes for the progress bar. Gives up at a path whose size is not known, standard
+// input for instance; the bar then shows no percentage.
 void measure(const std::stop_token& stop, const std::vector<std::string>& paths, ProgressBar& bar) {
     FileWalker walker(paths);
     uint64_t total = 0;
@@ -47,7 +47,7 @@ void measure(const std::stop_token& stop, const std::vector<std::string>& paths,
     bar.setTotal(total);
 }
 
-// Writes the reports of files, one after the other, and adds them up.
+// Writes the reports of the files, one after the other, and adds up the totals.
 class Reporter {
   public:
     Reporter(const ResultFormat& resultFormat, bool verbose, ProgressBar& progressBar)
@@ -98,7 +98,7 @@ void scanAll(const RunOptions& options,
     FileWalker walker(options.paths);
     tbb::enumerable_thread_specific<FileScanner> scanners(
         [&] { return FileScanner(makeSource(), options.chunkLength, progress); });
-    // An exception that leaves a stage would leave the reports that wait for the next one unfreed.
+    // No exception may leave a stage: the reports that wait for the next stage would not be freed.
     std::stop_source stop;
     std::exception_ptr failure;
     const auto nextFile = [&](tbb::flow_control& control) {
@@ -131,11 +131,11 @@ void scanAll(const RunOptions& options,
 
 void RunOptions::addTo(CLI::App& parser) {
     jobs = static_cast<uint32_t>(std::clamp(tbb::info::default_concurrency(), 1, kMostJobs));
-    parser.add_option("-j,--jobs", jobs, "Files to scan at a time")
+    parser.add_option("-j,--jobs", jobs, "Files that are scanned at the same time")
         ->check(CLI::Range(1, kMostJobs))
         ->type_name("N")
         ->capture_default_str();
-    parser.add_flag("--json", isJson, "One JSON object a line instead of text");
+    parser.add_flag("--json", isJson, "Print one JSON object on each line instead of text");
     parser.add_option("paths", paths, "Files, folders, or - for standard input")
         ->required()
         ->type_name("PATH");
@@ -152,7 +152,7 @@ ExitStatus runScan(const RunOptions& options,
     }
     const auto format = options.isJson ? makeJsonFormat() : makeTextFormat();
     Reporter reporter(*format, options.isVerbose, progress);
-    // The arena has a place for each job, the control lets more threads run than there are cores.
+    // The arena has a slot for each job. The control allows more threads than there are cores.
     const tbb::global_control control(tbb::global_control::max_allowed_parallelism, options.jobs);
     tbb::task_arena arena(static_cast<int>(options.jobs));
     arena.execute([&] { scanAll(options, makeSource, progress, reporter); });

@@ -1,4 +1,4 @@
-// ScanRun: one run over many files, several of them at a time, with the results in their order.
+// ScanRun: one run over many files. Several are scanned at a time; the results keep their order.
 #pragma once
 
 #include <cstdint>
@@ -27,10 +27,10 @@ struct RunOptions {
     void addTo(CLI::App& parser);
 };
 
-/// Scans the files. Results go to standard output, what went wrong with a file to standard error
-/// as well.
-/// @param makeSource  makes a source of streams for each thread that scans; called from them
-/// @throws OutputError if results cannot be written; the run is broken off
+/// Scans the files. Results go to standard output; errors go to standard error too.
+/// @param makeSource  makes the source of streams of one thread; called once on each thread that
+///                    scans
+/// @throws OutputError if results cannot be written; the run ends there
 ExitStatus runScan(const RunOptions& options,
                    const std::function<std::unique_ptr<StreamSource>()>& makeSource);
 

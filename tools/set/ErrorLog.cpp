@@ -8,10 +8,11 @@ namespace zvk {
 
 namespace {
 
-// Begins the line of a refused line of a plain pattern file; the reason follows.
+// The log line of a refused pattern line begins with this text, fixed by the engine; the reason
+// follows.
 constexpr std::string_view kRefusedPrefix = "container.addString :";
 
-thread_local ErrorLog* current = nullptr;  // borrowed; the one that lives on this thread
+thread_local ErrorLog* current = nullptr;  // borrowed; the one of this thread, if any
 
 }  // namespace
 
@@ -28,7 +29,7 @@ void ErrorLog::install() {
     setOptions(ZVK_OPTION_LOG, &options);
 }
 
-// Called by the engine, which no exception may pass: a line that finds no memory is only counted.
+// No exception may enter the engine. If there is no memory for a line, it is only counted.
 void ErrorLog::onLogLine(const char* line) {
     if (current == nullptr || line[0] != '1') return;
     try {

@@ -1,8 +1,10 @@
-// ErrorLog: gathers the engine's error lines, so that each can be told with what caused it.
+// ErrorLog: collects the engine's error lines, so that each is reported with the file it belongs
+// to.
 //
-// The engine's log function is one per process and gets no context, but it is called on the
-// thread whose call caused the line. So an ErrorLog collects the lines of the thread that made
-// it, for as long as it lives; lines of a thread without one are dropped. At most one per thread.
+// A process has one log function, which is not passed any context. But the engine calls it on the
+// thread whose call caused the line. So an ErrorLog collects the lines of the thread that created
+// it, until it is destroyed. Lines of a thread without an ErrorLog are dropped. At most one per
+// thread.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +20,7 @@ class ErrorLog {
   public:
     struct Lines {
         uint64_t count = 0;
-        std::deque<std::string> last;  // oldest first; may lack some, when memory runs out
+        std::deque<std::string> last;  // oldest first; some are missing if memory ran out
 
         std::string latest() const { return last.empty() ? "out of memory" : last.back(); }
     };
@@ -31,12 +33,12 @@ class ErrorLog {
     ErrorLog(const ErrorLog&) = delete;
     ErrorLog& operator=(const ErrorLog&) = delete;
 
-    /// Tells the engine to log errors here. Call it once, before anything else of the engine.
+    /// Makes the engine log its errors here. Call it once, before any other call of the engine.
     static void install();
 
     /// @return the reasons of the refused lines of plain pattern files
     const Lines& refused() const { return refusedLines; }
-    /// @return all other error lines, without the character for their kind
+    /// @return all other error lines, without their first character, the kind
     const Lines& others() const { return otherLines; }
 
   private:

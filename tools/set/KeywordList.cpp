@@ -12,7 +12,7 @@
 #include "file/FileWalker.h"
 #include "file/InputStream.h"
 #include "keyword/ZVKKeywordMatcher.h"
-#include "run/KeywordFinder.h"
+#include "set/LoweredText.h"
 
 namespace zvk {
 
@@ -42,9 +42,9 @@ bool isSkipped(std::string_view line) {
     return line.starts_with('#') || line.find_first_not_of(" \t") == line.npos;
 }
 
-/// @return why the engine does not take a keyword; empty if it does
+/// @return why the engine does not accept a keyword; empty if it does
 std::string objection(std::string_view keyword) {
-    if (keyword.find('\0') != keyword.npos) return "it holds a NUL byte";
+    if (keyword.find('\0') != keyword.npos) return "it contains a NUL byte";
     if (keyword.size() >= ZVKKeywordMatcher::kShortestKeyword &&
         keyword.size() <= ZVKKeywordMatcher::kLongestKeyword) {
         return {};
@@ -53,7 +53,7 @@ std::string objection(std::string_view keyword) {
                        ZVKKeywordMatcher::kShortestKeyword, ZVKKeywordMatcher::kLongestKeyword);
 }
 
-/// @return so much of a line as helps to find it
+/// @return the start of a line, enough to find it in a file
 std::string shortened(std::string_view line) {
     constexpr size_t kShown = 40;  // bytes
     return std::string(line.substr(0, kShown)) + (line.size() > kShown ? "..." : "");
@@ -63,7 +63,7 @@ std::string shortened(std::string_view line) {
 
 std::vector<std::string> readKeywordLists(const std::vector<std::string>& paths) {
     std::vector<std::string> keywords;
-    std::unordered_set<std::string> known;  // lowered
+    std::unordered_set<std::string> known;  // in lower case
     for (const std::string& path : paths) {
         const std::string content = readFile(path);
         std::string_view rest = content;

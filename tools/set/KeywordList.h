@@ -1,4 +1,4 @@
-// KeywordList: the keywords of the files that a user names.
+// KeywordList: reads the keyword lists that a user names.
 #pragma once
 
 #include <stdexcept>
@@ -13,11 +13,11 @@ class KeywordListError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Reads lists of one keyword a line. Blank lines and lines that begin with "#" are skipped, and of
-/// each line a carriage return at its end; blanks around a keyword are part of it. Keywords that
-/// the engine does not take are told on standard error with their file and line. Of keywords that
-/// differ in nothing but the case of A to Z the first is kept.
-/// @return the keywords in the order of the files, one at least
+/// Reads lists with one keyword on each line. Blank lines and lines that begin with "#" are
+/// skipped. A carriage return at the end of a line is dropped; blanks around a keyword are part of
+/// it. Keywords that the engine does not accept are reported on standard error with file and line.
+/// Of keywords that differ only in the case of A to Z, the first is kept.
+/// @return the keywords in the order of the files, at least one
 /// @throws KeywordListError
 std::vector<std::string> readKeywordLists(const std::vector<std::string>& paths);
 

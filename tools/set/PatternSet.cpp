@@ -19,7 +19,7 @@ namespace {
 constexpr size_t kKeptLogLines = 1000;
 constexpr std::string_view kUnknownFile = "Unknown VQEngine pattern file:";
 
-// A file of an unknown name is no failure to the engine: it loads nothing from it and goes on.
+// To the engine a file of an unknown name is not a failure: it loads nothing from it and goes on.
 void checkNamesKnown(const ErrorLog& log, const std::string& fileNames) {
     const auto& lines = log.others().last;
     const bool isKnown = std::none_of(lines.begin(), lines.end(), [](const std::string& line) {
@@ -33,7 +33,7 @@ void checkNamesKnown(const ErrorLog& log, const std::string& fileNames) {
                     fileNames));
 }
 
-// The last line tells that the load failed, those before it, if any, what was wrong with a file.
+// The last line says that the load failed. Lines before it, if any, say what is wrong with a file.
 std::string failureReason(const ErrorLog& log) {
     const auto& lines = log.others().last;
     const auto first = lines.size() > 3 ? lines.end() - 3 : lines.begin();
@@ -64,19 +64,14 @@ PatternSet::PatternSet(const PatternFiles& patternFiles) : fileNames(patternFile
     }
     ErrorLog::install();
     ErrorLog log(kKeptLogLines);
-    const _ZVKPatternFile files{patternFiles.base.c_str(), patternFiles.update.empty()
-                                                               ? nullptr
-                                                               : patternFiles.update.c_str()};
-    int32_t result = 0;
-    {
+    try {
         const StdoutSilencer silencer;
-        result = loadPattern(&files);
-    }
-    if (result != 0) {
+        set.load(patternFiles.base, patternFiles.update);
+    } catch (const zvkengine::Error&) {
         throw PatternError(fmt::format("cannot load {}: {}", fileNames, failureReason(log)));
     }
     checkNamesKnown(log, fileNames);
-    getPatternInfo(&patternInfo);
+    patternInfo = zvkengine::Set::info();
     refusedLineCount = log.refused().count;
     otherLossCount = log.others().count;
     lastOtherLoss = log.others().latest();

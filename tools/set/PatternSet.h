@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "zvkengine.h"
+#include "zvkengine.hpp"
 
 namespace CLI {
 class App;
@@ -24,21 +24,19 @@ struct PatternFiles {
 
 class PatternSet {
   public:
-    /// Loads the files into the engine, which holds nothing yet. Standard output stays clean.
+    /// Loads the files into the engine, which must be empty. Standard output stays clean.
     /// @throws PatternError
     explicit PatternSet(const PatternFiles& patternFiles);
-    ~PatternSet() { destroyEngine(); }
-    PatternSet(const PatternSet&) = delete;
-    PatternSet& operator=(const PatternSet&) = delete;
 
-    /// Tells on standard error what the set lacks: refused lines, other losses, all signatures.
+    /// Writes to standard error what the set lacks: refused lines, other losses, or everything.
     void complainAboutLosses() const;
 
-    const _ZVKPatternInfo& info() const { return patternInfo; }
+    const ZVKPatternInfo& info() const { return patternInfo; }
 
   private:
-    std::string fileNames;  // as told in messages
-    _ZVKPatternInfo patternInfo{};
+    zvkengine::Set set;
+    std::string fileNames;  // as written in messages
+    ZVKPatternInfo patternInfo{};
     uint64_t refusedLineCount = 0;
     uint64_t otherLossCount = 0;
     std::string lastOtherLoss;
