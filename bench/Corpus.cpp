@@ -6,7 +6,7 @@
 #include <numeric>
 #include <stdexcept>
 
-#include "Random.h"
+#include "testing/Random.h"
 
 namespace {
 

@@ -56,18 +56,17 @@ std::vector<SignaturePart> sharedOpening(Random& random) {
 std::vector<SignaturePart> sharedWildcards(Random& random) {
     SignaturePart part = literalPart("<iframe");
     part.elements.emplace_back();
-    const auto rest = literalPart(std::string("src=") + random.text(kWord, random.between(6, 20)));
-    part.elements.insert(part.elements.end(), rest.elements.begin(), rest.elements.end());
+    appendLiteral(part, std::string("src=") + random.text(kWord, random.between(6, 20)));
     return {part};
 }
 
 std::vector<SignaturePart> presentFirstPart(Random& random) {
     constexpr std::array<std::string_view, 4> kFirst = {"<script>", "eval(", "unescape(",
                                                         "<iframe"};
-    constexpr std::array<std::string_view, 4> kGaps = {"*", "{-200}", "{5-}", "{2-90}"};
+    const std::array<Gap, 4> gaps = {Gap(), Gap::atMost(200), Gap::atLeast(5), Gap::between(2, 90)};
     return {literalPart(random.pick(kFirst)),
             literalPart(std::string("document.") + random.text(kWord, random.between(6, 20)),
-                        random.pick(kGaps))};
+                        random.pick(gaps))};
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Corpus.h"
-#include "Signature.h"
+#include "testing/Signature.h"
 
 struct HostileCase {
     std::string name;

@@ -36,20 +36,18 @@ std::string escaped(char byte) {
     return {'\\', 'x', kDigits[value >> 4], kDigits[value & 15]};
 }
 
-/// "{n}" stays, "{-m}" becomes "{0,m}", "{n-}" and "{n-m}" get their comma.
-std::string expressionOf(const std::string& gap) {
-    if (gap.empty()) return {};
-    if (gap == "*") return ".*";
-    std::string bounds = gap;
-    const size_t dash = bounds.find('-');
-    if (dash != bounds.npos) bounds.replace(dash, 1, dash == 1 ? "0," : ",");
-    return "." + bounds;
+std::string expressionOf(const Gap& gap) {
+    if (gap.form == Gap::Form::Any) return ".*";
+    const std::string least = std::to_string(gap.least);
+    if (gap.form == Gap::Form::Exactly) return ".{" + least + "}";
+    const bool isBounded = gap.form != Gap::Form::AtLeast;
+    return ".{" + least + "," + (isBounded ? std::to_string(gap.most) : "") + "}";
 }
 
 std::string expressionOf(const Signature& signature) {
     std::string out;
     for (const SignaturePart& part : signature.parts) {
-        out += expressionOf(part.gap);
+        if (&part != signature.parts.data()) out += expressionOf(part.gap);
         for (const Element& element : part.elements) {
             if (element.size() != 1) out += element.empty() ? "." : "[";
             for (const char byte : element) out += escaped(byte);

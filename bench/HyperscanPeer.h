@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "Corpus.h"
-#include "Signature.h"
+#include "testing/Signature.h"
 
 /// What is done with a chunk before it is matched.
 enum class PeerWork {

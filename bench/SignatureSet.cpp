@@ -29,13 +29,12 @@ void addWildcards(SignaturePart& part, Random& random) {
     }
 }
 
-std::string gap(Random& random) {
-    if (random.chance(50)) return "*";
-    const size_t low = random.between(1, kWidestGap);
-    const std::string least = std::to_string(low);
-    const std::string most = std::to_string(low + random.between(1, kWidestGap));
-    const std::array<std::string, 4> kinds = {least, least + "-" + most, least + "-", "-" + most};
-    return "{" + random.pick(kinds) + "}";
+Gap makeGap(Random& random) {
+    if (random.chance(50)) return {};
+    const auto least = static_cast<uint32_t>(random.between(1, kWidestGap));
+    const auto most = least + static_cast<uint32_t>(random.between(1, kWidestGap));
+    return random.pick(std::array{Gap::exactly(least), Gap::between(least, most),
+                                  Gap::atLeast(least), Gap::atMost(most)});
 }
 
 std::vector<SignaturePart> body(TextSource& source, Random& random) {
@@ -47,7 +46,7 @@ std::vector<SignaturePart> body(TextSource& source, Random& random) {
     }
     std::vector<SignaturePart> parts;
     for (const std::string& text : source.pieces(random, random.between(2, 3))) {
-        parts.push_back(literalPart(text, parts.empty() ? "" : gap(random)));
+        parts.push_back(literalPart(text, parts.empty() ? Gap() : makeGap(random)));
     }
     return parts;
 }
@@ -72,7 +71,8 @@ std::string plainLines(size_t count, uint64_t seed) {
     Random random(seed);
     std::string lines;
     for (size_t i = 0; i < count; ++i) {
-        lines += lineOf({"Body." + std::to_string(i), {literalPart(random.text(kBytes, 40))}});
+        lines +=
+            lineOf({"Body." + std::to_string(i), {literalPart(random.text(kBytes, 40))}}) + "\n";
     }
     return lines;
 }
@@ -87,12 +87,6 @@ std::string digestLines(size_t count, uint64_t seed) {
         lines += random.text("0123456789abcdef", 32) + ":" + std::to_string(size) + ":Digest." +
                  std::to_string(i) + "\n";
     }
-    return lines;
-}
-
-std::string linesOf(const std::vector<Signature>& signatures) {
-    std::string lines;
-    for (const Signature& signature : signatures) lines += lineOf(signature);
     return lines;
 }
 

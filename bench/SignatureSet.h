@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <vector>
 
-#include "Signature.h"
 #include "TextSource.h"
+#include "testing/Signature.h"
 
 /// Six in ten plain strings of 10 to 60 bytes, a quarter with wildcards and alternatives, the
 /// others of several parts with gaps between them; none twice.
@@ -18,6 +18,5 @@ std::string plainLines(size_t count, uint64_t seed);
 /// Lines of an .hdb file. The sizes are spread from 100 bytes to 1 MiB, each doubling alike.
 std::string digestLines(size_t count, uint64_t seed);
 
-std::string linesOf(const std::vector<Signature>& signatures);
 void writeText(const std::filesystem::path& file, const std::string& text);
 std::vector<Signature> readLines(const std::filesystem::path& file);

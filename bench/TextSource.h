@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Corpus.h"
-#include "Random.h"
+#include "testing/Random.h"
 
 class TextSource {
   public:
