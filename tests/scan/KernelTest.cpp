@@ -21,7 +21,7 @@ using namespace STREAMENGINE_SPACE;
 using QLT_SPACE::VectorUnit;
 
 constexpr SetProfile kProfile = {
-    .alphabet = "aab<>/s-",
+    .alphabet = "aab<>/s-\xe9",
     .noise = "ab< \n>",
     .mostSignatures = 30,
     .mostGap = 39,

@@ -1,16 +1,15 @@
-// The stores where the road through a host does not reach.
+// The stores where no call of a host reaches.
 #include <gtest/gtest.h>
-
-#include <algorithm>
 
 #include "pattern/line/Md5Line.h"
 #include "pattern/line/SignatureLine.h"
 #include "scan/digest/Md5Scanner.h"
 #include "scan/plain/TrieScanner.h"
 #include "store/PatternContainer.h"
+#include "store/load/PatternLists.h"
 #include "support/Exception.h"
+#include "support/Refusal.h"
 #include "support/ScrambledName.h"
-#include "support/Utils.h"
 
 namespace {
 
@@ -67,40 +66,22 @@ TEST(MD5List, RecordsByPoolOrOneByOne) {
     }
 }
 
-TEST(Buckets, AscendByFirstByteNewestFirst) {
-    PatternContainer container;
-    std::vector<std::pair<int, int>> expected;  // first byte, minus the number of the line
-    for (int line = 0; line < 100; ++line) {
-        const int first = line * 33 % 41;
-        const int rest = 40 * 211 - first * 211;  // so that all digests hash alike
-        using QLT_SPACE::Utils;
-        addSignatureLine(container,
-                         Utils::formatString("%d=%02x616263646566676869", line, first).c_str(), 2,
-                         false);
-        addSignatureLine(
-            container,
-            Utils::formatString("%02x%02x%02x%026d:1:%d", first, rest / 37, rest % 37, 0, line)
-                .c_str(),
-            1, false);
-        expected.emplace_back(first, -line);
+TEST(PatternNode, RefusesWhatCannotBeCompared) {
+    const TriePattern plainText;
+    TriePattern wildcard;
+    wildcard.isWildcard = true;
+    const BmPattern bmText;
+    const TriePatternNode plain(&plainText), wild(&wildcard), none(nullptr);
+    const BmPatternNode bm(&bmText);
+    const std::tuple<const VQPatternNode&, const VQPatternNode*, std::string> cases[] = {
+        {wild, nullptr, "node1 or node2 is NULL"}, {wild, &bm, "bad pattern node type"},
+        {wild, &plain, "node1 is with wildcard"},  {plain, &wild, "node2 is with wildcard"},
+        {none, &wild, "node1->pat is null"},
+    };
+    for (const auto& [left, right, reason] : cases) {
+        const auto compare = [&left = left, right = right] { left.compareTo(right); };
+        EXPECT_EQ(refusalOf(compare), "compare two pattern nodes: " + reason);
     }
-    container.prepare();
-    std::sort(expected.begin(), expected.end());
-    std::vector<std::pair<int, int>> plain, digests;
-    const auto numberOf = [](const char* name) { return -std::stoi(scrambled(name)); };
-    for (const auto& bucket : container.bmList.bm_suffix) {
-        for (auto* node = bucket.first(); node != nullptr; node = node->next) {
-            const auto& pattern = static_cast<const BmPattern&>(*node->pat);
-            plain.emplace_back(pattern.sig[0], numberOf(pattern.virName));
-        }
-    }
-    for (const auto* node : container.md5List.bm_suffix) {
-        for (; node != nullptr; node = node->next) {
-            digests.emplace_back(node->pat->digest[0], numberOf(node->pat->virName));
-        }
-    }
-    EXPECT_EQ(plain, expected);
-    EXPECT_EQ(digests, expected);
 }
 
 }  // namespace
