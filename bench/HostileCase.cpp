@@ -9,10 +9,10 @@ namespace {
 
 constexpr std::string_view kWord = "abcdefghijklmnopqrstuvwxyz0123456789_";
 
-/// @return the text's beginning, from least bytes of it to all but one
+/// @return the beginning of a text: at least `least` bytes, at most all but one
 std::string cutShort(const std::string& text, size_t least, Random& random) {
     const size_t most = text.size() - 1;
-    // Half of them lack the last byte alone: they are compared to the very end.
+    // Half of them lack the last byte only: a comparison runs to the very end.
     return text.substr(0, random.chance(50) ? most : random.between(std::min(least, most), most));
 }
 
@@ -33,7 +33,7 @@ std::vector<Signature> named(size_t count,
     return signatures;
 }
 
-/// Texts that begin signatures of the case; of several parts, the last is cut short.
+/// Fills the case with beginnings of its signatures. Of several parts only the last is cut short.
 void fillWithBeginnings(HostileCase& made, size_t count, size_t length, size_t least,
                         Random& random) {
     made.texts = textsOf(count, length, [&] {

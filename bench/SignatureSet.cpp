@@ -10,10 +10,10 @@ namespace {
 
 constexpr size_t kShortestPlain = 10, kLongestPlain = 60;
 constexpr size_t kWidestGap = 60;
-constexpr size_t kHead = 4;  // literal bytes that lead a part; the engine asks for two
+constexpr size_t kHead = 4;  // literal bytes that begin a part; the engine needs two
 
-/// Puts one to three wildcards and alternatives behind the head, in the first half: what makes the
-/// text rare stands in the second.
+/// Puts one to three wildcards and alternatives into the first half of a part, after its head. The
+/// bytes that make the part rare are in the second half.
 void addWildcards(SignaturePart& part, Random& random) {
     constexpr std::string_view kOthers = "abcdefghijklmnopqrstuvwxyz0123456789";
     for (size_t i = random.between(1, 3); i != 0; --i) {

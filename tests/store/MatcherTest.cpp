@@ -38,21 +38,18 @@ TEST(PatternContainer, CountsGoOnOverAReset) {
 }
 
 TEST(MD5List, RecordsByPoolOrOneByOne) {
-    // 211 * d0 + 37 * d1 + d2 is equal for the heads 00 06 00 and 01 00 0b: they share a bucket.
-    const std::string tail(26, '0');
-    const uint8_t low[16] = {0, 6, 0};
-    const uint8_t high[16] = {1, 0, 11};
+    // 211 * d0 + 37 * d1 + d2 is equal for the heads 00 06 00 and 01 00 0b: they share a bucket,
+    // whose search ends at the first record with a higher d0.
+    const std::string tail(26, '0'), third = "01000b" + tail + ":1:High";
+    const uint8_t low[16] = {0, 6, 0}, high[16] = {1, 0, 11};
     MD5List list;
     EXPECT_FALSE(list.allocate(0));
     for (const bool pooled : {false, true}) {
         list.reset();
         EXPECT_FALSE(list.isPooled());
-        if (pooled) {
-            EXPECT_TRUE(list.allocate(2));
-        }
-        addMd5Line(list, ("000600" + tail + ":1:Low").c_str());
-        addMd5Line(list, ("01000b" + tail + ":1:High").c_str());
-        const std::string third = "000600" + tail + ":1:Newer";
+        EXPECT_TRUE(!pooled || list.allocate(2));
+        addMd5Line(list, ("000600" + tail + ":1:Older").c_str());
+        addMd5Line(list, ("000600" + tail + ":1:Newer").c_str());
         if (pooled) {  // the pool is used up
             EXPECT_THROW(addMd5Line(list, third.c_str()), QLT_SPACE::Exception);
             EXPECT_TRUE(list.allocate(1));
@@ -60,10 +57,22 @@ TEST(MD5List, RecordsByPoolOrOneByOne) {
         addMd5Line(list, third.c_str());
         list.prepare();
         const Md5Scanner scanner(list, nullptr);
-        EXPECT_EQ(scrambled(scanner.virusFoundMD5(low, 1)->virName), "Newer");
+        const auto* lowFound = scanner.virusFoundMD5(low, 1);
+        ASSERT_NE(lowFound, nullptr);
+        EXPECT_EQ(scrambled(lowFound->virName), "Newer");
         EXPECT_EQ(scrambled(scanner.virusFoundMD5(high, 1)->virName), "High");
         EXPECT_EQ(scanner.virusFoundMD5(high, 2), nullptr);
     }
+}
+
+TEST(PatternNode, BeginsWithNoLongerOne) {
+    constexpr uint8_t kText[] = {'a', 'b', 'c'};
+    TriePattern ab, abc;
+    ab.sig = {kText, 2};
+    abc.sig = kText;
+    const TriePatternNode shorter(&ab), longer(&abc);
+    EXPECT_TRUE(longer.beginWith(&shorter));
+    EXPECT_FALSE(shorter.beginWith(&longer));
 }
 
 TEST(PatternNode, RefusesWhatCannotBeCompared) {
