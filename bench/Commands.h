@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// Where things lie, and how much of them is used.
+/// The folders and files of a measurement, and how much of the pages and sets it uses.
 struct BenchOptions {
     std::filesystem::path corpus, sets, cache, json;
     std::vector<size_t> sizes = {1000, 10000, 100000};
@@ -25,7 +25,8 @@ struct BenchOptions {
 inline const std::vector<std::string> kSetKinds = {"mixed", "script"};
 constexpr uint64_t kSeed = 20090605;
 
-/// Each adds its subcommand, which runs when the arguments are parsed and throws when it fails.
+/// Each adds its subcommand, which runs when the arguments are parsed. A measurement that fails
+/// throws.
 void addGenerateCommand(CLI::App& app);
 void addCompareCommand(CLI::App& app);
 void addHostileCommand(CLI::App& app);

@@ -6,13 +6,13 @@
 #include <numeric>
 #include <stdexcept>
 
-#include "Random.h"
+#include "testing/Random.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-/// The entries of a folder, in the order of their names: that of the file system is its own.
+/// @return the entries of a folder by name; the file system's order may differ from run to run
 std::vector<fs::path> entriesOf(const fs::path& folder) {
     std::vector<fs::path> entries;
     for (const auto& entry : fs::directory_iterator(folder)) entries.push_back(entry.path());

@@ -1,4 +1,6 @@
-// engine_bench generate: the sets of all other measurements, as pattern files.
+// engine_bench generate: makes the sets of all other measurements, as pattern files.
+//
+// The same pages and sizes give the same files, byte for byte. Nothing is measured.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -14,7 +16,7 @@ constexpr size_t kPlainCount = 1000000;
 void writeKind(const BenchOptions& options, const std::string& kind, TextSource& source) {
     const size_t most = *std::max_element(options.sizes.begin(), options.sizes.end());
     auto signatures = bodySignatures(source, most, kSeed);
-    // The smaller sets are the beginning of the largest.
+    // Each smaller set is the beginning of the largest.
     for (const size_t size : options.sizes) {
         const std::vector<Signature> some(signatures.begin(),
                                           signatures.begin() + static_cast<std::ptrdiff_t>(size));

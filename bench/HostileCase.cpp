@@ -9,10 +9,10 @@ namespace {
 
 constexpr std::string_view kWord = "abcdefghijklmnopqrstuvwxyz0123456789_";
 
-/// @return the text's beginning, from least bytes of it to all but one
+/// @return the beginning of a text: at least `least` bytes, at most all but one
 std::string cutShort(const std::string& text, size_t least, Random& random) {
     const size_t most = text.size() - 1;
-    // Half of them lack the last byte alone: they are compared to the very end.
+    // Half of them lack the last byte only: a comparison runs to the very end.
     return text.substr(0, random.chance(50) ? most : random.between(std::min(least, most), most));
 }
 
@@ -33,7 +33,7 @@ std::vector<Signature> named(size_t count,
     return signatures;
 }
 
-/// Texts that begin signatures of the case; of several parts, the last is cut short.
+/// Fills the case with beginnings of its signatures. Of several parts only the last is cut short.
 void fillWithBeginnings(HostileCase& made, size_t count, size_t length, size_t least,
                         Random& random) {
     made.texts = textsOf(count, length, [&] {
@@ -56,18 +56,17 @@ std::vector<SignaturePart> sharedOpening(Random& random) {
 std::vector<SignaturePart> sharedWildcards(Random& random) {
     SignaturePart part = literalPart("<iframe");
     part.elements.emplace_back();
-    const auto rest = literalPart(std::string("src=") + random.text(kWord, random.between(6, 20)));
-    part.elements.insert(part.elements.end(), rest.elements.begin(), rest.elements.end());
+    appendLiteral(part, std::string("src=") + random.text(kWord, random.between(6, 20)));
     return {part};
 }
 
 std::vector<SignaturePart> presentFirstPart(Random& random) {
     constexpr std::array<std::string_view, 4> kFirst = {"<script>", "eval(", "unescape(",
                                                         "<iframe"};
-    constexpr std::array<std::string_view, 4> kGaps = {"*", "{-200}", "{5-}", "{2-90}"};
+    const std::array<Gap, 4> gaps = {Gap(), Gap::atMost(200), Gap::atLeast(5), Gap::between(2, 90)};
     return {literalPart(random.pick(kFirst)),
             literalPart(std::string("document.") + random.text(kWord, random.between(6, 20)),
-                        random.pick(kGaps))};
+                        random.pick(gaps))};
 }
 
 }  // namespace

@@ -2,139 +2,27 @@
 
 #ifdef ZVK_HAVE_HYPERSCAN
 
-#include <hs/hs.h>
 #include <openssl/evp.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 
 #include "EngineHost.h"
+#include "HyperscanDatabase.h"
 #include "RunNormaliser.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
-template <auto kFree>
-struct Freer {
-    template <class T>
-    void operator()(T* owned) const noexcept {
-        kFree(owned);
-    }
-};
-using DatabasePtr = std::unique_ptr<hs_database_t, Freer<hs_free_database>>;
 using ScratchPtr = std::unique_ptr<hs_scratch_t, Freer<hs_free_scratch>>;
 using DigestPtr = std::unique_ptr<EVP_MD_CTX, Freer<EVP_MD_CTX_free>>;
 
-std::string escaped(char byte) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    const auto value = static_cast<unsigned char>(byte);
-    return {'\\', 'x', kDigits[value >> 4], kDigits[value & 15]};
-}
-
-/// "{n}" stays, "{-m}" becomes "{0,m}", "{n-}" and "{n-m}" get their comma.
-std::string expressionOf(const std::string& gap) {
-    if (gap.empty()) return {};
-    if (gap == "*") return ".*";
-    std::string bounds = gap;
-    const size_t dash = bounds.find('-');
-    if (dash != bounds.npos) bounds.replace(dash, 1, dash == 1 ? "0," : ",");
-    return "." + bounds;
-}
-
-std::string expressionOf(const Signature& signature) {
-    std::string out;
-    for (const SignaturePart& part : signature.parts) {
-        out += expressionOf(part.gap);
-        for (const Element& element : part.elements) {
-            if (element.size() != 1) out += element.empty() ? "." : "[";
-            for (const char byte : element) out += escaped(byte);
-            if (element.size() > 1) out += "]";
-        }
-    }
-    return out;
-}
-
-uint64_t fnv1a(const std::vector<std::string>& texts) {
-    uint64_t hash = 0xCBF29CE484222325;
-    for (const std::string& text : texts) {
-        for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
-        hash *= 0x100000001B3;
-    }
-    return hash;
-}
-
-void check(hs_error_t result, const char* what) {
-    if (result != HS_SUCCESS) throw std::runtime_error(std::string("libhyperscan: ") + what);
-}
-
-DatabasePtr compile(const std::vector<std::string>& expressions) {
-    std::vector<const char*> texts;
-    std::vector<unsigned int> flags, ids;
-    texts.reserve(expressions.size());
-    flags.reserve(expressions.size());
-    ids.reserve(expressions.size());
-    for (const std::string& expression : expressions) {
-        ids.push_back(static_cast<unsigned int>(texts.size()));
-        texts.push_back(expression.c_str());
-        flags.push_back(HS_FLAG_DOTALL | HS_FLAG_SINGLEMATCH);
-    }
-    hs_database_t* database = nullptr;
-    hs_compile_error_t* error = nullptr;
-    const hs_error_t result = hs_compile_multi(texts.data(), flags.data(), ids.data(),
-                                               static_cast<unsigned int>(texts.size()),
-                                               HS_MODE_STREAM, nullptr, &database, &error);
-    if (result == HS_SUCCESS) return DatabasePtr(database);
-    const std::string message =
-        error->expression < 0
-            ? error->message
-            : error->message + (" in " + expressions.at(static_cast<size_t>(error->expression)));
-    hs_free_compile_error(error);
-    throw std::runtime_error("libhyperscan: " + message);
-}
-
-/// @return null if there is no such file, or it was made by another version or for another machine
-DatabasePtr readDatabase(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(in), {}};
-    hs_database_t* database = nullptr;
-    if (bytes.empty()) return nullptr;
-    if (hs_deserialize_database(bytes.data(), bytes.size(), &database) != HS_SUCCESS) {
-        return nullptr;
-    }
-    return DatabasePtr(database);
-}
-
-void writeDatabase(const fs::path& file, const hs_database_t* database) {
-    char* bytes = nullptr;
-    size_t length = 0;
-    check(hs_serialize_database(database, &bytes, &length), "cannot serialize");
-    std::ofstream(file, std::ios::binary).write(bytes, static_cast<std::streamsize>(length));
-    std::free(bytes);  // NOLINT(cppcoreguidelines-no-malloc): allocated by the library
-}
-
 class Peer : public HyperscanPeer {
   public:
-    Peer(const std::vector<Signature>& signatures, const fs::path& cache) {
-        std::vector<std::string> expressions;
-        expressions.reserve(signatures.size());
-        for (const Signature& signature : signatures) {
-            expressions.push_back(expressionOf(signature));
-        }
-        const fs::path file = cache / ("hyperscan-" + std::to_string(fnv1a(expressions)));
-        database = readDatabase(file);
-        if (database == nullptr) {
-            database = compile(expressions);
-            writeDatabase(file, database.get());
-        }
+    explicit Peer(DatabasePtr compiled) : database(std::move(compiled)) {
         hs_scratch_t* made = nullptr;
-        check(hs_alloc_scratch(database.get(), &made), "cannot make a scratch");
+        checkHyperscan(hs_alloc_scratch(database.get(), &made), "cannot make a scratch");
         scratch.reset(made);
-        check(hs_open_stream(database.get(), 0, &stream), "cannot open a stream");
+        checkHyperscan(hs_open_stream(database.get(), 0, &stream), "cannot open a stream");
     }
     ~Peer() override { hs_close_stream(stream, scratch.get(), nullptr, nullptr); }
     Peer(const Peer&) = delete;
@@ -143,7 +31,8 @@ class Peer : public HyperscanPeer {
     void scanPages(const Pages& pages, PeerWork work) override {
         found.clear();
         for (page = 0; page < pages.size(); ++page) {
-            check(hs_reset_stream(stream, 0, scratch.get(), nullptr, nullptr), "cannot reset");
+            checkHyperscan(hs_reset_stream(stream, 0, scratch.get(), nullptr, nullptr),
+                           "cannot reset");
             if (work == PeerWork::Raw) {
                 scanRaw(pages[page]);
             } else {
@@ -161,9 +50,9 @@ class Peer : public HyperscanPeer {
     }
 
     void match(const char* data, size_t length) {
-        check(hs_scan_stream(stream, data, static_cast<unsigned int>(length), 0, scratch.get(),
-                             onMatch, this),
-              "cannot scan");
+        checkHyperscan(hs_scan_stream(stream, data, static_cast<unsigned int>(length), 0,
+                                      scratch.get(), onMatch, this),
+                       "cannot scan");
     }
 
     void scanRaw(const std::string& text) {
@@ -196,9 +85,8 @@ class Peer : public HyperscanPeer {
 }  // namespace
 
 std::unique_ptr<HyperscanPeer> makeHyperscanPeer(const std::vector<Signature>& signatures,
-                                                 const fs::path& cache) {
-    fs::create_directories(cache);
-    return std::make_unique<Peer>(signatures, cache);
+                                                 const std::filesystem::path& cache) {
+    return std::make_unique<Peer>(makeDatabase(signatures, cache));
 }
 
 #else

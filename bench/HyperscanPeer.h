@@ -1,7 +1,8 @@
 // HyperscanPeer: libhyperscan on the same signatures and pages, for comparison.
 //
-// A pattern for each signature, in streaming mode. It tells each signature once a stream, and of
-// several that overlap all: what this engine tells of such text differs from it.
+// Each signature is one expression, in streaming mode. libhyperscan reports each signature once a
+// stream, and all of several that overlap; the engine goes on after the first of them. So the two
+// may report different names of the same text.
 #pragma once
 
 #include <filesystem>
@@ -12,12 +13,12 @@
 #include <vector>
 
 #include "Corpus.h"
-#include "Signature.h"
+#include "testing/Signature.h"
 
-/// What is done with a chunk before it is matched.
+/// What the peer does with a chunk before it matches it.
 enum class PeerWork {
     Raw,        // nothing
-    Normalised  // normalised by RunNormaliser, and the digest of the result made with OpenSSL's MD5
+    Normalised  // normalises it with RunNormaliser, and digests the result with OpenSSL's MD5
 };
 
 class HyperscanPeer {
@@ -29,11 +30,11 @@ class HyperscanPeer {
 
     virtual void scanPages(const Pages& pages, PeerWork work) = 0;
 
-    /// The page, and the number of a signature found in it, of the last scan.
+    /// What the last scan found: the number of a page, and that of a signature in it.
     std::set<std::pair<size_t, size_t>> found;
 };
 
-/// Compiles the signatures, or takes what an earlier call has left in the cache folder.
+/// Compiles the signatures, or reads the database that an earlier call left in the cache folder.
 /// @return null if the bench was built without libhyperscan
 /// @throws std::runtime_error if it refuses a signature
 std::unique_ptr<HyperscanPeer> makeHyperscanPeer(const std::vector<Signature>& signatures,

@@ -1,4 +1,9 @@
-// engine_bench load: what it takes to load one set, in a process of its own.
+// engine_bench load: what one set costs to load.
+//
+// Measured: CPU seconds of loadPattern(); the peak of resident memory during it and what stays
+// resident, both above what the process held before; and the bytes a signature holds above its own
+// name and pattern. Less is better. Memory of an earlier load would hide that of this one, so each
+// set is loaded in a process of its own.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -18,15 +23,16 @@ struct LoadArguments {
     std::filesystem::path json;
 };
 
-/// Bytes that the signatures of a file have themselves: name and pattern, or digest and size.
+/// @return the bytes that the signatures of a file hold at least: name and pattern, or name, digest
+///         and size
 size_t ownBytes(const std::string& file) {
     constexpr size_t kDigestAndSize = 20;
     const bool isDigests = file.ends_with(".hdb");
     std::ifstream in(file);
     size_t bytes = 0;
     for (std::string line; std::getline(in, line);) {
-        const size_t last = line.rfind(':') + 1, behind = line.size() - last;
-        bytes += isDigests ? kDigestAndSize + behind : line.find(':') + behind / 2;
+        const size_t lastField = line.size() - line.rfind(':') - 1;
+        bytes += isDigests ? kDigestAndSize + lastField : line.find(':') + lastField / 2;
     }
     return bytes;
 }
@@ -38,7 +44,8 @@ void load(const LoadArguments& arguments) {
     const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
     const auto above = [before](size_t bytes) { return static_cast<double>(bytes - before); };
     const double held = above(residentBytes());
-    const double peak = std::max(held, above(peakResidentBytes()));  // the kernel tells it late
+    const double peak =
+        std::max(held, above(peakResidentBytes()));  // the kernel updates its peak late
     const double count = LoadedSet::signatureCount();
     const double own = static_cast<double>(
         ownBytes(arguments.base) + (arguments.update.empty() ? 0 : ownBytes(arguments.update)));

@@ -1,10 +1,10 @@
-// What measurements are made of: CPU seconds of the calling thread, medians, memory of the process.
+// Measure: CPU seconds of the calling thread, medians, and memory of the process.
 #pragma once
 
 #include <cstddef>
 #include <vector>
 
-/// CPU seconds that the calling thread has used.
+/// @return CPU seconds that the calling thread has used so far
 double threadSeconds();
 
 /// @return the CPU seconds of work()
@@ -17,9 +17,9 @@ double secondsOf(Work work) {
 
 double median(std::vector<double> values);
 
-/// Bytes of memory that the process has resident now; that it had at most.
+/// @return bytes of memory that the process has resident now, and that it had at most so far
 size_t residentBytes();
 size_t peakResidentBytes();
 
-/// Bytes that the machine could still hand out.
+/// @return bytes that the machine can still give to processes
 size_t availableBytes();

@@ -2,6 +2,6 @@
 
 #include <functional>
 
-/// Runs work(). Instructions are counted below this function, which is found by its name: it stands
-/// in a file of its own, so that no compiler makes copies of it under other names.
+/// Runs work(). Callgrind counts the instructions that run inside this function, and finds it by
+/// its name. It has a file of its own, so that no compiler copies it into its callers.
 extern "C" void measuredWork(const std::function<void()>& work);

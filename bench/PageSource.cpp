@@ -20,7 +20,7 @@ size_t changeByte(std::string& piece, Random& random) {
     return position;
 }
 
-/// @return the number of the three bytes that end at a position
+/// @return the three bytes that end at a position, as a number
 size_t trigram(const std::string& text, size_t end) {
     const auto at = [&text](size_t i) { return size_t{static_cast<unsigned char>(text[i])}; };
     return at(end - 2) << 16 | at(end - 1) << 8 | at(end);
@@ -53,7 +53,7 @@ std::vector<std::string> PageSource::pieces(Random& random, size_t count) {
     while (pieces.size() < count) {
         const size_t length = random.between(kShortestPart, kLongestPart);
         pieces.push_back(text.substr(at, length));
-        // The markup is mutated all over; one part in ten happens to be as it was.
+        // Nine parts in ten differ from the page in one byte; the tenth occurs as it is.
         if (random.chance(90)) changeByte(pieces.back(), random);
         at += length + random.between(0, 60);
     }
@@ -64,7 +64,7 @@ std::vector<std::string> PageSource::pieces(Random& random, size_t count) {
 void PageSource::makeRare(std::string& piece, Random& random) const {
     constexpr size_t kTries = 1000;
     if (random.chance(50)) changeByte(piece, random);
-    // One in a hundred may be found: there has to be something to tell.
+    // One in a hundred may occur, so that there is something to find.
     const bool mayOccur = random.chance(1);
     for (size_t i = 0; i < kTries; ++i) {
         const size_t position = changeByte(piece, random);

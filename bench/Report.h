@@ -5,11 +5,11 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-/// Puts a section into a file, in place of one of this name that is there already.
-/// @param file     empty: does nothing
-/// @param section  its name; "a/b" is the section b within a
+/// Puts a section into a file. It replaces a section of the same name.
+/// @param file     where to; empty: does nothing
+/// @param section  its name; "a/b" is the section b inside the section a
 void putSection(const std::filesystem::path& file, const std::string& section,
                 const nlohmann::ordered_json& value);
 
-/// @return value, rounded to three decimals: what is measured has no more
+/// @return the value with three decimals; no measurement here is more exact
 double rounded(double value);

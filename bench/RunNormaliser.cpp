@@ -29,7 +29,7 @@ const Entry& entryOf(char c) {
     return kTable[static_cast<unsigned char>(c)];
 }
 
-/// @return whether a tag opens the text, behind white space and comments of a whole line
+/// @return whether a tag opens the text, after white space and comments that fill a line
 bool opensWithTag(std::string_view text) {
     while (true) {
         const size_t first = text.find_first_not_of(kSpaces);

@@ -1,8 +1,9 @@
-// RunNormaliser: the engine's normalised form, made by another road for the peers.
+// RunNormaliser: the engine's normalised form, made for the peer by other code.
 //
-// What is dropped is skipped with memchr(), what is kept goes through a table run by run; only the
-// few bytes at which an element or a comment may begin or end are looked at one by one. The
-// engine's own output is compared with it before anything is timed, see EngineHost.
+// It works in runs. A run of bytes to drop is skipped with memchr(); a run of bytes to keep goes
+// through a table that lowers letters and drops white space. Only the few bytes at which an element
+// or a comment may begin or end are taken one by one. Before anything is timed its output is
+// compared with the engine's, see EngineHost.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +11,8 @@
 
 class RunNormaliser {
   public:
-    /// Back to the start of a stream.
-    /// @param header  its first 256 bytes, or all if there are fewer: they decide the mode
+    /// Starts a new stream.
+    /// @param header  its first 256 bytes, or all if there are fewer; they decide the mode
     void begin(std::string_view header);
 
     /// @param out  room for as many bytes as the chunk has
@@ -31,7 +32,7 @@ class RunNormaliser {
     const char* find(char c) const;
 
     State state = State::Plain;
-    size_t matched = 0;  // bytes of the word that the state looks for
+    size_t matched = 0;  // how many bytes of the word that the state waits for have come
     const char* in = nullptr;
     const char* inEnd = nullptr;
     char* written = nullptr;

@@ -54,7 +54,7 @@ std::string blob(Random& random) {
     return random.text(kBase64, 16);
 }
 
-/// How an attack begins, and what repeats behind it.
+/// How an attack begins, and what repeats after it.
 struct Construct {
     std::string_view lead;
     std::string (*unit)(Random&);
@@ -96,7 +96,7 @@ constexpr std::array<Construct, 28> kConstructs = {{
 std::string ScriptSource::piece(Random& random, size_t least, size_t most) {
     const auto& [lead, unit] = random.pick(kConstructs);
     const size_t length = random.between(least, most);
-    // At least half of it is peculiar: a plain beginning would be found everywhere.
+    // At least half of the piece is special to this attack: a mere beginning occurs in many pages.
     const size_t kept = std::min(lead.size(), random.between(0, length / 2));
     std::string text(random.chance(70) ? lead.substr(0, kept) : lead.substr(lead.size() - kept));
     while (text.size() < length) text += unit(random);

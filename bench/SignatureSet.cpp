@@ -10,10 +10,10 @@ namespace {
 
 constexpr size_t kShortestPlain = 10, kLongestPlain = 60;
 constexpr size_t kWidestGap = 60;
-constexpr size_t kHead = 4;  // literal bytes that lead a part; the engine asks for two
+constexpr size_t kHead = 4;  // literal bytes that begin a part; the engine needs two
 
-/// Puts one to three wildcards and alternatives behind the head, in the first half: what makes the
-/// text rare stands in the second.
+/// Puts one to three wildcards and alternatives into the first half of a part, after its head. The
+/// bytes that make the part rare are in the second half.
 void addWildcards(SignaturePart& part, Random& random) {
     constexpr std::string_view kOthers = "abcdefghijklmnopqrstuvwxyz0123456789";
     for (size_t i = random.between(1, 3); i != 0; --i) {
@@ -29,13 +29,12 @@ void addWildcards(SignaturePart& part, Random& random) {
     }
 }
 
-std::string gap(Random& random) {
-    if (random.chance(50)) return "*";
-    const size_t low = random.between(1, kWidestGap);
-    const std::string least = std::to_string(low);
-    const std::string most = std::to_string(low + random.between(1, kWidestGap));
-    const std::array<std::string, 4> kinds = {least, least + "-" + most, least + "-", "-" + most};
-    return "{" + random.pick(kinds) + "}";
+Gap makeGap(Random& random) {
+    if (random.chance(50)) return {};
+    const auto least = static_cast<uint32_t>(random.between(1, kWidestGap));
+    const auto most = least + static_cast<uint32_t>(random.between(1, kWidestGap));
+    return random.pick(std::array{Gap::exactly(least), Gap::between(least, most),
+                                  Gap::atLeast(least), Gap::atMost(most)});
 }
 
 std::vector<SignaturePart> body(TextSource& source, Random& random) {
@@ -47,7 +46,7 @@ std::vector<SignaturePart> body(TextSource& source, Random& random) {
     }
     std::vector<SignaturePart> parts;
     for (const std::string& text : source.pieces(random, random.between(2, 3))) {
-        parts.push_back(literalPart(text, parts.empty() ? "" : gap(random)));
+        parts.push_back(literalPart(text, parts.empty() ? Gap() : makeGap(random)));
     }
     return parts;
 }
@@ -72,7 +71,8 @@ std::string plainLines(size_t count, uint64_t seed) {
     Random random(seed);
     std::string lines;
     for (size_t i = 0; i < count; ++i) {
-        lines += lineOf({"Body." + std::to_string(i), {literalPart(random.text(kBytes, 40))}});
+        lines +=
+            lineOf({"Body." + std::to_string(i), {literalPart(random.text(kBytes, 40))}}) + "\n";
     }
     return lines;
 }
@@ -87,12 +87,6 @@ std::string digestLines(size_t count, uint64_t seed) {
         lines += random.text("0123456789abcdef", 32) + ":" + std::to_string(size) + ":Digest." +
                  std::to_string(i) + "\n";
     }
-    return lines;
-}
-
-std::string linesOf(const std::vector<Signature>& signatures) {
-    std::string lines;
-    for (const Signature& signature : signatures) lines += lineOf(signature);
     return lines;
 }
 

@@ -1,23 +1,26 @@
-// SignatureSet: generated sets, the same for the same seed.
+// SignatureSet: generated sets. The same seed gives the same set, byte for byte.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
 #include <vector>
 
-#include "Signature.h"
 #include "TextSource.h"
+#include "testing/Signature.h"
 
-/// Six in ten plain strings of 10 to 60 bytes, a quarter with wildcards and alternatives, the
-/// others of several parts with gaps between them; none twice.
+/// @return signatures, none twice: 60 % are plain strings of 10 to 60 bytes, 25 % have wildcards
+/// and
+///         alternatives, 15 % have two or three parts with gaps between them
 std::vector<Signature> bodySignatures(TextSource& source, size_t count, uint64_t seed);
 
-/// Lines of plain strings of 40 random bytes: what one costs is easily told from what it holds.
+/// @return lines of plain strings of 40 random bytes; all of the same length, so that the memory
+///         that one costs above its own bytes is easy to compute
 std::string plainLines(size_t count, uint64_t seed);
 
-/// Lines of an .hdb file. The sizes are spread from 100 bytes to 1 MiB, each doubling alike.
+/// @return lines of an .hdb file; their sizes are spread from 100 bytes to 1 MiB, as many from 100
+/// to
+///         200 as from 200 to 400
 std::string digestLines(size_t count, uint64_t seed);
 
-std::string linesOf(const std::vector<Signature>& signatures);
 void writeText(const std::filesystem::path& file, const std::string& text);
 std::vector<Signature> readLines(const std::filesystem::path& file);

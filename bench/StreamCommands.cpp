@@ -1,5 +1,10 @@
-// engine_bench small, streams, threads: what a short stream costs, what an open one holds, and what
-// several threads do at once.
+// engine_bench small, streams, threads: what a short stream costs, what an open stream holds, and
+// what several threads do at once.
+//
+// small    microseconds of CPU for begin, one chunk of 300 bytes, end; less is better
+// streams  bytes resident for each open stream that was fed 20 KiB; less is better
+// threads  raw bytes of all threads together a second of wall-clock time, in units of 1,000,000;
+//          two threads should reach twice the rate of one, where each has a core for itself
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -26,7 +31,7 @@ Pages scannedPages(const BenchOptions& options) {
     return pages;
 }
 
-/// @return microseconds of CPU for a stream: begin, one chunk, end
+/// @return microseconds of CPU of a stream: begin, one chunk, end
 double smallStreamMicroseconds(const LoadRequest& request, const Pages& pages, int rounds) {
     constexpr size_t kStreams = 20000;
     const LoadedSet set(request);
@@ -70,7 +75,8 @@ void small(const BenchOptions& options) {
 
 constexpr size_t kLongestSignature = 1024;
 
-/// A thousand signatures, the longest of them as long as that.
+/// Writes a thousand signatures, the longest of kLongestSignature bytes.
+/// @return the path
 std::string writeSetForStreams(const BenchOptions& options) {
     ScriptSource source;
     std::vector<Signature> signatures = bodySignatures(source, 999, kSeed);
@@ -81,7 +87,8 @@ std::string writeSetForStreams(const BenchOptions& options) {
     return file;
 }
 
-/// Opens streams and feeds each 20 KiB in chunks of 4 KiB; they stay open.
+/// Opens streams until there are so many, and feeds each new one 20 KiB in chunks of 4 KiB. They
+/// stay open.
 void openStreams(std::vector<std::unique_ptr<EngineInstance>>& streams, size_t count,
                  const std::string& page) {
     constexpr size_t kChunk = 4096, kFed = 5 * kChunk;
@@ -101,16 +108,16 @@ void streams(const BenchOptions& options, size_t count) {
     const LoadedSet set({"", writeSetForStreams(options)});
     std::vector<std::unique_ptr<EngineInstance>> open;
     open.reserve(count);
-    openStreams(open, kProbe, *page);  // also what is allocated but once
+    openStreams(open, kProbe, *page);  // this also allocates what is allocated only once
     const size_t before = residentBytes();
     openStreams(open, 2 * kProbe, *page);
     const size_t probed = (residentBytes() - before) / kProbe + 1;
-    // Half of what is free: the machine may be shared.
+    // Half of the free memory: others may use the machine too.
     const size_t fit = std::min(count, availableBytes() / 2 / probed);
     openStreams(open, std::max(fit, 2 * kProbe), *page);
     const auto more = static_cast<double>(open.size() - kProbe);
     const double each = static_cast<double>(residentBytes() - before) / more;
-    // What the bench itself keeps of a stream is not the engine's.
+    // The object that this program keeps for a stream is not the engine's.
     const double engines = each - sizeof(EngineInstance) - 16;
     fmt::print("{} streams open, {:.0f} bytes resident each, {:.0f} above {} + 2048\n", open.size(),
                engines, engines - kLongestSignature - 2048, kLongestSignature);

@@ -1,23 +1,26 @@
 // Measures the engine from end to end: against its plain form and against a peer, on hostile text,
-// with short streams, many streams, large sets and several threads. Driven by scripts/bench.
+// with short streams, many streams, large sets and several threads. scripts/bench runs it.
 #include <cstdio>
 #include <exception>
 
 #include "Commands.h"
 
 void BenchOptions::addCorpus(CLI::App& command) {
-    command.add_option("--corpus", corpus, "folder with a folder of pages for each kind")
+    command.add_option("--corpus", corpus, "folder that has a folder of pages for each kind")
         ->required();
-    command.add_option("--megabytes", megabytes, "how much of it to draw")->capture_default_str();
+    command
+        .add_option("--megabytes", megabytes,
+                    "how much of the pages to draw, in units of 1,000,000 bytes")
+        ->capture_default_str();
 }
 
 void BenchOptions::addSets(CLI::App& command) {
     command.add_option("--sets", sets, "folder of the sets")->required();
-    command.add_option("--sizes", sizes, "signatures of a set")->delimiter(',');
+    command.add_option("--sizes", sizes, "numbers of signatures, a set of each")->delimiter(',');
 }
 
 void BenchOptions::addRounds(CLI::App& command) {
-    command.add_option("--rounds", rounds, "the median of so many")
+    command.add_option("--rounds", rounds, "rounds of which the median is taken")
         ->capture_default_str()
         ->check(CLI::PositiveNumber);
 }

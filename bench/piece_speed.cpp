@@ -1,11 +1,14 @@
-// How fast single pieces of the engine are; compare rows of one run.
+// How fast single pieces of the engine are.
+//
+// Measured: input bytes a second of CPU time; more is better. The machine's speed changes from hour
+// to hour, so compare the rows of one run only.
 //
 //   piece_speed [--benchmark_filter=REGEX]
 //
-// filter/...    the markup filter, all elements, in chunks of 64 KiB; "copy" is memcpy() over the
-//               same chunks, the limit
+// filter/...    the markup filter, all elements, in chunks of 64 KiB; filter/copy is memcpy() of
+//               the same chunks, which no filter can exceed
 // normalise/... the normaliser, by mode and kernel (0 plain, 1 baseline, 2 avx2, 3 avx512)
-// md5           a digest
+// md5           the digest of the input
 // keywords/...  a matchKeywords() call that finds nothing, by the length of the text
 #include <benchmark/benchmark.h>
 

@@ -1,4 +1,4 @@
-"""Draws what engine_bench compared, as an SVG."""
+"""Draws the results of engine_bench compare as an SVG."""
 
 import json
 import math
@@ -15,7 +15,7 @@ LEFT, WIDTH, BAR, GAP, TOP = 190, 640, 14, 26, 40
 
 
 def draw(results):
-    """The SVG of a results file: bars of MB per CPU second, on a logarithmic scale."""
+    """The SVG of a results file: bars of MB per CPU second on a logarithmic scale, longer is better."""
     rows = json.loads(results.read_text())["compare"]["rows"]
     rates = [rate for row in rows for rate in row["megabytes_per_cpu_second"].values()]
     low, high = math.floor(math.log10(min(rates))), math.ceil(math.log10(max(rates)))

@@ -1,4 +1,4 @@
-"""Real data for the checks: fetched from Debian packages when a check runs, never kept."""
+"""Real data for the checks. It is fetched from Debian packages when a check runs and not kept."""
 
 import re
 import subprocess
@@ -22,7 +22,7 @@ def html_pages(root):
 
 
 def places_for_markup(raw):
-    """Offsets in a page at which markup can be planted: behind closing tags, outside of scripts and
+    """Offsets in a page at which markup can be planted: after closing tags, outside of scripts and
     comments."""
     apart = [match.span() for match in re.finditer(rb"<script.*?</script|<!--.*?-->", raw,
                                                    re.I | re.S)]

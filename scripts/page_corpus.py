@@ -1,4 +1,4 @@
-"""Pages for the benchmark: documentation, scripts and small pages, out of Debian packages."""
+"""Pages for the benchmark: documentation, scripts and small pages, from Debian packages."""
 
 import random
 import re
@@ -13,9 +13,9 @@ SCRIPT_PACKAGES = ["libjs-jquery", "libjs-jquery-ui", "libjs-bootstrap4", "libjs
                    "node-react", "node-acorn", "node-typescript"]
 SEED = 20090605
 MEGABYTES = {"document": 48, "script": 24, "small": 8}  # of each kind, at most
-LARGEST = 1 << 20  # bytes of a page: a few bundles would outweigh all else
+LARGEST = 1 << 20  # bytes of a page; without it a few large scripts would be most of the corpus
 SMALL = (300, 2000)  # bytes of a small page
-# A page is scanned if one of these stands in its first 256 bytes, and no byte that text lacks.
+# A page is scanned if its first 256 bytes hold one of these tags and no byte that no text has.
 TAG = re.compile(rb"<br>|<div|<html|<head>|<font|<img|<script|<object|<iframe", re.I)
 NO_TEXT = re.compile(rb"[\x00-\x07\x0e-\x1a\x1c-\x1f\x7f]")
 
@@ -38,7 +38,7 @@ def scripts(root):
 
 
 def small_pages(pages, rng):
-    """Stretches of the pages, each from a tag on."""
+    """Pieces of the pages, each begins with a tag."""
     while True:
         page = rng.choice(pages)
         start = page.find(b"<", rng.randrange(len(page)))
@@ -47,7 +47,7 @@ def small_pages(pages, rng):
 
 
 def write(folder, pages, most):
-    """Writes pages until they come to so many bytes."""
+    """Writes pages until they have `most` bytes together."""
     folder.mkdir(parents=True)
     total = count = 0
     for page in pages:
@@ -62,7 +62,7 @@ def write(folder, pages, most):
 
 
 def make_corpus(folder):
-    """Fills folder with one folder of pages for each kind, unless it is there already."""
+    """Fills folder with a folder of pages for each kind. Does nothing if it exists."""
     if folder.exists():
         return
     rng = random.Random(SEED)

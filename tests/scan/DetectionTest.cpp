@@ -1,4 +1,4 @@
-// Detail texts and events where a host's stream does not reach.
+// Detail texts, events and dumps that no stream of a host can bring about.
 #include <gtest/gtest.h>
 
 #include "pattern/line/SignatureLine.h"
@@ -32,7 +32,7 @@ class Details : public testing::Test {
 };
 
 // Which parts a detail text has is what the comparison with the plain matcher sees.
-TEST_F(Details, TellWhatTheyLeaveOut) {
+TEST_F(Details, LogWhatTheyLeaveOut) {
     for (const int32_t offset : {1, 2, 3}) add(5, offset, {'a'});
     sent.clear();
     result.getInfo(0);
@@ -42,20 +42,20 @@ TEST_F(Details, TellWhatTheyLeaveOut) {
 }
 
 TEST_F(Details, RenderElements) {
-    const std::tuple<std::vector<int16_t>, const char*, const char*> cases[] = {
-        {{'<', -200, -201}, "003c ff38 ff37 \n\t\tsig      :<?|", "1"},
-        {{'<', -1}, "003c ffff \n\t\tsig      :<.", "0"},
-        {{0, 9, 10, 13}, "0000 0009 000a 000d \n\t\tsig      :....", "1"},
-        {{0x7f}, "007f \n\t\tsig      :.", "0"},
-        {{0xe9}, "00e9 \n\t\tsig      :.", "0"},
+    const std::tuple<const char*, std::vector<int16_t>, const char*, const char*> cases[] = {
+        {"any_and_group", {'<', -200, -201}, "003c ff38 ff37 \n\t\tsig      :<?|", "1"},
+        {"negative", {'<', -1}, "003c ffff \n\t\tsig      :<.", "0"},
+        {"white_space", {0, 9, 10, 13}, "0000 0009 000a 000d \n\t\tsig      :....", "1"},
+        {"delete", {0x7f}, "007f \n\t\tsig      :.", "0"},
+        {"high_byte", {0xe9}, "00e9 \n\t\tsig      :.", "0"},
     };
-    for (const auto& [elements, rendered, flag] : cases) {
+    for (const auto& [name, elements, rendered, flag] : cases) {
         result.reset();
         add(0, 16, elements);
         const std::string text = result.getInfo(0);
         const std::string tail =
             QLT_SPACE::Utils::formatString("\t\tsig      :%s\n\t\tasc      :%s\n", rendered, flag);
-        EXPECT_TRUE(text.ends_with(tail)) << text;
+        EXPECT_TRUE(text.ends_with(tail)) << name << ": " << text;
     }
 }
 

@@ -10,6 +10,7 @@
 
 namespace {
 
+using namespace std::literals;
 using STREAMENGINE_SPACE::MarkupFilter;
 using Texts = std::vector<std::string>;
 
@@ -41,82 +42,94 @@ Filtered filter(const Texts& chunks, uint8_t mode) {
     return result;
 }
 
-std::string blanks(size_t count) {
-    return std::string(count, ' ');
+/// @return the pieces of a text that a "|" separates
+Texts split(std::string text) {
+    Texts pieces;
+    for (size_t end = 0; (end = text.find('|')) != text.npos; text.erase(0, end + 1)) {
+        pieces.push_back(text.substr(0, end));
+    }
+    pieces.push_back(text);
+    return pieces;
 }
 
+struct FilterCase {
+    const char* name;
+    uint8_t mode;
+    std::string_view chunks, expected;  // a piece for each chunk, and one for the end
+};
+// A "|" separates chunks, a "_" is a byte that was blanked.
+constexpr FilterCase kFilterCases[] = {
+    {"no_byte", 3, "", "|"},
+    {"no_element", 2, "<span>x</span>", "<span>x</span>|"},
+    {"element", 2, "a<script>x=1;</script>b", "a_____________________b|"},
+    {"other_mode", 1, "a<script>x=1;</script>b", "a<script>x=1;</script>b|"},
+    {"mode_0", 0, "<script><object>|<", "<script><object>||<"},
+    {"mode_4", 4, "<script><object>", "<script><object>|"},
+    {"applet", 1, "<applet\t>a</applet>|<noscript>", "___________________|<noscript>|"},
+    {"embed_plugin", 1, "<EMBED/>a|<plugin\v/>b", "________a|__________b|"},
+    {"embed_plugin_text", 1, "<Embed>a</embed>|<PLUGIN>a</plugin>b",
+     "________________|__________________b|"},
+    {"noscript", 2, "<NoScript>a</nOscript>b<embed>", "______________________b<embed>|"},
+    {"cut_in_name", 2, "<scr||ipt>", "||________|"},
+    {"cut_in_other_name", 2, "<s||<x", "||<s<x|"},
+    {"cut_at_end", 2, "<|Sc", "||<Sc"},
+    {"name_at_end", 2, "a<script", "a|<script"},
+    {"never_closed", 2, "<script>x", "_________|"},
+    {"closing_tag_at_end", 2, "<script>x</Scr", "_________|_____"},
+    {"closing_tag_cut", 2, "<noscript></noscript|\n>y", "__________|____________y|"},
+    {"longer_name", 2, "<scriptx>y|<scripts", "<scriptx>y|<scripts|"},
+    {"longer_closing_name", 2, "<script>a</scriptx>b</script>c", "_____________________________c|"},
+    // The byte that ends another name opens nothing.
+    {"bracket_before", 2, "<<script>|<<<script>", "<<script>|<<________|"},
+    {"bracket_before_closing", 2, "<script><</script>a</script/>b",
+     "_____________________________b|"},
+    {"name_before_closing", 2, "<script></scr</script>a</script>b",
+     "________________________________b|"},
+    // Only an element's own name closes it, and its closing tag runs to the next ">".
+    {"closed_by_own_name", 3, "<object></script></object '>a'>b",
+     "____________________________a'>b|"},
+    // What ends a name, and what does not.
+    {"name_ends", 2, "<script\t/>a|<script\r/>b", "__________a|__________b|"},
+    {"name_goes_on", 2, "<script\0>|<script\x08>"sv, "<script\0>|<script\x08>|"sv},
+    // "/>" closes the tag outside of quotes alone, and with no byte between.
+    {"slash", 2, "<script src=a.js/>ok", "__________________ok|"},
+    {"slash_cut", 2, "<script/|>a", "________|_a|"},
+    {"slash_space", 2, "<script / >a", "____________|"},
+    {"slash_after_quotes", 2, "<script a=\"'\"/>b", "_______________b|"},
+    {"slash_before_quotes", 2, "<script /''|>a", "___________|__|"},
+    {"slash_alone_in_quotes", 2, "<script '|/|'>a", "_________|_|___|"},
+    {"bracket_in_quotes", 1, "<object data='a>b'>q</object>", "_____________________________|"},
+};
+
 TEST(MarkupFilter, Table) {
-    // The mode, the chunks, what each of them gives and what the end.
-    const std::tuple<uint8_t, Texts, Texts> cases[] = {
-        {2, {"a<script>x=1;</script>b"}, {"a" + blanks(21) + "b", ""}},
-        {2, {"<script src=a.js/>ok"}, {blanks(18) + "ok", ""}},
-        {2, {"<span>x</span>"}, {"<span>x</span>", ""}},
-        {2, {"<SCRIPT>X</Script >"}, {blanks(19), ""}},
-        {1, {"a<script>x=1;</script>b"}, {"a<script>x=1;</script>b", ""}},
-        {1, {"<object data='a>b'>q</object>"}, {blanks(29), ""}},
-        {3, {""}, {"", ""}},
-        {2, {"<scr", "", "ipt>"}, {"", "", blanks(8), ""}},
-        {2, {"<s", "", "<x"}, {"", "", "<s<x", ""}},
-        {2, {"<", "Sc"}, {"", "", "<Sc"}},
-        {2, {"a<script"}, {"a", "<script"}},
-        {2, {"<script>x"}, {blanks(9), ""}},
-        {2, {"<script>x</Scr"}, {blanks(9), blanks(5)}},
-        {2, {"<noscript></noscript", "\n>y"}, {blanks(10), blanks(12) + "y", ""}},
-        {2, {"<scriptx>y", "<scripts"}, {"<scriptx>y", "<scripts", ""}},
-        {2, {"<script>a</scriptx>b</script>c"}, {blanks(29) + "c", ""}},
-        {0, {"<script><object>", "<"}, {"<script><object>", "", "<"}},
-        {4, {"<script><object>"}, {"<script><object>", ""}},
-        // Each kind in its own mode.
-        {1, {"<applet\t>a</applet>", "<noscript>"}, {blanks(19), "<noscript>", ""}},
-        {1, {"<EMBED/>a", "<plugin\v/>b"}, {blanks(8) + "a", blanks(10) + "b", ""}},
-        {1, {"<Embed>a</embed>", "<PLUGIN>a</plugin>b"}, {blanks(16), blanks(18) + "b", ""}},
-        {2, {"<NoScript>a</nOscript>b<embed>"}, {blanks(22) + "b<embed>", ""}},
-        // The byte that ends another name opens nothing.
-        {2, {"<<script>", "<<<script>"}, {"<<script>", "<<" + blanks(8), ""}},
-        {2, {"<s<script>", "<scr<script>"}, {"<s<script>", "<scr<script>", ""}},
-        {2, {"<script><</script>a</script/>b"}, {blanks(29) + "b", ""}},
-        {2, {"<script></scr</script>a</script>b"}, {blanks(32) + "b", ""}},
-        // Only an element's own name closes it, and its closing tag runs to the next ">".
-        {3, {"<object></script></object '>a'>b"}, {blanks(28) + "a'>b", ""}},
-        // What ends a name, and what does not.
-        {2, {"<script\t/>a", "<script\r/>b"}, {blanks(10) + "a", blanks(10) + "b", ""}},
-        {2,
-         {std::string("<script\0>", 9), "<script\x08>"},
-         {std::string("<script\0>", 9), "<script\x08>", ""}},
-        // "/>" closes the tag outside of quotes alone, and not with anything between.
-        {2, {"<script/", ">a"}, {blanks(8), " a", ""}},
-        {2, {"<script / >a"}, {blanks(12), ""}},
-        {2, {"<script a='/>", "'/>b"}, {blanks(13), blanks(3) + "b", ""}},
-        {2, {"<script \"/\">a"}, {blanks(13), ""}},
-        {2, {"<script a=\"'\"/>b"}, {blanks(15) + "b", ""}},
-        {2, {"<script /''", ">a"}, {blanks(11), blanks(2), ""}},
-        {2, {"<script '", "/", "'>a"}, {blanks(9), " ", blanks(3), ""}},
-    };
-    for (const auto& [mode, chunks, expected] : cases) {
+    for (const auto& [name, mode, raw, expectedText] : kFilterCases) {
+        const Texts chunks = split(std::string(raw));
+        std::string expected(expectedText);
+        std::replace(expected.begin(), expected.end(), '_', ' ');
         const Filtered result = filter(chunks, mode);
-        EXPECT_EQ(result.pieces, expected) << chunks[0];
-        EXPECT_EQ(result.isChanged, result.all() != join(chunks)) << chunks[0];
+        EXPECT_EQ(result.pieces, split(expected)) << name;
+        EXPECT_EQ(result.isChanged, result.all() != join(chunks)) << name;
     }
 }
 
 TEST(MarkupFilter, TheModeDecidesWhenATagOpens) {
-    const std::string text = "<script>";
+    const std::string text = "<script>", closing = "</object>";
     char out[32];
     MarkupFilter filter;
     EXPECT_EQ(filter.getBufferFilter("<", 1, out, 2), 0U);
     EXPECT_EQ(filter.getBufferFilter(&text[1], 7, out, 1), 8U);
     EXPECT_EQ(std::string(out, 8), text);
     filter.getBufferFilter(text.data(), 8, out, 2);
-    EXPECT_EQ(std::string(out, filter.getBufferFilter("</object>", 9, out, 0)), blanks(9));
+    EXPECT_EQ(std::string(out, filter.getBufferFilter(closing.data(), 9, out, 0)), "         ");
 }
 
-// A filter of whole texts, element by element, from here to reference().
+// reference() filters a whole text, element by element; the functions before it are its own.
 
 bool endsName(char c) {
     return std::string_view("\t\n\v\f\r >/").find(c) != std::string_view::npos;
 }
 
-/// Bytes of text from `at` that are the word, in any case.
+/// @return how many bytes of the text from `at` on are those of the word
 size_t common(const std::string& lowered, size_t at, std::string_view word) {
     const std::string_view text = std::string_view(lowered).substr(at, word.size());
     const auto differing = std::mismatch(text.begin(), text.end(), word.begin()).first;
@@ -138,7 +151,7 @@ std::pair<size_t, bool> tagEnd(const std::string& text, const size_t at) {
 size_t elementEnd(const std::string& text, size_t at, const std::string& name) {
     const std::string word = "</" + name;
     while ((at = text.find('<', at)) != std::string::npos) {
-        at += common(text, at, word) + 1;  // behind the byte that decides
+        at += common(text, at, word) + 1;  // just after the byte that decides
         if (at > text.size()) break;
         if (text.compare(at - 1 - word.size(), word.size(), word) == 0 && endsName(text[at - 1])) {
             const size_t end = text.find('>', at - 1);

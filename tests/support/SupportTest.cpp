@@ -45,7 +45,7 @@ std::string digestOf(std::string_view text, size_t pieceLength) {
     return hex;
 }
 
-// Out of the test suite of RFC 1321, and lengths around a block's made with md5sum.
+// From the test suite of RFC 1321, and lengths around that of a block, made with md5sum.
 TEST(MD5, KnownDigests) {
     const std::pair<std::string, const char*> cases[] = {
         {"", "d41d8cd98f00b204e9800998ecf8427e"},
@@ -72,7 +72,7 @@ TEST(Crc, Iso3309) {
     EXPECT_EQ(crc.add('9'), 0xCBF43926);
 }
 
-TEST(Exception, TellsMessageAndLocationAndUnlocks) {
+TEST(Exception, HasMessageAndLocationAndUnlocks) {
     Mutex mutex;
     try {
         const Monitor monitor(mutex);

@@ -3,11 +3,8 @@
 #include <algorithm>
 
 #include "support/MD5Steps.h"
+#include "support/VectorTarget.h"
 
-#ifdef __x86_64__
-// BMI2 shifts by a count in any register: a probe takes fewer instructions.
-#define ZVK_BMI2 __attribute__((target("bmi2")))
-#endif
 #define ZVK_INLINE __attribute__((always_inline)) inline
 
 namespace STREAMENGINE_SPACE {
@@ -86,17 +83,18 @@ void probeBaseline(const AnchorTables& anchors, const uint8_t* text, uint32_t bl
     probeAll<StrideProbe<kShort, kPairs>>(anchors, text, blocks, bits, feed);
 }
 
-#ifdef ZVK_BMI2
+#ifdef ZVK_TARGET_BMI2
+/// BMI2 shifts by a count in any register, so a probe takes fewer instructions.
 template <bool kShort, bool kPairs>
-ZVK_BMI2 void probeBmi2(const AnchorTables& anchors, const uint8_t* text, uint32_t blocks,
-                        ProbeBits* bits, DigestFeed& feed) {
+ZVK_TARGET_BMI2 void probeBmi2(const AnchorTables& anchors, const uint8_t* text, uint32_t blocks,
+                               ProbeBits* bits, DigestFeed& feed) {
     probeAll<StrideProbe<kShort, kPairs>>(anchors, text, blocks, bits, feed);
 }
 #endif
 
 template <bool kShort, bool kPairs>
 ProbeAll choose([[maybe_unused]] QLT_SPACE::VectorUnit unit) {
-#ifdef ZVK_BMI2
+#ifdef ZVK_TARGET_BMI2
     if (QLT_SPACE::includesAvx2(unit)) return probeBmi2<kShort, kPairs>;
 #endif
     return probeBaseline<kShort, kPairs>;

@@ -1,4 +1,7 @@
 // Random: numbers from a seed, the same with every compiler and library.
+//
+// The distributions of the standard library may give other numbers with another library; inputs
+// that a failing test names by their seed have to be the same everywhere.
 #pragma once
 
 #include <cstddef>
@@ -21,6 +24,7 @@ class Random {
     size_t between(size_t least, size_t most) {
         return least + static_cast<size_t>(next() % (most - least + 1));
     }
+    /// @return true in so many of 100 cases
     bool chance(size_t percent) { return between(0, 99) < percent; }
 
     template <class Container>

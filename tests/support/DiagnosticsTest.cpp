@@ -21,7 +21,7 @@ class Logging : public testing::Test {
         sent.clear();
         ops.logFunction = [](const char* line) {
             sent.emplace_back(line);
-            throw 1;  // goes no further
+            throw 1;  // stays in the engine: a log function may throw
         };
     }
     void TearDown() override { ops = {}; }
@@ -64,20 +64,20 @@ TEST_F(Logging, BoundsAllocations) {
 }
 
 TEST(EngUtil, FindsTheBaseDirectory) {
-    const std::string room126(126, 'd');
-    const std::tuple<std::string, bool, std::string> cases[] = {
-        {" /base ", true, "/base/"},
-        {"/base/", true, "/base/"},
-        {"  ", false, ""},
-        {std::string(128, 'd'), false, "untouched"},
-        {room126, true, room126 + "/"},
-        {room126 + "d", false, room126 + "d"},  // no room for the "/"
+    const std::string longest(126, 'd');
+    const std::tuple<const char*, std::string, bool, std::string> cases[] = {
+        {"spaces", " /base ", true, "/base/"},
+        {"slash_there", "/base/", true, "/base/"},
+        {"spaces_only", "  ", false, ""},
+        {"too_long", std::string(128, 'd'), false, "untouched"},
+        {"longest", longest, true, longest + "/"},
+        {"no_room_for_slash", longest + "d", false, longest + "d"},
     };
-    for (const auto& [value, isFound, text] : cases) {
+    for (const auto& [name, value, isFound, text] : cases) {
         char buffer[128] = "untouched";
         setenv("ZVK_TEST_DIR", value.c_str(), 1);
-        EXPECT_EQ(EngUtil::getPathVar(buffer, 128, "ZVK_TEST_DIR"), isFound) << value;
-        EXPECT_EQ(buffer, text);
+        EXPECT_EQ(EngUtil::getPathVar(buffer, 128, "ZVK_TEST_DIR"), isFound) << name;
+        EXPECT_EQ(buffer, text) << name;
     }
     char buffer[8];
     EXPECT_FALSE(EngUtil::getPathVar(buffer, 8, "ZVK_TEST_UNSET"));
