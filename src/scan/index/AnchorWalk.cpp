@@ -9,7 +9,7 @@
 namespace STREAMENGINE_SPACE {
 
 // A table lookup loads a gram and then the entry's tail, each of at most kReadLength bytes.
-static_assert(SearchText::kSlack >= 2 * GramFilter::kReadLength);
+static_assert(SearchText::kSlack >= size_t{2} * GramFilter::kReadLength);
 
 // The stretch is probed in three ways, from fast to careful. Whole blocks of 64 bytes go through
 // the branchless loop. What is left of the stretch is probed stride by stride. In the last bytes of
