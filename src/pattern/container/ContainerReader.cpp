@@ -54,7 +54,7 @@ void ContainerReader::checkHeader() const {
     if (static_cast<uint32_t>(bodyBytes) != fileHeader.bodyLength) {
         throw headerFault(
             "Fail to verify file length, " + quoted + " is not a valid VQ pattern file",
-            Utils::formatString("the header tells of a body of %u bytes, %llu follow it",
+            Utils::formatString("the header says that the body has %u bytes, but it has %llu",
                                 fileHeader.bodyLength, static_cast<unsigned long long>(bodyBytes)),
             kBodyLengthOffset);
     }
@@ -84,7 +84,7 @@ FilePtr ContainerReader::decipher() {
     }
     if (*foundDigest != fileHeader.bodyDigest) {
         throw bodyFault("md5 check failed.",
-                        "the deciphered body has another digest than the header tells",
+                        "the digest of the deciphered body is not the one in the header",
                         kDigestOffset);
     }
     return deciphered;

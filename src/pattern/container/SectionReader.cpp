@@ -33,7 +33,8 @@ bool isNameLength(uint32_t length) {
 }
 
 std::string wrongLengthText(uint32_t length) {
-    return Utils::formatString("a name of %u bytes, 1 to %u are allowed", length, kLongestName);
+    return Utils::formatString("a name of %u bytes, but only 1 to %u are allowed", length,
+                               kLongestName);
 }
 
 }  // namespace
@@ -58,10 +59,11 @@ void SectionReader::checkRecordCount() const {
     const uint64_t bytesAfter = body.records.length() - std::min(position, body.records.length());
     const uint64_t room = std::min(bytesAfter, body.recordBytesLeft) / kShortestRecord;
     if (tableEntry.recordCount <= room) return;
-    throw fault({kShortRead},
-                Utils::formatString("a section of %u records, the body has room for %llu at most",
-                                    tableEntry.recordCount, static_cast<unsigned long long>(room)),
-                position);
+    throw fault(
+        {kShortRead},
+        Utils::formatString("a section of %u records, but the body has room for at most %llu",
+                            tableEntry.recordCount, static_cast<unsigned long long>(room)),
+        position);
 }
 
 bool SectionReader::next() {
@@ -87,10 +89,10 @@ std::string_view SectionReader::readText() {
     if (!body.records.readAll(position, header)) throw shortRead();
     const uint32_t length = decodeRecordLength(header);
     if (length > kLongestRecord) {
-        throw fault(
-            {Utils::formatString("pat [%d] is to long", static_cast<int>(length))},
-            Utils::formatString("a record of %u bytes, %u are allowed", length, kLongestRecord),
-            position);
+        throw fault({Utils::formatString("pat [%d] is to long", static_cast<int>(length))},
+                    Utils::formatString("a record of %u bytes, but at most %u are allowed", length,
+                                        kLongestRecord),
+                    position);
     }
     const std::string_view stored = body.records.view(position + header.size(), length);
     if (stored.size() != length) throw shortRead();
