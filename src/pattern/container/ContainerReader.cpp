@@ -64,6 +64,8 @@ void ContainerReader::checkHeader() const {
     }
 }
 
+// At most two temporary files are open at a time, and both vanish when they are closed. The
+// deciphered one is closed as soon as it is inflated.
 void ContainerReader::restoreBody() {
     const FilePtr deciphered = decipher();
     body = inflate(deciphered.get());
@@ -130,6 +132,9 @@ std::optional<SectionReader> ContainerReader::nextSection() {
     }
     return SectionReader(*restored, _SectionTable::decode(bytes), sectionNumber);
 }
+
+// Each kind of fault has one place that knows its message and the log lines that all of its kind
+// end with. The faults of sections are made by SectionReader.
 
 ContainerFault ContainerReader::headerFault(std::string logLine, std::string explanation,
                                             uint64_t offset) const {

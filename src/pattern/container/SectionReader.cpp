@@ -53,6 +53,10 @@ SectionReader::SectionReader(RestoredBody& restoredBody, const _SectionTable& en
       lineType(typeOfSection(entry.sectionMagic)),
       position(entry.recordOffset) {}
 
+// The shortest record has 6 bytes: its length, one digit and a separator. So a section of 1,000,000
+// MD5 records needs 6,000,000 bytes from its first record on, and as many that no other section has
+// used. A header can claim 4 billion records in 36 bytes, but it cannot make the store reserve room
+// for more than a sixth of the body's length.
 void SectionReader::checkRecordCount() const {
     if (lineType != PATTERN_MD5) return;
     constexpr uint64_t kShortestRecord = kRecordHeaderLength + kShortestRecordText;
@@ -66,6 +70,8 @@ void SectionReader::checkRecordCount() const {
         position);
 }
 
+// The text is a view into the window of body.records. It stays valid while the name is read, as
+// names have a window of their own.
 bool SectionReader::next() {
     if (lineType == PATTERN_UNKNOWN) return false;
     if (recordNumber == 0) checkRecordCount();
@@ -107,6 +113,8 @@ std::string_view SectionReader::readText() {
     return upToNul(stored);
 }
 
+// The name field is the text before the first separator: "7" in "7=6162" and in "7:0:*:6162". In an
+// MD5 line it is the text after the last colon: "7" in "0123...:512:7".
 SectionReader::NameField SectionReader::getPatternNameOffset(std::string_view text) const {
     const auto noOffset = [this] {
         return fault({kNoOffset}, "the record's name field is not 1 to 16 decimal digits",
@@ -129,6 +137,7 @@ SectionReader::NameField SectionReader::getPatternNameOffset(std::string_view te
     return field;
 }
 
+// Read with the first name rather than with the section: a section without records needs no table.
 void SectionReader::readNameTableHeader() {
     NameTableHeader::Bytes bytes{};
     const uint64_t tableOffset = tableEntry.nameTableOffset;
