@@ -133,8 +133,8 @@ std::optional<SectionReader> ContainerReader::nextSection() {
     return SectionReader(*restored, _SectionTable::decode(bytes), sectionNumber);
 }
 
-// Each kind of fault has one place that knows its message and the log lines that all of its kind
-// end with. The faults of sections are made by SectionReader.
+// One function for each kind of fault: it adds the message and the last log line, which are the
+// same for all faults of the kind. SectionReader does so for the faults of sections.
 
 ContainerFault ContainerReader::headerFault(std::string logLine, std::string explanation,
                                             uint64_t offset) const {

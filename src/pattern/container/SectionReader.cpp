@@ -17,7 +17,7 @@ constexpr const char* kShortRead = "fail to read vq pat file";
 constexpr const char* kNoOffset = "fail to get name offset";
 constexpr const char* kNoName = "fail to get name";
 
-// Bytes of each window. Records are read one after the other, names mostly from any place.
+// Bytes of each window. Records are read one after the other, names in any order.
 constexpr size_t kRecordWindow = 32768;
 constexpr size_t kNameWindow = 8192;
 constexpr size_t kTableWindow = 4096;
@@ -179,10 +179,10 @@ ContainerFault SectionReader::fault(std::vector<std::string> logLines,
                                     const std::string& explanation, uint64_t faultOffset) const {
     logLines.push_back(
         Utils::formatString("fail to parse section table[%08x].", tableEntry.sectionMagic));
-    const std::string place =
+    const std::string which =
         recordNumber == 0 ? Utils::formatString("section %u: ", section)
                           : Utils::formatString("section %u, record %u: ", section, recordNumber);
-    return {"fail to parse section table.", std::move(logLines), place + explanation,
+    return {"fail to parse section table.", std::move(logLines), which + explanation,
             ContainerFault::Place::kRestoredBody, faultOffset};
 }
 
