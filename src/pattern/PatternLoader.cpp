@@ -30,7 +30,8 @@ void reportRefusedLine(Exception& refusal) {
     std::printf("%s\n", refusal.toString());
 }
 
-/// Runs one stage of reading a container. A fault is logged and goes on to the caller.
+/// Runs one stage of reading a container. A fault is logged, line by line, and thrown on: its
+/// message is the reason with which the engine's load fails.
 template <class Stage>
 auto logFault(Stage stage) {
     try {
@@ -69,7 +70,7 @@ void addRecord(const std::string& line, int type, PatternContainer& container) {
 void loadSection(SectionReader& section, PatternContainer& container) {
     const uint32_t recordCount = section.entry().recordCount;
     if (section.type() == PATTERN_MD5 && recordCount != 0) {
-        section.checkRecordCount();  // before room is made for so many
+        section.checkRecordCount();  // before room for so many is reserved
         if (!container.md5List.allocate(static_cast<int>(recordCount))) throw section.noMemory();
     }
     while (section.next()) {
@@ -78,7 +79,9 @@ void loadSection(SectionReader& section, PatternContainer& container) {
     }
 }
 
-/// @return the records of all sections
+/// While a section is read, LoadPosition::line() is the number of the record, from 1; the messages
+/// of refused lines show it.
+/// @return the number of records in all sections
 int loadSections(ContainerReader& reader, PatternContainer& container) {
     uint32_t total = 0;
     while (std::optional<SectionReader> section = reader.nextSection()) {
@@ -93,6 +96,8 @@ int loadSections(ContainerReader& reader, PatternContainer& container) {
     return static_cast<int>(total);
 }
 
+/// Records that were added before a fault stay in the container: the engine empties it when a load
+/// fails.
 int loadContainerFile(const char* name, std::FILE* file, PatternContainer& container) {
     ContainerReader reader(name, file);
     logFault([&] { reader.checkHeader(); });

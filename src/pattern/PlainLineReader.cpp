@@ -4,6 +4,8 @@
 
 namespace STREAMENGINE_SPACE {
 
+// Like fgets(), but without its lock for every call: a line that does not fit comes in pieces of
+// kLineRoom - 1 bytes. An embedded NUL stays in the buffer and ends the text early.
 bool PlainLineReader::next() {
     size_t length = 0;
     int c = EOF;

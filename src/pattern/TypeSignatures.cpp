@@ -11,6 +11,8 @@ struct TypeSignature {
     uint16_t typeCode;
 };
 
+// Matched against the normalised stream, so each is in lower case and without blanks. Most leave
+// the tag open: "<img" also finds tags with attributes.
 constexpr TypeSignature zvkSMagic[] = {
     {"3c62723e", "HTML data", kTypeMarkup},        // <br>
     {"3c646976", "HTML data", kTypeMarkup},        // <div

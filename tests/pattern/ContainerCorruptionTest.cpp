@@ -81,6 +81,12 @@ class ContainerCorruption : public testing::Test {
     const long memoryBefore = peakMemory();
 };
 
+/// @return whether an offset lies in the magic, the body's length or its digest
+bool isChecked(size_t offset) {
+    return offset < kContainerMagic.size() ||
+           (offset >= kBodyLengthOffset && offset < kDigestOffset + digestOf("").size());
+}
+
 TEST_F(ContainerCorruption, EveryByteOfTheFile) {
     for (const uint16_t cipher : {kCipherNone, kCipherTripleDes}) {
         header.cipherMethod = cipher;
@@ -88,7 +94,8 @@ TEST_F(ContainerCorruption, EveryByteOfTheFile) {
         for (size_t i = 0; i < sound.size(); ++i) {
             for (const uint8_t flip : kFlips) {
                 const bool isLoaded = loads(flipped(sound, i, flip));
-                EXPECT_FALSE(isLoaded && i >= kContainerHeaderLength) << i;
+                const bool mayLoad = i < kContainerHeaderLength && !isChecked(i);
+                EXPECT_TRUE(mayLoad || !isLoaded) << i;
             }
         }
         for (size_t length = 0; length < sound.size(); ++length) {

@@ -1,5 +1,5 @@
-// zvk inspect: tells what is in a container pattern file, and precisely what is wrong with a broken
-// one.
+// zvk inspect: prints what a container pattern file holds and, if the file is broken, the first
+// thing that is wrong and its offset.
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -29,12 +29,16 @@ constexpr const char* kFooter = R"(Examples:
   zvk inspect base
   zvk inspect base --records | grep -c Script
 
-Tells the header, the digest that the body has, the sections and, with --records, each record as
-section, offset in the restored body, name and signature line. Of a body that would restore to far more
-than lines deflate to nothing is told, unless the environment variable ZVK_BODY_LIMIT allows as many
-bytes. Lines that the engine refuses are no fault of a container; 'zvk info' tells them.
+Prints the header, the digest that the body really has, and the sections. With --records it also
+prints each record: the number of its section, its offset in the restored body, its name and its
+signature line.
 
-Exit status: 0 a sound container, 1 a broken one, 2 an error.)";
+A body that would inflate to more than 100 times its stored size (or to more than 16 MiB, if that is
+more) or to more than 1 GiB is not restored, unless the environment variable ZVK_BODY_LIMIT allows that
+many bytes. A signature line that the engine refuses does not make a container broken; 'zvk info'
+prints such lines.
+
+Exit status: 0 the container is sound, 1 it is broken, 2 an error.)";
 
 struct InspectArguments {
     std::string path;
@@ -64,7 +68,7 @@ std::string hexText(const ContainerReader::Digest& digest) {
     return fmt::format("{:02x}", fmt::join(digest, ""));
 }
 
-/// What the command tells of a file, in the order in which it comes up.
+/// Prints what is found in a file, in the order in which it is found.
 class Report {
   public:
     virtual ~Report() = default;
@@ -222,13 +226,13 @@ CommandAction setUp(CLI::App& parser) {
     parser.add_option("file", arguments->path, "Container pattern file, whatever its name")
         ->required()
         ->type_name("FILE");
-    parser.add_flag("--records", arguments->withRecords, "Tell each record as well");
+    parser.add_flag("--records", arguments->withRecords, "Print each record as well");
     parser.add_flag("--json", arguments->isJson, "One JSON object a line instead of text");
     parser.footer(kFooter);
     return [arguments] { return inspect(*arguments); };
 }
 
-const Command kInspect("inspect", "Tell what is in a container pattern file", setUp);
+const Command kInspect("inspect", "Print what a container pattern file holds", setUp);
 
 }  // namespace
 

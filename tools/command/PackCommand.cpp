@@ -1,4 +1,4 @@
-// zvk pack: makes a container pattern file out of plain ones.
+// zvk pack: makes a container pattern file from plain ones.
 
 #include <fmt/format.h>
 
@@ -35,16 +35,18 @@ constexpr const char* kFooter = R"(Examples:
   zvk pack -o base sample.ndb sample.db sample.hdb
   zvk pack -o update --set-version 2.0.0.1 --strict new.ndb
 
-Packs the lines of .db, .ndb and .hdb files into one container, which the engine loads like them. Each
-line is first given to the engine's own parsers; one that they or the format refuse is told as
-FILE:LINE: reason and left out, or, with --strict, nothing is written. The build time is the version
-that the engine tells of the set; if it is not given it is SOURCE_DATE_EPOCH or, without that, now.
-Equal input, settings and build time give equal bytes.
+Packs the lines of .db, .ndb and .hdb files into one container, which the engine loads like them. A
+line that the engine's own parsers or the format refuse is left out and printed as FILE:LINE: reason;
+with --strict nothing is written then.
 
-A cipher keeps names and signatures from a casual look, no more: its key is in the file. It makes
-loading slower, 3des more than twice as slow.
+The engine reports the build time as the version of the set. Without --build-time it is the value of
+the environment variable SOURCE_DATE_EPOCH or, if that is not set, the current time. Equal input,
+settings and build time give equal bytes.
 
-Exit status: 0 all lines packed, 1 some were refused, 2 an error.)";
+A cipher only keeps names and signatures from being read by chance, as its key is in the file. It makes
+loading slower: with 3des a load takes more than twice as long.
+
+Exit status: 0 all lines were packed, 1 some were refused, 2 an error.)";
 
 struct PackArguments {
     std::string output;
@@ -79,7 +81,7 @@ class Packer {
         const std::string& output = arguments.output;
         if (PatternLoader::getPatternType(output.c_str()) != PATTERN_CONTAINER) {
             throw PatternError(fmt::format(
-                "cannot write {}: the engine takes a file for a container only if its name has no "
+                "cannot write {}: the engine reads a file as a container only if its name has no "
                 "dot and does not end in hwinfo",
                 output));
         }
@@ -138,19 +140,19 @@ class Packer {
             complain(fmt::format("{}: holds no signature", arguments.output));
         if (bodyLength > limit) {
             complain(
-                fmt::format("{}: is restored to {} bytes; only a host whose environment has a "
-                            "{} as high as that loads it",
+                fmt::format("{}: its restored body has {} bytes; a host loads it only if the "
+                            "environment variable {} allows that many",
                             arguments.output, bodyLength, kBodyLimitVariable));
         }
     }
 
     const PackArguments& arguments;
     ContainerWriter writer;
-    PatternContainer parsed;  // only to see what the engine refuses
+    PatternContainer parsed;  // filled only to find the lines that the engine refuses
     uint64_t refusedCount = 0;
 };
 
-/// @return whether all of text is a decimal number that fits
+/// @return whether the whole text is a decimal number of 32 bits
 bool parseNumber(std::string_view text, uint32_t& number) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     return error == std::errc() && end == text.data() + text.size();
@@ -189,7 +191,7 @@ std::array<uint32_t, 4> parseVersion(std::string_view text) {
     return version;
 }
 
-/// Declares an option that takes one of a few words.
+/// Declares an option whose value is one of a few words.
 template <class Value>
 void addChoice(CLI::App& parser, const char* name, const std::map<std::string, Value>& choices,
                Value& chosen, const char* typeName, const char* description) {
@@ -201,15 +203,9 @@ void addChoice(CLI::App& parser, const char* name, const std::map<std::string, V
         ->type_name(typeName);
 }
 
-CommandAction setUp(CLI::App& parser) {
-    auto arguments = std::make_shared<PackArguments>();
-    auto& settings = arguments->settings;
-    parser.add_option("-o,--output", arguments->output, "The container; its name has no dot")
-        ->required()
-        ->type_name("FILE");
-    parser.add_option("files", arguments->inputs, "Plain pattern files: .db, .ndb, .hdb")
-        ->required()
-        ->type_name("SIGFILE");
+/// Declares the options that set the container's own fields.
+/// @return the option of the build time, which has a default that is not constant
+const CLI::Option* addSettings(CLI::App& parser, ContainerSettings& settings) {
     addChoice<CipherMethod>(
         parser, "--cipher",
         {{"none", kCipherNone}, {"des", kCipherDes}, {"3des", kCipherTripleDes}},
@@ -227,9 +223,22 @@ CommandAction setUp(CLI::App& parser) {
             [&settings](const std::string& text) { settings.version = parseVersion(text); },
             "Version of the signature set, 0.0.0.0 by default")
         ->type_name("A.B.C.D");
-    addChoice<bool>(
-        parser, "--names", {{"fixed", true}, {"variable", false}}, settings.fixedNames, "FORM",
-        "How names are kept: fixed, all padded to the longest, or variable (the default)");
+    addChoice<bool>(parser, "--names", {{"fixed", true}, {"variable", false}}, settings.fixedNames,
+                    "FORM",
+                    "How names are stored: fixed, all padded to the length of the longest, or "
+                    "variable (the default)");
+    return buildTime;
+}
+
+CommandAction setUp(CLI::App& parser) {
+    auto arguments = std::make_shared<PackArguments>();
+    parser.add_option("-o,--output", arguments->output, "The container; its name has no dot")
+        ->required()
+        ->type_name("FILE");
+    parser.add_option("files", arguments->inputs, "Plain pattern files: .db, .ndb, .hdb")
+        ->required()
+        ->type_name("SIGFILE");
+    const CLI::Option* buildTime = addSettings(parser, arguments->settings);
     parser.add_flag("--strict", arguments->isStrict, "Write nothing if a line is refused");
     parser.footer(kFooter);
     return [arguments, buildTime] {
@@ -238,7 +247,7 @@ CommandAction setUp(CLI::App& parser) {
     };
 }
 
-const Command kPack("pack", "Make a container pattern file out of plain ones", setUp);
+const Command kPack("pack", "Make a container pattern file from plain ones", setUp);
 
 }  // namespace
 

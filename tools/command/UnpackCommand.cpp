@@ -1,4 +1,7 @@
 // zvk unpack: turns a container pattern file back into plain ones.
+//
+// Every file is written beside its final name, and all get their names at the end. A fault in the
+// last section leaves no file of the first ones.
 
 #include <fmt/format.h>
 
@@ -27,12 +30,12 @@ constexpr const char* kFooter = R"(Examples:
   zvk unpack base -o lines
   zvk pack -o again lines/base-*
 
-Writes one plain pattern file for each section that has records, named after the container, the
-section's number and the kind of its lines: base-1.ndb, base-2.db, base-3.hdb. Packed again in the
-order of these names they load to the same set. Files that exist are kept, unless --force is given.
-Nothing is written if the container is broken.
+Writes one plain pattern file for each section that has records. Its name is made of the container's
+name, the section's number and the kind of its lines: base-1.ndb, base-2.db, base-3.hdb. Packed again
+in the order of these names, the files load to the same set. Files that exist are kept, unless --force
+is given. Nothing is written if the container is broken.
 
-Exit status: 0 all records written, 1 some cannot stand in a plain file, 2 an error.)";
+Exit status: 0 all records were written, 1 a plain file cannot hold some of them, 2 an error.)";
 
 struct UnpackArguments {
     std::string path;
@@ -53,8 +56,8 @@ const char* endingOf(uint32_t magic) {
     }
 }
 
-/// Whether a plain file gives the line back as it is: one line end would make two lines of it, and
-/// blanks at its end would be cut.
+/// @return whether a plain file can hold the line: a line feed would make two lines of it, and the
+///         reader of plain files cuts blanks, tabs and carriage returns at the end of a line
 bool isPlainLine(std::string_view line) {
     return line.find('\n') == std::string_view::npos &&
            line.find_last_not_of(" \t\r") == line.size() - 1;

@@ -15,7 +15,7 @@ namespace zvk {
 
 namespace {
 
-// What open() would give a new file: mkstemp() lets only the owner read.
+// The permissions that open() gives a new file. mkstemp() gives fewer: only its owner can read it.
 mode_t usualMode() {
     const mode_t mask = umask(0);
     umask(mask);

@@ -24,8 +24,8 @@ using STREAMENGINE_SPACE::PatternContainer;
 using STREAMENGINE_SPACE::PatternLoader;
 using STREAMENGINE_SPACE::PlainLineReader;
 
-// Physical numbers of the lines that a container refuses. The loader's messages have only a count
-// of the lines taken so far, but come in the order of these.
+// Numbers, in the file, of the lines that a container refuses. The loader's messages only have the
+// count of the lines accepted so far, but they come in the same order as these numbers.
 std::vector<uint32_t> refusedNumbers(std::FILE* file, int type, uint64_t& readCount) {
     std::rewind(file);
     PatternContainer container;

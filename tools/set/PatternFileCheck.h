@@ -8,7 +8,7 @@
 namespace zvk {
 
 struct RefusedLine {
-    uint32_t number = 0;  // physical line, from 1; 0 for what came from a container
+    uint32_t number = 0;  // of the line in the file, from 1; 0 in a container
     std::string reason;   // the engine's own text
 };
 
@@ -18,7 +18,7 @@ struct PatternFileCheck {
     std::vector<RefusedLine> refused;
 };
 
-/// Loads the file a second time, into a container of its own, to see what becomes of each line.
+/// Loads the file a second time, into a container of its own, and collects the refusals.
 /// @param path  a file that the engine has loaded
 /// @throws PatternError if it can no longer be loaded
 PatternFileCheck checkPatternFile(const std::string& path);

@@ -15,6 +15,7 @@ BodyReader::BodyReader(std::FILE* bodyFile, size_t windowRoom)
 }
 
 std::string_view BodyReader::view(uint64_t offset, size_t count) {
+    // Compared without sums, which hostile offsets could make overflow.
     if (offset < windowOffset || count > windowLength ||
         offset - windowOffset > windowLength - count) {
         moveWindow(offset);
@@ -23,6 +24,8 @@ std::string_view BodyReader::view(uint64_t offset, size_t count) {
     return {window.data() + start, std::min(count, windowLength - start)};
 }
 
+// pread() neither uses nor moves the file's position, so several readers can share one file. It may
+// read less than asked for; only 0 bytes mean the end.
 void BodyReader::moveWindow(uint64_t offset) {
     windowOffset = offset;
     windowLength = 0;

@@ -29,6 +29,8 @@ Exception writeFailure() {
 
 }  // namespace
 
+// One pass with one buffer: each piece is deciphered in place, written and digested. A piece is a
+// whole number of blocks, so ECB needs nothing from one piece to the next.
 std::array<uint8_t, 16> decipherBody(std::FILE* in, const ContainerHeader& header, std::FILE* out) {
     const BodyCipher cipher(header);
     const size_t block = cipher.blockLength();

@@ -50,7 +50,7 @@ void BodyWriter::finish(ContainerHeader& header) {
     drain();
     if (written > std::numeric_limits<uint32_t>::max()) {
         throw Exception(Utils::formatString(
-            "the deflated body would have %llu bytes, %u are the most",
+            "the deflated body would have %llu bytes, but at most %u are allowed",
             static_cast<unsigned long long>(written), std::numeric_limits<uint32_t>::max()));
     }
     header.bodyLength = static_cast<uint32_t>(written);

@@ -54,7 +54,7 @@ void ContainerReader::checkHeader() const {
     if (static_cast<uint32_t>(bodyBytes) != fileHeader.bodyLength) {
         throw headerFault(
             "Fail to verify file length, " + quoted + " is not a valid VQ pattern file",
-            Utils::formatString("the header tells of a body of %u bytes, %llu follow it",
+            Utils::formatString("the header says that the body has %u bytes, but it has %llu",
                                 fileHeader.bodyLength, static_cast<unsigned long long>(bodyBytes)),
             kBodyLengthOffset);
     }
@@ -64,6 +64,8 @@ void ContainerReader::checkHeader() const {
     }
 }
 
+// At most two temporary files are open at a time, and both vanish when they are closed. The
+// deciphered one is closed as soon as it is inflated.
 void ContainerReader::restoreBody() {
     const FilePtr deciphered = decipher();
     body = inflate(deciphered.get());
@@ -84,7 +86,7 @@ FilePtr ContainerReader::decipher() {
     }
     if (*foundDigest != fileHeader.bodyDigest) {
         throw bodyFault("md5 check failed.",
-                        "the deciphered body has another digest than the header tells",
+                        "the digest of the deciphered body is not the one in the header",
                         kDigestOffset);
     }
     return deciphered;
@@ -130,6 +132,9 @@ std::optional<SectionReader> ContainerReader::nextSection() {
     }
     return SectionReader(*restored, _SectionTable::decode(bytes), sectionNumber);
 }
+
+// One function for each kind of fault: it adds the message and the last log line, which are the
+// same for all faults of the kind. SectionReader does so for the faults of sections.
 
 ContainerFault ContainerReader::headerFault(std::string logLine, std::string explanation,
                                             uint64_t offset) const {

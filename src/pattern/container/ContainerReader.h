@@ -51,10 +51,10 @@ class ContainerReader {
     /// @return the MD5 digest that the body has; nothing until restoreBody() has computed it
     const std::optional<Digest>& digest() const { return foundDigest; }
 
-    /// @return bytes of the restored body
+    /// @return bytes of the restored body; valid after restoreBody()
     uint64_t bodyLength() const { return restored->table.length(); }
 
-    /// Moves on to the next section of the restored body. Sections of unknown kind are returned
+    /// Moves on to the next section, after restoreBody(). Sections of unknown kind are returned
     /// too; they have no records to read.
     /// @return the section, which borrows from this reader and of which only the newest may be
     ///         read; nothing after the last one

@@ -154,7 +154,8 @@ uint64_t ContainerWriter::write(std::FILE* file) const {
     header.nameTotal = nameTotal();
     header.cipherMethod = settings.cipherMethod;
 
-    writeHeader(header, file);  // keeps its place; written again with the body's length and digest
+    writeHeader(header,
+                file);  // reserves its bytes; written again with the body's length and digest
     BodyWriter body(file, header);
     for (const _SectionTable& entry : layout.entries) body.write(entry.encode());
     for (const Section& section : sections) writeRecords(section, layout, body);

@@ -17,7 +17,7 @@ constexpr const char* kShortRead = "fail to read vq pat file";
 constexpr const char* kNoOffset = "fail to get name offset";
 constexpr const char* kNoName = "fail to get name";
 
-// Bytes of each window. Records are read one after the other, names mostly from any place.
+// Bytes of each window. Records are read one after the other, names in any order.
 constexpr size_t kRecordWindow = 32768;
 constexpr size_t kNameWindow = 8192;
 constexpr size_t kTableWindow = 4096;
@@ -33,7 +33,8 @@ bool isNameLength(uint32_t length) {
 }
 
 std::string wrongLengthText(uint32_t length) {
-    return Utils::formatString("a name of %u bytes, 1 to %u are allowed", length, kLongestName);
+    return Utils::formatString("a name of %u bytes, but only 1 to %u are allowed", length,
+                               kLongestName);
 }
 
 }  // namespace
@@ -52,18 +53,25 @@ SectionReader::SectionReader(RestoredBody& restoredBody, const _SectionTable& en
       lineType(typeOfSection(entry.sectionMagic)),
       position(entry.recordOffset) {}
 
+// The shortest record has 6 bytes: its length, one digit and a separator. So a section of 1,000,000
+// MD5 records needs 6,000,000 bytes from its first record on, and as many that no other section has
+// used. A header can claim 4 billion records in 36 bytes, but it cannot make the store reserve room
+// for more than a sixth of the body's length.
 void SectionReader::checkRecordCount() const {
     if (lineType != PATTERN_MD5) return;
     constexpr uint64_t kShortestRecord = kRecordHeaderLength + kShortestRecordText;
     const uint64_t bytesAfter = body.records.length() - std::min(position, body.records.length());
     const uint64_t room = std::min(bytesAfter, body.recordBytesLeft) / kShortestRecord;
     if (tableEntry.recordCount <= room) return;
-    throw fault({kShortRead},
-                Utils::formatString("a section of %u records, the body has room for %llu at most",
-                                    tableEntry.recordCount, static_cast<unsigned long long>(room)),
-                position);
+    throw fault(
+        {kShortRead},
+        Utils::formatString("a section of %u records, but the body has room for at most %llu",
+                            tableEntry.recordCount, static_cast<unsigned long long>(room)),
+        position);
 }
 
+// The text is a view into the window of body.records. It stays valid while the name is read, as
+// names have a window of their own.
 bool SectionReader::next() {
     if (lineType == PATTERN_UNKNOWN) return false;
     if (recordNumber == 0) checkRecordCount();
@@ -87,10 +95,10 @@ std::string_view SectionReader::readText() {
     if (!body.records.readAll(position, header)) throw shortRead();
     const uint32_t length = decodeRecordLength(header);
     if (length > kLongestRecord) {
-        throw fault(
-            {Utils::formatString("pat [%d] is to long", static_cast<int>(length))},
-            Utils::formatString("a record of %u bytes, %u are allowed", length, kLongestRecord),
-            position);
+        throw fault({Utils::formatString("pat [%d] is to long", static_cast<int>(length))},
+                    Utils::formatString("a record of %u bytes, but at most %u are allowed", length,
+                                        kLongestRecord),
+                    position);
     }
     const std::string_view stored = body.records.view(position + header.size(), length);
     if (stored.size() != length) throw shortRead();
@@ -105,6 +113,8 @@ std::string_view SectionReader::readText() {
     return upToNul(stored);
 }
 
+// The name field is the text before the first separator: "7" in "7=6162" and in "7:0:*:6162". In an
+// MD5 line it is the text after the last colon: "7" in "0123...:512:7".
 SectionReader::NameField SectionReader::getPatternNameOffset(std::string_view text) const {
     const auto noOffset = [this] {
         return fault({kNoOffset}, "the record's name field is not 1 to 16 decimal digits",
@@ -127,6 +137,7 @@ SectionReader::NameField SectionReader::getPatternNameOffset(std::string_view te
     return field;
 }
 
+// Read with the first name rather than with the section: a section without records needs no table.
 void SectionReader::readNameTableHeader() {
     NameTableHeader::Bytes bytes{};
     const uint64_t tableOffset = tableEntry.nameTableOffset;
@@ -168,10 +179,10 @@ ContainerFault SectionReader::fault(std::vector<std::string> logLines,
                                     const std::string& explanation, uint64_t faultOffset) const {
     logLines.push_back(
         Utils::formatString("fail to parse section table[%08x].", tableEntry.sectionMagic));
-    const std::string place =
+    const std::string which =
         recordNumber == 0 ? Utils::formatString("section %u: ", section)
                           : Utils::formatString("section %u, record %u: ", section, recordNumber);
-    return {"fail to parse section table.", std::move(logLines), place + explanation,
+    return {"fail to parse section table.", std::move(logLines), which + explanation,
             ContainerFault::Place::kRestoredBody, faultOffset};
 }
 

@@ -72,7 +72,7 @@ class SectionReader {
     ContainerFault noMemory() const;
 
   private:
-    /// The name field of a record's text: its place, and the name offset that it holds.
+    /// The name field of a record's text: where it is, and the name offset that it holds.
     struct NameField {
         size_t position;
         size_t length;

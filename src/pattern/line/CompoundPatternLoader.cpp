@@ -42,15 +42,15 @@ uint32_t gapBound(std::string_view digits) {
 }
 
 /// Reads the text between the braces of a bounded gap. Several dashes in a row count as one.
-void readGap(std::string_view content, PartPlace& place) {
+void readGap(std::string_view content, PartPosition& position) {
     const size_t dash = content.find('-');
     if (dash == std::string_view::npos) {
-        place.minDistance = place.maxDistance = gapBound(content);
+        position.minDistance = position.maxDistance = gapBound(content);
         return;
     }
     const size_t secondBound = std::min(content.find_first_not_of('-', dash), content.size());
-    place.minDistance = gapBound(content.substr(0, dash));
-    place.maxDistance = gapBound(content.substr(secondBound));
+    position.minDistance = gapBound(content.substr(0, dash));
+    position.maxDistance = gapBound(content.substr(secondBound));
 }
 
 uint16_t countParts(std::string_view text, std::string_view markers) {
@@ -65,39 +65,39 @@ uint16_t countParts(std::string_view text, std::string_view markers) {
 ///
 ///   aabb{2-4}cc*dd   ->   "aabb", then gap 2-4 and "cc", then gap * and "dd"
 void addBoundedParts(TrieTree& tree, const SignatureTraits& traits, std::string_view rest) {
-    PartPlace place;
-    place.sigid = ++tree.lastSigid;
-    place.parts = countParts(rest, "{*");
-    for (place.partno = 1; place.partno < place.parts; ++place.partno) {
+    PartPosition position;
+    position.sigid = ++tree.lastSigid;
+    position.parts = countParts(rest, "{*");
+    for (position.partno = 1; position.partno < position.parts; ++position.partno) {
         const size_t marker = rest.find_first_of("{*");
         if (marker == std::string_view::npos) throw malformed();  // a marker inside the braces
-        CompoundPatternLoader::parseAdd(tree, traits, rest.substr(0, marker), place);
-        place.minDistance = place.maxDistance = 0;
+        CompoundPatternLoader::parseAdd(tree, traits, rest.substr(0, marker), position);
+        position.minDistance = position.maxDistance = 0;
         size_t end = marker;
         if (rest[marker] == '{') {
             end = rest.find('}', marker);
             if (end == std::string_view::npos) throw malformed();
-            readGap(rest.substr(marker + 1, end - marker - 1), place);
+            readGap(rest.substr(marker + 1, end - marker - 1), position);
         }
         rest.remove_prefix(end + 1);
     }
-    CompoundPatternLoader::parseAdd(tree, traits, rest, place);
+    CompoundPatternLoader::parseAdd(tree, traits, rest, position);
 }
 
 /// Adds the parts of a signature whose gaps all have any length.
 void addUnboundedParts(TrieTree& tree, const SignatureTraits& traits, const char* hexsig) {
-    PartPlace place;
-    place.sigid = ++tree.lastSigid;
-    place.parts = countParts(hexsig, "*");
-    for (place.partno = 1; place.partno <= place.parts; ++place.partno) {
+    PartPosition position;
+    position.sigid = ++tree.lastSigid;
+    position.parts = countParts(hexsig, "*");
+    for (position.partno = 1; position.partno <= position.parts; ++position.partno) {
         const auto part = Utils::strToK(hexsig, 0, "*");
         hexsig = Utils::skipToken(hexsig, "*");
         if (!part) {
             throw Exception(
                 Utils::formatString("Can't extract part %d of partial signature [%s:%d]",
-                                    place.partno, LoadPosition::file(), LoadPosition::line()));
+                                    position.partno, LoadPosition::file(), LoadPosition::line()));
         }
-        CompoundPatternLoader::parseAdd(tree, traits, *part, place);
+        CompoundPatternLoader::parseAdd(tree, traits, *part, position);
     }
 }
 
@@ -183,17 +183,17 @@ void CompoundPatternLoader::parse(TrieTree& tree, const char* name, const char* 
 }
 
 void CompoundPatternLoader::parseAdd(TrieTree& tree, const SignatureTraits& traits,
-                                     std::string_view part, const PartPlace& place) {
+                                     std::string_view part, const PartPosition& position) {
     PartDraft draft;
     TriePattern& pattern = draft.pattern;
     pattern.isWildcard = part.find_first_of("(?") != std::string_view::npos;
     pattern.type = traits.type;
     pattern.targetType = traits.targetType;
-    pattern.sigid = place.sigid;
-    pattern.parts = place.parts;
-    pattern.partno = place.partno;
-    pattern.minDistance = place.minDistance;
-    pattern.maxDistance = place.maxDistance;
+    pattern.sigid = position.sigid;
+    pattern.parts = position.parts;
+    pattern.partno = position.partno;
+    pattern.minDistance = position.minDistance;
+    pattern.maxDistance = position.maxDistance;
     pattern.offset = traits.offset;
     (pattern.isWildcard ? decodeWildcards : decodePlain)(part, draft);
     tree.maxPatternLength = std::max(tree.maxPatternLength, pattern.length);

@@ -33,7 +33,7 @@ struct SignatureTraits {
 };
 
 /// The number of a part in its signature, and the gap before it; all 0 for an only part.
-struct PartPlace {
+struct PartPosition {
     uint32_t sigid = 0;
     uint16_t parts = 0;
     uint16_t partno = 0;
@@ -52,7 +52,7 @@ class CompoundPatternLoader {
     /// Builds and adds one part.
     /// @throws QLT_SPACE::Exception for a malformed or too short part
     static void parseAdd(TrieTree& tree, const SignatureTraits& traits, std::string_view part,
-                         const PartPlace& place);
+                         const PartPosition& position);
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -19,6 +19,8 @@ constexpr size_t kShortestLine = kDigestDigits + 3;
 
 }  // namespace
 
+// The record is taken from the list first and filled in place, as the list may have reserved the
+// memory of all its records. A line that is refused then gives its record back.
 void addMd5Line(MD5List& list, const char* line) {
     const auto malformed = [line] {
         return QLT_SPACE::Exception(Utils::formatString("Malformed md5 pattern [%s]", line));

@@ -25,6 +25,7 @@ int byteValue(const char* pair) {
     return high << 4 | PatternParser::hex2int(pair[1]);
 }
 
+/// A wildcard or a group takes two characters like a byte does, but only the first one is checked.
 Symbol symbolValue(const char* pair) {
     if (pair[0] == '?') return kAnySymbol;
     if (pair[0] == '@') return kGroupSymbol;

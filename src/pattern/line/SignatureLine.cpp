@@ -22,6 +22,7 @@ using QLT_SPACE::Utils;
 
 constexpr size_t kLongestShortHex = 19;  // digits; the shift table needs 10 bytes
 
+/// @return whether a signature has a gap, a wildcard or a group, which the shift table cannot hold
 bool needsTrie(const char* hex) {
     return std::strpbrk(hex, "*{?(") != nullptr;
 }
@@ -46,6 +47,8 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
+// Colons separate the fields, and several in a row count as one. A line with an empty field so
+// lacks its fourth one and is refused. Fields after the fourth are not read.
 void addExtendedLine(PatternContainer& container, const char* line) {
     const auto field = [line](int index) {
         auto text = Utils::strToK(line, index, ":");
