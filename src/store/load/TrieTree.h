@@ -6,18 +6,6 @@
 // there for the scanner to compare in full. A prefix is three bytes long, or two where the pattern
 // has only two or its third symbol is a wildcard.
 //
-// Example: the patterns "abcd", "abx" and "bcy" make these nodes, with their failure links:
-//
-//   root - a - ab - abc (abcd)      ab -> b, abc -> bc
-//               \ -- abx (abx)      abx -> root
-//        - b - bc - bcy (bcy)       a, b, bc, bcy -> root
-//
-// The scanner goes along the bytes of the text. Where a node has no child for the next byte, it
-// takes the failure link: to the node of the longest proper suffix of what is read that is itself a
-// prefix. In "abcy" it reaches "abc", where "abcd" is compared and does not match; "abc" has no
-// child for "y", its link leads to "bc", and from there "y" leads to "bcy". No byte of the text is
-// read again, and no prefix is missed.
-//
 // In general a scanner has to follow the failure links at each node, as shorter patterns may end at
 // the same byte. Here patterns end at depth 2 or 3 only, a node of depth 3 is always a leaf, and
 // the failure link of a node of depth 2 leads to depth 1 or the root, which never hold patterns. So
