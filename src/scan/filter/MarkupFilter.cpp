@@ -63,7 +63,7 @@ uint32_t MarkupFilter::getBufferFilter(const char* in, uint32_t len, char* out, 
 
 uint32_t MarkupFilter::getTagBufferFilter(char* out) {
     const uint32_t count = pendingCount;
-    if (filterState == State::OpeningName) {
+    if (isInOpeningName()) {
         std::copy_n(pendingTag.data(), count, out);
         pendingCount = 0;
         filterState = State::Text;

@@ -15,7 +15,7 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// What is seen in a block; bit i stands for byte i.
+/// What a block contains; bit i belongs to byte i.
 struct BlockMarks {
     uint64_t open;    // "<"
     uint64_t close;   // ">"
