@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "scan/normalise/NormaliseForms.h"
 #include "support/Ascii.h"
 
 namespace STREAMENGINE_SPACE {
@@ -43,6 +44,8 @@ struct Normaliser::Cursor {
     size_t left() const { return static_cast<size_t>(inEnd - in); }
     size_t room() const { return static_cast<size_t>(outEnd - out); }
 };
+
+Normaliser::Normaliser(QLT_SPACE::VectorUnit unit) : kernel(normaliseKernel(unit)) {}
 
 unsigned int Normaliser::getBuffer(const char*& data, unsigned int& len, char* out,
                                    unsigned int room) {
