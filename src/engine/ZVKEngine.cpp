@@ -132,6 +132,9 @@ int ZVKEngine::loadPattern(const _ZVKPatternFile* pf) {
     return 0;
 }
 
+// The load, which takes long, runs under loadLock alone. Streams begin and end all the while,
+// as binding needs only the lock of currentSet, which is held for the few instructions of
+// publishNext(). A failed load leaves the target empty and the current set as it was.
 int ZVKEngine::reloadPattern(const _ZVKPatternFile* pf) {
     const auto report = [](const char* text) {
         // Hosts read this text: the message without the function's name is part of the interface.
@@ -187,6 +190,8 @@ int ZVKEngine::setOptions(int code, const void* value) {
     return 0;
 }
 
+// In an order in which nothing ever points to freed memory: no set is current any more, then the
+// instances drop their scanners, which borrow from the sets, then the sets are freed.
 int ZVKEngine::resetEngine() {
     currentSet.clear();
     instances.forEach(

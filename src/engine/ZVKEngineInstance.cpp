@@ -86,6 +86,18 @@ int ZVKEngineInstance::begin_scan(const ZVKScanEngineCallbacks* callbacks, void*
     return 0;
 }
 
+// The gate. The first 256 bytes of a stream are collected, the header, and decide whether the
+// stream is scanned:
+//
+//   bytes come in    getFileType() refuses known formats and what is not text, at the first byte
+//                    that shows it
+//   256 are there    the type pass refuses a header without a type signature (markup)
+//                    then the detection pass scans the header and the rest of the chunk
+//   later chunks     are scanned as they come
+//   the stream ends  a shorter stream takes the type pass and the detection pass now
+//
+// The two passes normalise the header anew, so it is kept until then. Once a stream is refused it
+// stays so: all later calls answer the same.
 int ZVKEngineInstance::scan(const char* data, unsigned int length) {
     if (state != 1 || scanner == nullptr) return ZVK_ERR_BAD_STATE;
     if (isRefused()) return ZVK_ERR_NOT_SCANNABLE;

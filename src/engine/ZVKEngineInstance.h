@@ -5,14 +5,7 @@
 // set stays the same. While a stream is open, the container's use count includes it; every path
 // that closes a stream lowers that count exactly once.
 //
-// The first 256 bytes are collected, the header, and decide whether the stream is scanned:
-//
-//   bytes come in    getFileType() refuses known formats and what is not text, at the first byte
-//                    that shows it
-//   256 are there    the type pass refuses a header without a type signature (markup)
-//                    then the detection pass scans the header and the rest of the chunk
-//   later chunks     are scanned as they come
-//   the stream ends  a shorter stream takes the type pass and the detection pass now
+// The first 256 bytes, the header, decide whether the stream is scanned at all.
 //
 // Threads: one at a time; it has no lock of its own.
 #pragma once

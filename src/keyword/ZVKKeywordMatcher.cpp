@@ -32,6 +32,20 @@ std::string signatureLine(int index, std::string_view keyword) {
 
 }  // namespace
 
+// The turns. An update waits for the matches that read when it asks, and from that moment on new
+// matches wait. Updates have their turns in the order in which they ask. Between two updates all
+// the matches that wait by then have theirs, as one batch. Example, with matches m and updates u,
+// in the order in which they ask:
+//
+//   m1 m2          read at once
+//   u1             waits for m1 and m2
+//   m3 u2 m4       wait for u1
+//   u1 ends        m3 and m4 read; u2 waits for both
+//   m5             waits for u2
+//
+// A plain reader-writer lock prefers one side. If it prefers readers, a host that matches all the
+// time never gets an update through; if it prefers writers, one that updates all the time never a
+// match.
 class ZVKKeywordMatcher::UpdateScope {
   public:
     explicit UpdateScope(ZVKKeywordMatcher& keywords) : matcher(keywords) {

@@ -1,18 +1,8 @@
 // ZVKKeywordMatcher: a keyword set, and the order in which threads may read or replace it.
 //
-// Any number of matches read the set at once; an update rebuilds it alone. An update waits for the
-// matches that read by then, and from the moment at which it asks new matches wait. Updates have
-// their turns in the order in which they ask. Between two updates all the matches that wait by then
-// have theirs, as one batch. Example, with matches m and updates u, in the order in which they ask:
-//
-//   m1 m2          read at once
-//   u1             waits for m1 and m2
-//   m3 u2 m4       wait for u1
-//   u1 ends        m3 and m4 read; u2 waits for both
-//   m5             waits for u2
-//
-// So nobody waits for ever, which a plain reader-writer lock does not promise: a match waits for
-// one update at most, an update for those that asked before it and one batch of matches each.
+// Any number of matches read the set at once; an update rebuilds it alone. Nobody waits for ever: a
+// match waits for one update at most, an update for those that asked before it and one batch of
+// matches each.
 //
 // Threads: all functions may be called from any thread, but for DoUpdate().
 #pragma once

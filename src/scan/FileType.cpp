@@ -88,7 +88,9 @@ static_assert(std::is_sorted(std::begin(kMagics), std::end(kMagics),
 
 constexpr size_t kPositions = std::rbegin(kMagics)->last() + 1;  // at which a magic may end
 
-/// Entry i is the index of the first magic that ends at position i or later.
+/// Entry i is the index of the first magic that ends at position i or later, so those that end at i
+/// are the ones from entry i up to entry i + 1. Made by counting: first how many magics end right
+/// before each position, then the sums of these counts.
 constexpr auto kFirstEndingAt = [] {
     std::array<uint8_t, kPositions + 1> firsts{};
     for (const Magic& magic : kMagics) ++firsts[magic.last() + 1];
@@ -96,6 +98,8 @@ constexpr auto kFirstEndingAt = [] {
     return firsts;
 }();
 
+// The bytes that may occur in text: printable ASCII, white space, backspace and escape, and all
+// bytes from 0x80 on, whatever character set they belong to.
 constexpr std::array<bool, 256> internat = [] {
     std::array<bool, 256> isText{};
     for (size_t c = 0x08; c <= 0x0D; ++c) isText[c] = true;
@@ -105,6 +109,8 @@ constexpr std::array<bool, 256> internat = [] {
     return isText;
 }();
 
+/// Tries the magics of one position only, so each magic is compared once in the life of a stream,
+/// and at the first moment at which all its bytes are there.
 /// @return the first magic that ends at a position of text and matches, or null
 const Magic* findMagic(std::string_view text, size_t position) {
     if (position >= kPositions) return nullptr;

@@ -11,6 +11,7 @@
 #include <immintrin.h>
 #endif
 
+// Every machine with AVX2 has POPCNT.
 #ifdef __x86_64__
 #define ZVK_TARGET_BMI2 [[gnu::target("bmi2")]]
 #define ZVK_TARGET_AVX2 [[gnu::target("avx2,bmi2,popcnt")]]

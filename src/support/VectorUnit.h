@@ -25,6 +25,11 @@ const char* vectorUnitName(VectorUnit unit);
 /// @return whether this machine has the unit
 bool hasVectorUnit(VectorUnit unit);
 
+/// @return whether a unit means scalar loops
+constexpr bool isScalar(VectorUnit unit) {
+    return unit == VectorUnit::None;
+}
+
 /// @return whether a unit has AVX2 and BMI2
 constexpr bool includesAvx2(VectorUnit unit) {
     return unit == VectorUnit::Avx2 || unit == VectorUnit::Avx512;

@@ -63,7 +63,7 @@ uint32_t MarkupFilter::getBufferFilter(const char* in, uint32_t len, char* out, 
 
 uint32_t MarkupFilter::getTagBufferFilter(char* out) {
     const uint32_t count = pendingCount;
-    if (filterState == State::OpeningName) {
+    if (isInOpeningName()) {
         std::copy_n(pendingTag.data(), count, out);
         pendingCount = 0;
         filterState = State::Text;
@@ -86,8 +86,8 @@ void MarkupFilter::passOpeningName(Cursor& cursor, uint8_t mode) {
     const Match match = matchTag(cursor, filterDelTag[filterTag].opening);
     if (match == Match::Undecided) return;
     if (match == Match::Whole) {
-        // The name may have begun in earlier chunks (cursor.held bytes of it); the rest of it and
-        // the byte that ended it are the last bytes read.
+        // What precedes the tag is text. Of the tag, the bytes that earlier chunks left are written
+        // now; those of this chunk stay unwritten until it is known how far the tag goes.
         const char last = cursor.next[-1];
         copyUpTo(cursor, cursor.next - 1 - (pendingCount - cursor.held));
         blank(cursor.out, cursor.held);
@@ -112,8 +112,8 @@ void MarkupFilter::passAttributes(Cursor& cursor) {
             quoteChar = '\0';
             continue;
         }
-        cursor.next = std::find_if(cursor.next, cursor.end,
-                                   isQuoteOrEnd);  // byte by byte, but tags are short
+        // Byte by byte: tags are short.
+        cursor.next = std::find_if(cursor.next, cursor.end, isQuoteOrEnd);
         if (cursor.next != start) slashSeen = cursor.next[-1] == '/';
         if (cursor.next == cursor.end) return;
         const char c = *cursor.next++;
@@ -129,6 +129,8 @@ void MarkupFilter::passAttributes(Cursor& cursor) {
 }
 
 void MarkupFilter::passContent(Cursor& cursor) {
+    // The byte that shows that a tag is another one is read with it, also if it is a "<": in
+    // "</scr</script>" nothing closes the element.
     if (pendingCount == 0) cursor.next = find(cursor.next, cursor.end, '<');
     const Match match = matchTag(cursor, filterDelTag[filterTag].closing);
     if (match == Match::Undecided) return;

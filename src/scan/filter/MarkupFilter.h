@@ -88,9 +88,8 @@ class MarkupFilter {
     void blankUpTo(Cursor& cursor, const char* to);
     void blank(char*& out, uint32_t count);
 
-    bool isCopying() const {
-        return filterState == State::Text || filterState == State::OpeningName;
-    }
+    bool isInOpeningName() const { return filterState == State::OpeningName; }
+    bool isCopying() const { return filterState == State::Text || isInOpeningName(); }
 
     OpeningSearch findOpening;
     std::array<char, kMostHeld> pendingTag{};  // as they came; in Content only their number counts

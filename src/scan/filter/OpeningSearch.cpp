@@ -38,23 +38,23 @@ const char* findScalar(const char* text, const char* end, uint8_t mode) {
 
 #ifdef __SSE2__
 
-// The vector form. A page has a "<" every twenty or thirty bytes, and next to none of them opens a
-// filtered tag. The scalar form stops at each of them. This one looks at 16 positions at once for a
+// The vector form. A page has a "<" every twenty or thirty bytes, and hardly any of them opens a
+// filtered tag. The scalar form stops at each of them. This one tests 16 positions at once for a
 // "<" with the right letters after it and stops at those alone.
 //
-// To compare the letters with six pairs would take six times two comparisons. Instead the two
+// Comparing the two letters with those of six names would take twelve comparisons. Instead the two
 // letters, their case bits set, are added up. The sums of the six names lie in a small range: from
 // "ob" (object), 0x6f + 0x62 = 0xd1, to "no" (noscript), 0x6e + 0x6f = 0xdd. Of "<a ", "</", "<p>",
-// "<span", "<div" and "<b>" none does. A sum in the range is only a candidate: the scalar test
-// decides.
+// "<span", "<div" and "<b>" none lies in it. A sum in the range only makes a candidate: the scalar
+// test decides.
 //
-// Whether a candidate counts depends on the "<" before it, which this form has passed without a
-// look. That is found out only now, see skipConsumed().
+// Whether a candidate counts depends on the "<" before it, which this form did not examine. Only
+// for a candidate is that made up for, see skipConsumed().
 //
-// All positions that the scalar form could return are candidates, the range holding every name, and
-// the last bytes of text are left to the scalar form. So both give the same answer. Each block
-// costs three loads and some ten operations. skipConsumed() goes back over the "<" right before a
-// candidate; the two letters after the candidate end that chain, so no "<" is passed twice.
+// The form is exact: the range holds every name, so each place that the scalar form could return is
+// a candidate, and the last bytes of text are left to the scalar form. A block costs three loads
+// and some ten operations. skipConsumed() goes back over the chain of "<" right before a candidate;
+// the two letters after the candidate end that chain, so no "<" is passed twice.
 
 constexpr uint8_t pairSum(char first, char second) {
     return static_cast<uint8_t>((static_cast<uint8_t>(first) | 0x20U) +
@@ -84,11 +84,11 @@ uint32_t candidates(const char* block) {
     return static_cast<uint32_t>(_mm_movemask_epi8(_mm_and_si128(isTag, inRange)));
 }
 
-/// Finds out what the "<" before a position consume. A byte can only be consumed by a "<" one or
-/// two bytes before it, so the walk goes back from "<" to "<" in such steps. Where none is in
-/// reach, it stands on a byte that is surely not consumed, and from there goes forward by the
-/// scalar rule. Example: for the second "<" of "x<<script" it goes back to the first one, which is
-/// free. That one consumes two bytes, so the answer is the "s".
+/// Finds out whether a "<" before a position consumes it. A byte can only be consumed by a "<" one
+/// or two bytes before it, so the search goes back from "<" to "<" in such steps. If it reaches a
+/// byte with no "<" one or two bytes before it, that byte is not consumed. From there it goes
+/// forward by the scalar rule. Example: for the second "<" of "x<<script" it goes back to the first
+/// one. That one consumes two bytes, so the answer is the "s".
 /// @param text      as in OpeningSearch
 /// @param position  a place in text before which no tag opens
 /// @return position, or a place up to two bytes after it if a "<" before it consumes it
@@ -127,7 +127,7 @@ const char* findSse2(const char* text, const char* end, uint8_t mode) {
 
 OpeningSearch openingSearch([[maybe_unused]] QLT_SPACE::VectorUnit unit) {
 #ifdef __SSE2__
-    if (unit != QLT_SPACE::VectorUnit::None) return findSse2;
+    if (!isScalar(unit)) return findSse2;
 #endif
     return findScalar;
 }

@@ -32,7 +32,7 @@ void MarkupState::keepBlocks(const char* text, const BlockMarks* marks, size_t b
                              size_t padding, uint64_t* keep) {
     size_t i = 0;
     while (i < blockCount) {
-        if (isBetweenMatches() && !isInScript() && !isInComment()) {
+        if (isBetweenMatches() && onlyTagsMatter()) {
             i += keepTags(marks + i, blockCount - i, keep + i);
             if (i == blockCount) break;
         }
@@ -69,8 +69,8 @@ void MarkupState::keepBlocks(const char* text, const BlockMarks* marks, size_t b
 // which is written as "<a></i>".
 //
 // A tag that goes on in the next block leaves a carry out of bit 63, which is added to that block's
-// bit 0: inTag for the tag, bit 0 of dropped for the bytes of an anchor. Bit 1 of dropped stands
-// for an anchor whose "<" was byte 63: its "a", byte 0 of the next block, is kept.
+// bit 0: inTag for the tag, bit 0 of dropped for the bytes of an anchor. Bit 1 of dropped means
+// an anchor whose "<" was byte 63: its "a", byte 0 of the next block, is kept.
 //
 // It is exact because whether a byte is kept depends here on nothing but the first "<" since the
 // last ">" and the letter after that "<". A "<" that may begin something else is marked rare, and
@@ -79,8 +79,8 @@ void MarkupState::keepBlocks(const char* text, const BlockMarks* marks, size_t b
 //
 /// @return the blocks taken
 size_t MarkupState::keepTags(const BlockMarks* marks, size_t blockCount, uint64_t* keep) {
-    uint64_t inTag = htmlState == HtmlState::Text ? 0 : 1;
-    uint64_t dropped = htmlState == HtmlState::Declaration ? 1 : 0;
+    uint64_t inTag = isInText() ? 0 : 1;
+    uint64_t dropped = isInDeclaration() ? 1 : 0;
     size_t i = 0;
     for (; i < blockCount && marks[i].rare == 0; ++i) {
         const BlockMarks& m = marks[i];

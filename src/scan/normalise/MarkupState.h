@@ -47,8 +47,11 @@ class MarkupState {
     uint64_t keepBlock(const char* text, const BlockMarks& marks, size_t padding);
 
     size_t nextMatch(const BlockMarks& marks, size_t i) const;
+    bool isInText() const { return htmlState == HtmlState::Text; }
+    bool isInDeclaration() const { return htmlState == HtmlState::Declaration; }
     bool isInScript() const { return htmlState == HtmlState::Script; }
     bool isInComment() const { return htmlState == HtmlState::Comment; }
+    bool onlyTagsMatter() const { return !isInScript() && !isInComment(); }
     bool isBetweenMatches() const { return tagMatch == 0 && commentMatch == 0; }
 
     static char charAt(std::string_view text, int8_t position) {

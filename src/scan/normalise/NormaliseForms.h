@@ -1,9 +1,14 @@
-// The forms of the normaliser's kernel, one a source file; normaliseKernel() chooses among them.
+// The forms of the normaliser's kernel, one a source file, and the choice among them.
 #pragma once
 
 #include "scan/normalise/NormaliseKernel.h"
+#include "support/VectorUnit.h"
 
 namespace STREAMENGINE_SPACE {
+
+/// @param unit  one that this machine has
+/// @return its kernel, or null where only the scalar form runs
+const NormaliseKernel* normaliseKernel(QLT_SPACE::VectorUnit unit);
 
 #ifdef __SSE2__
 extern const NormaliseKernel kNormaliseSse2;

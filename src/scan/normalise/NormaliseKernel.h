@@ -11,11 +11,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "support/VectorUnit.h"
-
 namespace STREAMENGINE_SPACE {
 
-/// What is seen in a block; bit i stands for byte i.
+/// What a block contains; bit i belongs to byte i.
 struct BlockMarks {
     uint64_t open;    // "<"
     uint64_t close;   // ">"
@@ -42,9 +40,5 @@ struct NormaliseKernel {
     /// @return the bytes written
     size_t (*writeKept)(const char* text, const uint64_t* keep, size_t blockCount, char* out);
 };
-
-/// @param unit  one that this machine has
-/// @return its kernel, or null where only the scalar form runs
-const NormaliseKernel* normaliseKernel(QLT_SPACE::VectorUnit unit);
 
 }  // namespace STREAMENGINE_SPACE

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "scan/normalise/NormaliseForms.h"
 #include "support/Ascii.h"
 
 namespace STREAMENGINE_SPACE {
@@ -43,6 +44,8 @@ struct Normaliser::Cursor {
     size_t left() const { return static_cast<size_t>(inEnd - in); }
     size_t room() const { return static_cast<size_t>(outEnd - out); }
 };
+
+Normaliser::Normaliser(QLT_SPACE::VectorUnit unit) : kernel(normaliseKernel(unit)) {}
 
 unsigned int Normaliser::getBuffer(const char*& data, unsigned int& len, char* out,
                                    unsigned int room) {
@@ -84,6 +87,8 @@ void Normaliser::markupScalar(Cursor& cursor) {
     state = localState;
 }
 
+// No more bytes come out than go in, so as many blocks are done at once as both input and room
+// have.
 void Normaliser::textVector(Cursor& cursor) const {
     while (std::min(cursor.left(), cursor.room()) >= kBlock + kAhead) {
         const size_t blockCount = (std::min(cursor.left(), cursor.room()) - kAhead) / kBlock;
@@ -103,6 +108,8 @@ void Normaliser::textVector(Cursor& cursor) const {
     cursor.in = cursor.inEnd;
 }
 
+// Of markup most bytes are dropped, so more blocks are tried than the room has for sure:
+// markupBlocks() finds out which of them fit.
 void Normaliser::markupVector(Cursor& cursor) {
     while (cursor.left() >= kBlock + kAhead && cursor.room() >= kShortest) {
         const size_t blockCount =
@@ -149,6 +156,9 @@ bool Normaliser::markupBlocks(Cursor& cursor, const char* text, size_t blockCoun
     return fitting == blockCount;
 }
 
+// Passes white space and comment lines. A comment line reaches from "<!--" to the end of the line,
+// not to
+// "-->": of "<!-- a --> <b>" and a line end nothing is taken for a tag.
 bool Normaliser::checkHeader(const char* data, unsigned int len) {
     constexpr std::string_view kLineEnds = "\r\n";
     const std::string_view text(data, len);

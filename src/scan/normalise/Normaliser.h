@@ -16,13 +16,13 @@
 
 #include "scan/normalise/MarkupState.h"
 #include "scan/normalise/NormaliseKernel.h"
+#include "support/VectorUnit.h"
 
 namespace STREAMENGINE_SPACE {
 
 class Normaliser {
   public:
-    explicit Normaliser(QLT_SPACE::VectorUnit unit = QLT_SPACE::VectorUnit::Baseline)
-        : kernel(normaliseKernel(unit)) {}
+    explicit Normaliser(QLT_SPACE::VectorUnit unit = QLT_SPACE::VectorUnit::Baseline);
 
     /// Normalises input into out until the input is used up or `room` bytes are written.
     /// @param data  advanced by the bytes consumed

@@ -12,6 +12,13 @@ const void* FastMatcher::find(const unsigned char* text, unsigned int len) const
     return patterns[found].value;
 }
 
+// A binary search with a comparison that calls an entry equal if the text begins with it. Example:
+// in the table {"abc", "abx", "b"} the text "abcde" sorts before "abx", the middle entry, and
+// begins with "abc".
+//
+// In a table where no entry begins with another one, at most one entry is a prefix of the text, and
+// all entries before it sort below the text, all after it above: the search is exact. The tables of
+// a TrieNode are such, see PatternLists::buildSamePrefixList(). It costs log2(entries) comparisons.
 int FastMatcher::find_i(int lo, int hi, const unsigned char* text, unsigned int len) const {
     while (lo <= hi) {
         const int mid = lo + (hi - lo) / 2;

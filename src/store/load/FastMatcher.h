@@ -1,12 +1,4 @@
 // FastMatcher: finds the entry of a sorted table of byte strings that is a prefix of a text.
-//
-// A binary search with a comparison that calls an entry equal if the text begins with it. Example:
-// in the table {"abc", "abx", "b"} the text "abcde" sorts before "abx", the middle entry, and
-// begins with "abc".
-//
-// In a table where no entry begins with another one, at most one entry is a prefix of the text, and
-// all entries before it sort below the text, all after it above: the search is exact. The tables of
-// a TrieNode are such, see PatternLists::buildSamePrefixList(). It costs log2(entries) comparisons.
 #pragma once
 
 #include <cstdint>

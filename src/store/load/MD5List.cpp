@@ -21,6 +21,11 @@ void MD5List::init() {
     });
 }
 
+// A digest is already evenly distributed, so its first three bytes would do as a hash. They are
+// hashed like the blocks of BmList all the same, which gives both tables one size.
+//
+// A file that announces its records has them made in pools. Either both pools get their block or
+// neither: a record without a node could not be entered.
 bool MD5List::allocate(int n) {
     if (!nodePool.allocate(n)) return false;
     if (!patternPool.allocate(n)) {

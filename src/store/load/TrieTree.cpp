@@ -77,7 +77,19 @@ TrieNode* TrieTree::makePath(const TriePattern& pattern) {
     return node;
 }
 
-// Failure links are made level by level. The link of the child for c of a node is found from the
+// Example: the patterns "abcd", "abx" and "bcy" make these nodes, with their failure links:
+//
+//   root - a - ab - abc (abcd)      ab -> b, abc -> bc
+//               \ -- abx (abx)      abx -> root
+//        - b - bc - bcy (bcy)       a, b, bc, bcy -> root
+//
+// The scanner goes along the bytes of the text. Where a node has no child for the next byte, it
+// takes the failure link: to the node of the longest proper suffix of what is read that is itself a
+// prefix. In "abcy" it reaches "abc", where "abcd" is compared and does not match; "abc" has no
+// child for "y", its link leads to "bc", and from there "y" leads to "bcy". No byte of the text is
+// read again, and no prefix is missed.
+//
+// The links are made level by level. The link of the child for c of a node is found from the
 // node's own link, which leads to a lower level and is known by then: it is where the automaton
 // goes from there on c. A missing child of the root is the root itself: that byte begins no prefix.
 void TrieTree::prepare() {

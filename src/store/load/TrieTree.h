@@ -1,22 +1,10 @@
 // TrieTree: the automaton that finds body signatures and, in a second tree, type signatures.
 //
 // An Aho-Corasick automaton (Aho and Corasick, CACM 18(6), 1975), but over the first two or three
-// bytes of each pattern only. A whole-pattern automaton of a large set has millions of nodes with a
-// table of 256 pointers each; this one has few nodes, and each keeps the patterns whose prefix ends
-// there for the scanner to compare in full. A prefix is three bytes long, or two where the pattern
-// has only two or its third symbol is a wildcard.
-//
-// Example: the patterns "abcd", "abx" and "bcy" make these nodes, with their failure links:
-//
-//   root - a - ab - abc (abcd)      ab -> b, abc -> bc
-//               \ -- abx (abx)      abx -> root
-//        - b - bc - bcy (bcy)       a, b, bc, bcy -> root
-//
-// The scanner goes along the bytes of the text. Where a node has no child for the next byte, it
-// takes the failure link: to the node of the longest proper suffix of what is read that is itself a
-// prefix. In "abcy" it reaches "abc", where "abcd" is compared and does not match; "abc" has no
-// child for "y", its link leads to "bc", and from there "y" leads to "bcy". No byte of the text is
-// read again, and no prefix is missed.
+// bytes of each pattern only. With whole patterns a large set would have millions of nodes, each
+// with a table of 256 pointers. Here nodes exist for the prefixes alone, and each keeps the
+// patterns whose prefix ends there for the scanner to compare in full. A prefix is three bytes
+// long, or two where the pattern has only two or its third symbol is a wildcard.
 //
 // In general a scanner has to follow the failure links at each node, as shorter patterns may end at
 // the same byte. Here patterns end at depth 2 or 3 only, a node of depth 3 is always a leaf, and

@@ -17,6 +17,10 @@ size_t roomForTexts(const VQPattern& pattern) {
 
 }  // namespace
 
+// Callers reserve first, then build their tables, and keep() last. So where memory runs out nothing
+// has been entered yet, and once a record is entered it cannot be lost. The room is counted by the
+// same roomFor() with which the arena takes it; texts that turn out to be shared leave some of it
+// unused.
 void RecordArena::reserve(const BmPattern& pattern) {
     arena.reserve(Arena::roomFor<BmPattern>() + Arena::roomFor<BmPatternNode>() +
                   pattern.sig.size() + roomForTexts(pattern));
@@ -48,6 +52,8 @@ TriePatternNode* RecordArena::keep(const TriePattern& pattern) {
     return arena.make<TriePatternNode>(kept);
 }
 
+/// The parts of a signature follow each other and have one name: a name equal to the last one is
+/// not copied again.
 void RecordArena::keepTexts(VQPattern& pattern) {
     if (lastName == nullptr || std::strcmp(lastName, pattern.virName) != 0) {
         lastName = arena.copyText(pattern.virName);

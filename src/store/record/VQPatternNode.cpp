@@ -37,6 +37,8 @@ struct BytePair {
     }
 };
 
+/// The bytes of both patterns, after all checks. Nodes of different kinds keep their bytes in
+/// records of different types, so the kinds are compared before a record is read.
 BytePair checkedBytes(const VQPatternNode& left, const VQPatternNode* right) {
     if (right == nullptr) {
         throw QLT_SPACE::Exception("compare two pattern nodes: node1 or node2 is NULL");

@@ -1,5 +1,3 @@
-#include "scan/normalise/NormaliseKernel.h"
-
 #include "scan/normalise/NormaliseForms.h"
 
 namespace STREAMENGINE_SPACE {
