@@ -79,7 +79,7 @@ void normalise(benchmark::State& state) {
         return;
     }
     Normaliser normaliser(unit);
-    normaliser.htmlMode = state.range(0) != 0;
+    normaliser.setMarkupMode(state.range(0) != 0);
     runChunks(state, kPage, [&](const char* chunk, size_t length, char* out) {
         auto left = static_cast<unsigned int>(length);
         normaliser.getBuffer(chunk, left, out, kChunk);

@@ -193,7 +193,7 @@ int ZVKEngineInstance::scanfilter(const char* data, unsigned int length, char* o
 int ZVKEngineInstance::end_scanfilter(char* output, unsigned int* outputLength, bool* flag) {
     if (scanner == nullptr) return ZVK_ERR_BAD_STATE;
     *outputLength = scanner->filter().getTagBufferFilter(output);
-    if (flag != nullptr) *flag = scanner->filter().filterChanged;
+    if (flag != nullptr) *flag = scanner->filter().hasChanged();
     return 0;
 }
 

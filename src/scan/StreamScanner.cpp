@@ -42,7 +42,7 @@ void StreamScanner::begin(const ZVKScanEngineCallbacks* callbacks, void* userDat
 
 void StreamScanner::reset() {
     beginDetection();
-    normaliser.htmlMode = false;
+    normaliser.setMarkupMode(false);
     markupFilter.restart();
 }
 
@@ -51,7 +51,7 @@ void StreamScanner::beginDetection() {
     tail.clear();
     tailOffset = 0;
     safeBytes = 0;
-    markupFilter.filterChanged = false;
+    markupFilter.forgetChange();
     normaliser.restart();
     resetMatchers();
 }
@@ -87,7 +87,9 @@ int StreamScanner::findType(const Window& window, const char* data, unsigned int
     if (produced == 0 || !typeScanner) return 0;
     const TriePattern* found = typeScanner->virusFound(window.searchText(window.used + produced));
     if (found == nullptr) return 0;
-    if (*added == '<' && Normaliser::checkHeader(chunk, chunkLength)) normaliser.htmlMode = true;
+    if (*added == '<' && Normaliser::checkHeader(chunk, chunkLength)) {
+        normaliser.setMarkupMode(true);
+    }
     ZVK_DEBUG("StreamScanner::scanBuffer, find type name [%s].", scrambled(found->virName).c_str());
     return 1;
 }

@@ -15,8 +15,7 @@ constexpr const char* kUnit = "ZVKPatternContainer";
 
 void PatternContainer::prepare() {
     vectorUnit = QLT_SPACE::chooseVectorUnit();
-    searchForm =
-        vectorUnit == QLT_SPACE::VectorUnit::None ? SearchForm::Loaded : SearchForm::Compiled;
+    searchForm = isScalar(vectorUnit) ? SearchForm::Loaded : SearchForm::Compiled;
     typeTrieTree.prepare();
     maxPatternLength = std::max(static_cast<int32_t>(trieTree.maxPatternLength),
                                 static_cast<int32_t>(bmList.maxPatternLength));

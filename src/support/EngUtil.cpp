@@ -27,13 +27,17 @@ void* EngUtil::myAlloc(int size) {
     return std::malloc(static_cast<size_t>(size));
 }
 
-int32_t EngUtil::getFileLength(std::FILE* file) {
+uint64_t EngUtil::fileLength(std::FILE* file) {
     if (file == nullptr) return 0;
     const off_t position = ftello(file);
     fseeko(file, 0, SEEK_END);
     const off_t length = ftello(file);
     fseeko(file, position, SEEK_SET);
-    return static_cast<int32_t>(length);
+    return static_cast<uint64_t>(length);
+}
+
+int32_t EngUtil::getFileLength(std::FILE* file) {
+    return static_cast<int32_t>(fileLength(file));
 }
 
 char* EngUtil::rtrim(char* s) {

@@ -38,7 +38,7 @@ Filtered filter(const Texts& chunks, uint8_t mode) {
     }
     std::vector<char> out(MarkupFilter::kMostHeld);
     result.pieces.emplace_back(out.data(), filter.getTagBufferFilter(out.data()));
-    result.isChanged = filter.filterChanged;
+    result.isChanged = filter.hasChanged();
     return result;
 }
 

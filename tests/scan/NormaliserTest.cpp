@@ -21,7 +21,7 @@ std::string feed(Normaliser& normaliser, std::string_view raw, unsigned int room
 
 std::string normalise(std::string_view raw, bool markup) {
     Normaliser normaliser;
-    normaliser.htmlMode = markup;
+    normaliser.setMarkupMode(markup);
     return feed(normaliser, raw);
 }
 
@@ -73,7 +73,7 @@ RC_GTEST_PROP(Normaliser, IgnoresChunkBoundaries, (bool markup)) {
     const auto cut = *rc::gen::inRange<size_t>(0, raw.size() + 1);
     const auto room = *rc::gen::inRange<unsigned int>(1, 9);
     Normaliser cutInTwo;
-    cutInTwo.htmlMode = markup;
+    cutInTwo.setMarkupMode(markup);
     auto got = feed(cutInTwo, std::string_view(raw).substr(0, cut), room);
     got += feed(cutInTwo, std::string_view(raw).substr(cut), room);
     RC_ASSERT(got == normalise(raw, markup));
@@ -115,7 +115,9 @@ TEST(Normaliser, KernelsGiveWhatPlainGives) {
         for (uint64_t seed = 0; seed < 10000; ++seed) {
             Random random(seed);
             Normaliser plain(VectorUnit::None), fast(unit);
-            plain.htmlMode = fast.htmlMode = random.chance(75);
+            const bool isMarkup = random.chance(75);
+            plain.setMarkupMode(isMarkup);
+            fast.setMarkupMode(isMarkup);
             const std::string raw = markupLike(random);
             const size_t mostRoom = random.chance(33) ? 8 : 4000;
             const size_t longest = random.chance(50) ? 500 : 6000;

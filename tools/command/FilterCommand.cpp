@@ -114,7 +114,7 @@ bool filterFile(const std::string& path, uint8_t mode, StreamSource* source) {
     InputStream file({path, true, {}});
     std::optional<SideScan> scan;
     if (source != nullptr) scan.emplace(*source, path);
-    MarkupFilter filter;
+    MarkupFilter filter{QLT_SPACE::chooseVectorUnit()};
     std::vector<char> chunk(kChunkLength);
     std::vector<char> copy(kChunkLength + MarkupFilter::kMostHeld);
     const auto write = [&](uint32_t length) { writeOutput({copy.data(), length}); };
@@ -132,7 +132,7 @@ bool filterFile(const std::string& path, uint8_t mode, StreamSource* source) {
     if (const std::string failure = file.failure(); !failure.empty()) {
         throw std::runtime_error(failure);
     }
-    return filter.filterChanged || (scan && scan->hasFound());
+    return filter.hasChanged() || (scan && scan->hasFound());
 }
 
 ExitStatus run(const FilterArguments& arguments) {

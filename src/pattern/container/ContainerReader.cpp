@@ -7,6 +7,7 @@
 #include "pattern/container/BodyCipher.h"
 #include "pattern/container/BodyRestoration.h"
 #include "pattern/container/DeflateDecompressor.h"
+#include "support/EngUtil.h"
 #include "support/Utils.h"
 
 namespace STREAMENGINE_SPACE {
@@ -23,18 +24,10 @@ constexpr const char* kInvalidFile = "invalid pattern file";
 constexpr const char* kNoBody = "fail to restore file body.";
 constexpr const char* kNoTable = "fail to read section table.";
 
-uint64_t lengthOf(std::FILE* file) {
-    const off_t position = ftello(file);
-    fseeko(file, 0, SEEK_END);
-    const off_t length = ftello(file);
-    fseeko(file, position, SEEK_SET);
-    return static_cast<uint64_t>(length);
-}
-
 }  // namespace
 
 ContainerReader::ContainerReader(std::string fileName, std::FILE* containerFile)
-    : path(std::move(fileName)), file(containerFile), length(lengthOf(containerFile)) {
+    : path(std::move(fileName)), file(containerFile), length(EngUtil::fileLength(containerFile)) {
     ContainerHeader::Bytes bytes{};
     headerBytesRead = std::fread(bytes.data(), 1, bytes.size(), file);
     if (hasHeader()) fileHeader = ContainerHeader::decode(bytes);

@@ -55,7 +55,9 @@ class MarkupFilter {
     /// @return the bytes written
     uint32_t getTagBufferFilter(char* out);
 
-    bool filterChanged = false;  // some byte was blanked out since its owner last cleared this
+    /// @return whether some byte was blanked out since restart() or forgetChange()
+    bool hasChanged() const { return filterChanged; }
+    void forgetChange() { filterChanged = false; }
 
   private:
     explicit MarkupFilter(OpeningSearch search) : findOpening(search) {}
@@ -94,6 +96,7 @@ class MarkupFilter {
     OpeningSearch findOpening;
     std::array<char, kMostHeld> pendingTag{};  // as they came; in Content only their number counts
     uint32_t pendingCount = 0;                 // bytes recognised of "<name" or "</name"
+    bool filterChanged = false;
     State filterState = State::Text;
     uint8_t filterTag = 0;   // index in filterDelTag of the tag recognised or open
     bool slashSeen = false;  // the last byte within the opening tag was "/", outside quotes

@@ -38,7 +38,8 @@ class Normaliser {
     /// Back to the state at the start of a stream; the mode stays.
     void restart();
 
-    bool htmlMode = false;  // markup mode
+    /// Off at first. Change it only at the start of a stream.
+    void setMarkupMode(bool isOn) { htmlMode = isOn; }
 
   private:
     struct Cursor;
@@ -51,6 +52,7 @@ class Normaliser {
 
     const NormaliseKernel* kernel;  // null where only the scalar form runs
     MarkupState state;
+    bool htmlMode = false;  // markup mode
 };
 
 }  // namespace STREAMENGINE_SPACE
