@@ -83,6 +83,7 @@ TEST_F(Engine, FailedLoadsLeaveItAsItWas) {
             ASSERT_EQ(load(".db", kSignature, reloadPattern), 0);
         }
         for (const auto& [base, update, reason] : cases) {
+            SCOPED_TRACE(reason + (reloading ? ", reload" : ", load"));
             const HostLog log(1);
             const _ZVKPatternFile files = {base, update};
             testing::internal::CaptureStderr();
@@ -90,7 +91,7 @@ TEST_F(Engine, FailedLoadsLeaveItAsItWas) {
             const std::string text = "load pattern fail : [" + reason + "]";
             EXPECT_EQ(log.lines().back(), (reloading ? "1" : "1ZVKEngine::loadPattern, ") + text);
             EXPECT_EQ(testing::internal::GetCapturedStderr(), reloading ? "re" + text + "\n" : "");
-            EXPECT_EQ(host.found(kPage).size(), reloading ? 1U : 0U) << reason;
+            EXPECT_EQ(host.found(kPage).size(), reloading ? 1U : 0U);
         }
     }
 }

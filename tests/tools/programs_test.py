@@ -1,6 +1,7 @@
 """The programs as a user runs them: zvk and the example hosts. And the examples in documents."""
 
 import hashlib
+import itertools
 import json
 import os
 import random
@@ -202,8 +203,8 @@ class ProgramTest(unittest.TestCase):
                  for kind, lines in (("ndb", extended), ("db", basic), ("hdb", md5))]
         packed, again, plain = (self.folder / name for name in ("packed", "again", "plain"))
         settings = ("--set-version", "1.20.300.4294967295", "--build-time", "4000000000")
-        for cipher in ("none", "des", "3des"):
-            for form in ("fixed", "variable"):
+        for cipher, form in itertools.product(("none", "des", "3des"), ("fixed", "variable")):
+            with self.subTest(cipher=cipher, form=form):
                 options = ("--cipher", cipher, "--names", form, *settings)
                 for path in packed, again:
                     self.assertEqual(run("pack", "-o", path, *options, *files)[::2], (0, ""))
@@ -323,10 +324,10 @@ class ProgramTest(unittest.TestCase):
             found = {(row["path"], row["name"]) for row in rows}
             self.assertEqual({name for _, name in found}, expected)
             for page in (EXAMPLES / "pages").iterdir():
+                names = {name for path, name in found if path == str(page)}
                 for host in HOSTS:
                     status, out, _ = run(patterns, page, program=host)
-                    names = {(str(page), name) for name in re.findall("^found: (.*)", out, re.M)}
-                    self.assertEqual(names, {pair for pair in found if pair[0] == str(page)})
+                    self.assertEqual(set(re.findall("^found: (.*)", out, re.M)), names, host)
                     self.assertEqual(status, 1 if names else 0)
         for host in HOSTS:
             for arguments in (), (self.patterns, self.folder / "none"):
