@@ -259,9 +259,9 @@ ZVK_API void setInternalOptions(const struct _ZVKInternalOptions* options);
  * memory for its record. Scans go on while a load runs.
  *
  * @param files  the pattern files, borrowed for the call. If it is null, the files are pattern/base
- *               and pattern/update in the directory that the environment variable ZVK_DIR names,
- *               in less than 128 bytes. If only pattern/update exists, it is loaded as the base;
- *               if only pattern/base exists, the load fails.
+ *               and pattern/update in the directory that the environment variable ZVK_DIR names.
+ *               Its value must be shorter than 128 bytes. If only pattern/update exists, it is
+ *               loaded as the base; if only pattern/base exists, the load fails.
  * @return 0, or
  *         ZVK_ERR_NULL_ARG     files is null and ZVK_DIR does not name an existing directory
  *         ZVK_ERR_BAD_STATE    a set is loaded already: use reloadPattern()

@@ -1,5 +1,8 @@
-// Loads, options and handles, seen through the public interface alone.
+// Loads, options, handles and the log of loads, through the public interface alone.
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <regex>
 
 #include "interface/TestHost.h"
 
@@ -18,16 +21,15 @@ class Engine : public testing::Test {
 TEST_F(Engine, ChecksOptions) {
     const HostLog log(1);
     const ZVKLogFunction function = [](const char*) {};
-    const std::tuple<const char*, int32_t, _ZVKLogOptions, int32_t> cases[] = {
-        {"code_above", 1, {0, function}, ZVK_ERR_BAD_OPTION},
-        {"code_before_record", -1, {9, nullptr}, ZVK_ERR_BAD_OPTION},
-        {"function_before_level", 0, {4, nullptr}, ZVK_ERR_NULL_ARG},
-        {"level_above", 0, {4, function}, ZVK_ERR_BAD_LOG_LEVEL},
-        {"level_below", 0, {-1, function}, ZVK_ERR_BAD_LOG_LEVEL},
+    const auto set = [](int32_t code, int32_t level, ZVKLogFunction logFunction) {
+        const _ZVKLogOptions options = {level, logFunction};
+        return setOptions(code, &options);
     };
-    for (const auto& [name, code, record, result] : cases) {
-        EXPECT_EQ(setOptions(code, &record), result) << name;
-    }
+    EXPECT_EQ(set(1, 0, function), ZVK_ERR_BAD_OPTION);
+    EXPECT_EQ(set(-1, 9, nullptr), ZVK_ERR_BAD_OPTION);
+    EXPECT_EQ(set(0, 4, nullptr), ZVK_ERR_NULL_ARG);
+    EXPECT_EQ(set(0, 4, function), ZVK_ERR_BAD_LOG_LEVEL);
+    EXPECT_EQ(set(0, -1, function), ZVK_ERR_BAD_LOG_LEVEL);
     EXPECT_EQ(setOptions(0, nullptr), ZVK_ERR_NULL_ARG);
     _ZVKPatternInfo info{};
     getPatternInfo(&info);  // logs: nothing above has replaced the function or the level
@@ -81,6 +83,7 @@ TEST_F(Engine, FailedLoadsLeaveItAsItWas) {
             ASSERT_EQ(load(".db", kSignature, reloadPattern), 0);
         }
         for (const auto& [base, update, reason] : cases) {
+            SCOPED_TRACE(reason + (reloading ? ", reload" : ", load"));
             const HostLog log(1);
             const _ZVKPatternFile files = {base, update};
             testing::internal::CaptureStderr();
@@ -88,7 +91,7 @@ TEST_F(Engine, FailedLoadsLeaveItAsItWas) {
             const std::string text = "load pattern fail : [" + reason + "]";
             EXPECT_EQ(log.lines().back(), (reloading ? "1" : "1ZVKEngine::loadPattern, ") + text);
             EXPECT_EQ(testing::internal::GetCapturedStderr(), reloading ? "re" + text + "\n" : "");
-            EXPECT_EQ(host.found(kPage).size(), reloading ? 1U : 0U) << reason;
+            EXPECT_EQ(host.found(kPage).size(), reloading ? 1U : 0U);
         }
     }
 }
@@ -183,6 +186,38 @@ TEST_F(Engine, ChecksArgumentsInTheirOrder) {
     EXPECT_EQ(scanfilter(host.handle(), nullptr, 0, output, &length, 4), ZVK_ERR_BAD_PARAM);
     EXPECT_EQ(endScanFilter(host.handle(), output, &length, 2), 0);  // without a flag
     EXPECT_EQ(host.feed("x"), ZVK_ERR_BAD_STATE);
+}
+
+TEST_F(Engine, DebugLinesOfALoad) {
+    Host host;
+    HostLog log(3);
+    EXPECT_EQ(host.begin(), ZVK_ERR_NO_CONTAINER);
+    EXPECT_EQ(log.lines(), Names{"1ZVKEngineInstance::begin_scan, no pattern container."});
+    log.clear();
+    const TempFolder folder;
+    const std::string path = folder.write("a.ndb", "A:0:*:616263*646566\nbad\n");
+    const std::string unknown = folder.write("a.txt", "");
+    const _ZVKPatternFile files = {path.c_str(), unknown.c_str()};
+    testing::internal::CaptureStdout();
+    ASSERT_EQ(loadPattern(&files), 0);
+    testing::internal::GetCapturedStdout();
+    auto lines = log.lines();
+    std::erase(lines, "3[ZVKPatternContainer]in SetSortedList");
+    // The numbers of signatures count all sets of the process, so they are compared as "#".
+    for (auto& line : lines) line = std::regex_replace(line, std::regex("\\[\\d+\\]"), "[#]");
+    lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
+    const std::string unit = "3[ZVKPatternContainer]";
+    const std::string trees = unit + "ac_simple_patterns [#], ac_wildcard_patterns [#]";
+    EXPECT_EQ(lines, (Names{"3[ZVKPatternLoader]load pattern file : " + path,
+                            "1container.addString :Malformed extended pattern line 1",
+                            "3[ZVKPatternLoader]loaded pattern num : 1",
+                            "1Unknown VQEngine pattern file:[" + unknown + "]",
+                            unit + "in SetSortedList, simple_patterns[#]", trees,
+                            unit + "bm sigs [#]", unit + "ac sigs [#]",
+                            unit + "ac wildcard pattern [#], ac short pattern [#], ac simple "
+                                   "pattern[#]",
+                            "3[ZVKEngine]# of patterns: 1",
+                            "3[ZVKEngine]ZVKEngine::loadPattern, success return"}));
 }
 
 }  // namespace

@@ -176,16 +176,12 @@ TEST_F(Stream, DumpsWhatIsMatched) {
     host.feed(kEvil);
     host.end();
     EXPECT_EQ(host.dumps, (Names{"x<br>" + filler(249), filler(51), kEvil, ""}));
-    // The answer to a dump is ignored.
-    const ZVKScanEngineCallbacks stopAtDumps = {
-        [](void*, ZVK_ENGINE_EVENT_TYPE type, const void*, void* found) {
-            if (type == ZVK_EVENT_VIRUS_FOUND) *static_cast<bool*>(found) = true;
-            return 1;
-        }};
-    bool found = false;
-    beginScan(host.handle(), 0, &stopAtDumps, &found);
-    host.stream("x<br>" + kEvil);
-    EXPECT_TRUE(found);
+    const ZVKScanEngineCallbacks stopAlways = {
+        [](void*, ZVK_ENGINE_EVENT_TYPE, const void*, void*) { return 1; }};
+    beginScan(host.handle(), 0, &stopAlways, &host);
+    host.feed("x<br>" + filler(300));
+    EXPECT_EQ(host.feed(kEvil), 1) << "a dump's answer is ignored";
+    host.end();
 }
 
 TEST_F(Stream, ExceptionsOfTheHostComeOutOfTheCall) {
@@ -218,6 +214,22 @@ TEST_F(Stream, DetailTexts) {
     EXPECT_EQ(log.lines(), Names{"0" + parts});
     reload(".hdb", kHelloDigest + ":15:Demo\n");
     EXPECT_EQ(host.found("x<br>helloworld"), Names{"MD5_Pattern\tDemo\t\n"});
+}
+
+TEST_F(Stream, DebugLinesOfADetection) {
+    reload(".ndb", "Evil:0:*:" + hex("evilcode1") + "??\n");
+    const HostLog log(3);
+    host.answers = {3};
+    host.stream("x<br>evilcode1!");
+    EXPECT_EQ(
+        log.lines(),
+        (Names{"3[StreamScanner]TrieScanner::virusFound, in_buf [x<br>evilcode1!], in_len[f]",
+               "3[StreamScanner]current->simple_patterns[1]",
+               "3[StreamScanner]StreamScanner::scanBuffer, find type name [HTML data].",
+               "3[ZVKEngine]ZVKEngineInstance::end_scan, find scannable file type.",
+               "3[StreamScanner]TrieScanner::virusFound, in_buf [x<br>evilcode1!], in_len[f]",
+               "3[StreamScanner]send virus_found event [Malform.HTML][Evil]",
+               "3[StreamScanner]ret of send event is [3]", "3[StreamScanner]ret of event = 3"}));
 }
 
 }  // namespace

@@ -13,13 +13,9 @@ std::mutex logMutex;
 std::vector<std::string> logLines;
 
 void collectLine(const char* line) {
-    const std::lock_guard guard(logMutex);
-    logLines.emplace_back(line);
-}
-
-std::string withoutLineNumber(const std::string& line) {
     static const std::regex kPosition("^(3\\[\\w+):\\d+");
-    return std::regex_replace(line, kPosition, "$1");
+    const std::lock_guard guard(logMutex);
+    logLines.push_back(std::regex_replace(line, kPosition, "$1"));
 }
 
 }  // namespace
@@ -57,9 +53,7 @@ HostLog::~HostLog() {
 
 std::vector<std::string> HostLog::lines() const {
     const std::lock_guard guard(logMutex);
-    std::vector<std::string> plain;
-    std::transform(logLines.begin(), logLines.end(), std::back_inserter(plain), withoutLineNumber);
-    return plain;
+    return logLines;
 }
 
 bool HostLog::has(const std::string& line) const {

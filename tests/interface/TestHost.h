@@ -42,7 +42,7 @@ class HostLog {
     HostLog(const HostLog&) = delete;
     HostLog& operator=(const HostLog&) = delete;
 
-    /// All lines so far, the position of debug lines cut to their unit: "3[ZVKEngine]text".
+    /// All lines so far. Debug lines have no line number: "3[ZVKEngine]text".
     std::vector<std::string> lines() const;
     bool has(const std::string& line) const;
     void clear();
