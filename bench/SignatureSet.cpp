@@ -59,7 +59,7 @@ std::vector<Signature> bodySignatures(TextSource& source, size_t count, uint64_t
     std::set<std::string> seen;
     while (signatures.size() < count) {
         Signature signature = {"", body(source, random)};
-        if (!seen.insert(lineOf(signature)).second) continue;
+        if (!seen.insert(bodyOf(signature)).second) continue;
         signature.name = "Body." + std::to_string(signatures.size());
         signatures.push_back(std::move(signature));
     }

@@ -111,14 +111,19 @@ void appendLiteral(SignaturePart& part, std::string_view text) {
     for (const char byte : text) part.elements.emplace_back(1, byte);
 }
 
+std::string bodyOf(const Signature& signature) {
+    std::string body;
+    for (const SignaturePart& part : signature.parts) {
+        if (&part != signature.parts.data()) body += writtenGap(part.gap);
+        for (const Element& element : part.elements) body += writtenElement(element);
+    }
+    return body;
+}
+
 std::string lineOf(const Signature& signature) {
     const auto& offset = signature.offset;
-    std::string line = signature.name + ":0:" + (offset ? std::to_string(*offset) : "*") + ":";
-    for (const SignaturePart& part : signature.parts) {
-        if (&part != signature.parts.data()) line += writtenGap(part.gap);
-        for (const Element& element : part.elements) line += writtenElement(element);
-    }
-    return line;
+    return signature.name + ":0:" + (offset ? std::to_string(*offset) : "*") + ":" +
+           bodyOf(signature);
 }
 
 std::string linesOf(const std::vector<Signature>& signatures) {

@@ -50,6 +50,9 @@ SignaturePart literalPart(std::string_view text, Gap gap = {});
 /// Appends literal bytes, one element each.
 void appendLiteral(SignaturePart& part, std::string_view text);
 
+/// @return the parts and gaps as pattern files have them; NAME=BODY is a line of a .db file, which
+///         has no place for an offset
+std::string bodyOf(const Signature& signature);
 /// @return the line of an .ndb file, without its line end
 std::string lineOf(const Signature& signature);
 /// @return all lines, each with its line end

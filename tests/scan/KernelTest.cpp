@@ -20,13 +20,11 @@ namespace {
 using namespace STREAMENGINE_SPACE;
 using QLT_SPACE::VectorUnit;
 
-constexpr SetProfile kProfile = {
-    .alphabet = "aab<>/s-\xe9",
-    .noise = "ab< \n>",
-    .mostSignatures = 30,
-    .mostGap = 39,
-    .mayBeRefused = true,
-};
+constexpr SetProfile kProfile = {.alphabet = "aab<>/s-\xe9",
+                                 .noise = "ab< \n>",
+                                 .mostSignatures = 30,
+                                 .mostGap = 39,
+                                 .mayBeRefused = true};
 constexpr int kStreams = 60;  // of each set
 
 /// A host whose answers are given and whose events are written to a transcript.

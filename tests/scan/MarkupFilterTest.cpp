@@ -64,7 +64,7 @@ constexpr FilterCase kFilterCases[] = {
     {"element", 2, "a<script>x=1;</script>b", "a_____________________b|"},
     {"other_mode", 1, "a<script>x=1;</script>b", "a<script>x=1;</script>b|"},
     {"mode_0", 0, "<script><object>|<", "<script><object>||<"},
-    {"mode_4", 4, "<script><object>", "<script><object>|"},
+    {"mode_4", 4, "<script>", "<script>|"},
     {"applet", 1, "<applet\t>a</applet>|<noscript>", "___________________|<noscript>|"},
     {"embed_plugin", 1, "<EMBED/>a|<plugin\v/>b", "________a|__________b|"},
     {"embed_plugin_text", 1, "<Embed>a</embed>|<PLUGIN>a</plugin>b",
@@ -125,66 +125,55 @@ TEST(MarkupFilter, TheModeDecidesWhenATagOpens) {
 
 // reference() filters a whole text, element by element; the functions before it are its own.
 
-bool endsName(char c) {
-    return std::string_view("\t\n\v\f\r >/").find(c) != std::string_view::npos;
+/// A word that begins at a "<" of the text, or as much of it as there is.
+struct Name {
+    size_t end;    // the byte that decides: the first that is not the word's
+    bool isWhole;  // the word is there and ends
+};
+Name nameAt(const std::string& text, size_t at, const std::string& word) {
+    size_t length = 0;
+    while (length < word.size() && text[at + length] == word[length]) ++length;
+    const bool isEnded = text.find_first_of("\t\n\v\f\r >/", at + length) == at + length;
+    return {at + length, length == word.size() && isEnded};
 }
 
-/// @return how many bytes of the text from `at` on are those of the word
-size_t common(const std::string& lowered, size_t at, std::string_view word) {
-    const std::string_view text = std::string_view(lowered).substr(at, word.size());
-    const auto differing = std::mismatch(text.begin(), text.end(), word.begin()).first;
-    return static_cast<size_t>(differing - text.begin());
-}
-
-/// The end of a tag whose name ends at `at`, and whether it ends in "/>".
-std::pair<size_t, bool> tagEnd(const std::string& text, const size_t at) {
-    size_t end = at;
-    while ((end = text.find_first_of(">'\"", end)) != std::string::npos && text[end] != '>') {
-        end = text.find(text[end], end + 1);
-        if (end == std::string::npos) break;
-        ++end;
+/// @return the end of a tag whose name ends at `at`, and whether it ends in "/>"
+std::pair<size_t, bool> tagEnd(const std::string& text, size_t at) {
+    for (; (at = text.find_first_of(">'\"", at)) < text.size(); ++at) {
+        if (text[at] == '>') return {at + 1, text[at - 1] == '/'};
+        at = std::min(text.find(text[at], at + 1), text.size());
     }
-    if (end == std::string::npos) return {text.size(), false};
-    return {end + 1, text[end - 1] == '/'};
+    return {text.size(), false};
 }
 
+/// @return the end of the first closing tag of this name from `at` on, or the end of the text
 size_t elementEnd(const std::string& text, size_t at, const std::string& name) {
-    const std::string word = "</" + name;
-    while ((at = text.find('<', at)) != std::string::npos) {
-        at += common(text, at, word) + 1;  // just after the byte that decides
-        if (at > text.size()) break;
-        if (text.compare(at - 1 - word.size(), word.size(), word) == 0 && endsName(text[at - 1])) {
-            const size_t end = text.find('>', at - 1);
-            return end == std::string::npos ? text.size() : end + 1;
-        }
+    while ((at = text.find('<', at)) < text.size()) {
+        const Name found = nameAt(text, at, "</" + name);
+        if (found.isWhole) return std::min(text.find('>', found.end), text.size() - 1) + 1;
+        at = found.end + 1;
     }
     return text.size();
 }
 
 std::string reference(const std::string& raw, int mode) {
-    std::string text = raw;
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 32) : c; });
+    std::string text = raw, result = raw;
+    for (char& c : text) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c | 32) : c;
     Texts names;
-    if ((mode & 1) != 0) names.insert(names.end(), {"applet", "embed", "plugin", "object"});
+    if ((mode & 1) != 0) names = {"applet", "embed", "plugin", "object"};
     if ((mode & 2) != 0) names.insert(names.end(), {"script", "noscript"});
-    std::string result = raw;
     size_t at = 0;
-    while ((at = text.find('<', at)) != std::string::npos) {
+    while ((at = text.find('<', at)) < text.size()) {
         const auto name = std::find_if(names.begin(), names.end(), [&](const std::string& word) {
-            return at + 1 < text.size() && text[at + 1] == word[0];
+            return text.compare(at + 1, 1, word, 0, 1) == 0;
         });
-        const size_t length = name == names.end() ? 0 : common(text, at + 1, *name);
-        const size_t last = at + 1 + length;
-        if (name == names.end() || length < name->size() || last >= text.size() ||
-            !endsName(text[last])) {
-            at = last + 1;
-            continue;
+        const Name found = nameAt(text, at, "<" + (name != names.end() ? *name : ""));
+        size_t end = found.end + 1;
+        if (name != names.end() && found.isWhole) {
+            const auto [tag, closesItself] = tagEnd(text, found.end);
+            end = closesItself ? tag : elementEnd(text, tag, *name);
+            result.replace(at, end - at, end - at, ' ');
         }
-        const auto [tag, closesItself] = tagEnd(text, last);
-        const size_t end = closesItself ? tag : elementEnd(text, tag, *name);
-        std::fill(result.begin() + static_cast<long>(at), result.begin() + static_cast<long>(end),
-                  ' ');
         at = end;
     }
     return result;

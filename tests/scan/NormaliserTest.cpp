@@ -10,12 +10,27 @@ namespace {
 
 using STREAMENGINE_SPACE::Normaliser;
 
+/// Calls getBuffer() once. Input and output lie in blocks of their own, so that the address
+/// sanitizer sees what is read or written after their ends.
+/// @return the bytes written and the number of bytes consumed
+std::pair<std::string, size_t> feedOnce(Normaliser& normaliser, std::string_view raw,
+                                        unsigned int room) {
+    const std::vector<char> chunk(raw.begin(), raw.end());
+    std::vector<char> out(room);
+    const char* data = chunk.data();
+    auto length = static_cast<unsigned int>(chunk.size());
+    const unsigned int written = normaliser.getBuffer(data, length, out.data(), room);
+    EXPECT_EQ(data + length, chunk.data() + chunk.size());
+    return {{out.data(), written}, chunk.size() - length};
+}
+
 std::string feed(Normaliser& normaliser, std::string_view raw, unsigned int room = 1 << 16) {
     std::string all;
-    std::string out(room, '\0');
-    const char* data = raw.data();
-    auto length = static_cast<unsigned int>(raw.size());
-    while (length != 0) all.append(out, 0, normaliser.getBuffer(data, length, out.data(), room));
+    while (!raw.empty()) {
+        const auto [text, consumed] = feedOnce(normaliser, raw, room);
+        all += text;
+        raw.remove_prefix(consumed);
+    }
     return all;
 }
 
@@ -92,20 +107,6 @@ std::string markupLike(Random& random) {
         text += random.text("aB \xc3-", random.between(0, longest));
     }
     return text;
-}
-
-/// Calls getBuffer() once. Input and output lie in blocks of their own, so that the address
-/// sanitizer sees what is read or written after their ends.
-/// @return the bytes written and the number of bytes consumed
-std::pair<std::string, size_t> feedOnce(Normaliser& normaliser, std::string_view raw,
-                                        unsigned int room) {
-    const std::vector<char> chunk(raw.begin(), raw.end());
-    std::vector<char> out(room);
-    const char* data = chunk.data();
-    auto length = static_cast<unsigned int>(chunk.size());
-    const unsigned int written = normaliser.getBuffer(data, length, out.data(), room);
-    EXPECT_EQ(data + length, chunk.data() + chunk.size());
-    return {{out.data(), written}, chunk.size() - length};
 }
 
 TEST(Normaliser, KernelsGiveWhatPlainGives) {

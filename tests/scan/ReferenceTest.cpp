@@ -14,12 +14,7 @@
 namespace {
 
 constexpr SetProfile kProfile = {
-    .alphabet = "ab<",
-    .noise = "ab<",
-    .mostSignatures = 13,
-    .mostGap = 4,
-    .mayBeRefused = false,
-};
+    .alphabet = "ab<", .noise = "ab<", .mostSignatures = 13, .mostGap = 4, .mayBeRefused = false};
 
 /// A signature, and how far a stream has matched it.
 struct Candidate : Signature {
