@@ -109,13 +109,22 @@ constexpr std::array<bool, 256> internat = [] {
     return isText;
 }();
 
+bool isText(char c) {
+    return internat[static_cast<unsigned char>(c)];
+}
+
 /// Tries the magics of one position only, so each magic is compared once in the life of a stream,
 /// and at the first moment at which all its bytes are there.
-/// @return the first magic that ends at a position of text and matches, or null
-const Magic* findMagic(std::string_view text, size_t position) {
-    if (position >= kPositions) return nullptr;
+/// @param position  below kPositions; the bytes up to it have to be readable
+/// @return the first magic that ends at a position of the stream and matches, or null
+const Magic* findMagic(const char* data, size_t position) {
     for (size_t i = kFirstEndingAt[position]; i < kFirstEndingAt[position + 1]; ++i) {
-        if (text.substr(kMagics[i].offset).starts_with(kMagics[i].bytes)) return &kMagics[i];
+        const Magic& magic = kMagics[i];
+        const char* const start = data + magic.offset;
+        if (*start == magic.bytes.front() &&
+            magic.bytes == std::string_view(start, magic.bytes.size())) {
+            return &magic;
+        }
     }
     return nullptr;
 }
@@ -124,17 +133,18 @@ const Magic* findMagic(std::string_view text, size_t position) {
 
 uint32_t getFileType(const char* data, unsigned int len, unsigned int& pos,
                      _st_filetype_info* info) {
-    for (; pos < len; ++pos) {
-        if (const Magic* magic = findMagic({data, len}, pos)) {
+    for (; pos < len && pos < kPositions; ++pos) {
+        if (const Magic* magic = findMagic(data, pos)) {
             info->description = magic->description;
             return magic->typeCode;
         }
-        if (!internat[static_cast<unsigned char>(data[pos])]) {
-            info->position = pos;
-            return kTypeNotText;
-        }
+        if (!isText(data[pos])) break;
     }
-    return kTypeUndecided;
+    // After the last position of a magic only the bytes themselves count.
+    while (pos < len && isText(data[pos])) ++pos;
+    if (pos == len) return kTypeUndecided;
+    info->position = pos;
+    return kTypeNotText;
 }
 
 }  // namespace STREAMENGINE_SPACE
