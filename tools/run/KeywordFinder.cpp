@@ -39,7 +39,7 @@ class KeywordFinder::Layer {
         if (!matcher.update(array.data())) throw std::runtime_error("cannot prepare the keywords");
     }
 
-    /// @param text  behind which SearchText::kSlack bytes are readable
+    /// @param text  followed by SearchText::kSlack readable bytes
     void search(std::string_view text, std::vector<bool>& found) const {
         STREAMENGINE_SPACE::ScanResult noDetails;
         BodyMatcher scanner(matcher.keywordSet(), noDetails);
