@@ -5,7 +5,8 @@
 namespace STREAMENGINE_SPACE {
 
 void CandidateFilter::compare(uint32_t number, uint32_t start) {
-    const IndexUnit& unit = index.units[number];
+    const IndexUnit& unit = context.index.units[number];
+    const SearchText& text = context.text;
     const uint32_t rest = text.length - start;
     if (unit.kind == UnitKind::LaterOfMany && sleeps(number)) return;
     if (unit.kind == UnitKind::PlainString && string < FoundUnit{start, number}) return;
@@ -21,35 +22,35 @@ void CandidateFilter::compare(uint32_t number, uint32_t start) {
 /// is
 ///         not known yet.
 bool CandidateFilter::sleeps(uint32_t number) const {
-    return found.empty() && !wraps && !progress.anyAwake(number);
+    return found.empty() && !context.offsetsWrap && !context.progress.anyAwake(number);
 }
 
 void CandidateFilter::accept(uint32_t number, uint32_t start) {
-    const UnitKind kind = index.units[number].kind;
-    if (kind == UnitKind::PlainString) {
+    const IndexUnit& unit = context.index.units[number];
+    if (unit.kind == UnitKind::PlainString) {
         string = {start, number};  // strings change nothing but the answer: the first one counts
         return;
     }
     found.add({start, number});
-    if (kind == UnitKind::Single) firstCertain = std::min(firstCertain, start);
+    if (unit.kind == UnitKind::Single) firstCertain = std::min(firstCertain, start);
     // The first part will be accepted, unless a match before it ends the search: then all is
     // reopened. Probes find the starts of one unit from left to right, so this is its first.
-    if (kind == UnitKind::First && sharesFirst) states.finish(number);
-    if (isPart(kind)) wakeNext(number);
+    if (context.isShared(unit)) context.states.finish(number);
+    if (isPart(unit.kind)) wakeNext(number);
 }
 
 /// Prepares for the parts that may follow one that may be accepted.
 void CandidateFilter::wakeNext(uint32_t number) {
-    const auto members = index.members.membersOf(number);
+    const auto members = context.index.members.membersOf(number);
     if (members.size() > kFewMembers) return;
     for (const UnitMember& member : members) {
-        if (member.next != kNoUnit) states.wake(member.next);
+        if (member.next != kNoUnit) context.states.wake(member.next);
     }
 }
 
 BodyMatch CandidateFilter::stringMatch() const {
     if (string.unit == kNoUnit) return {};
-    const IndexUnit& unit = index.units[string.unit];
+    const IndexUnit& unit = context.index.units[string.unit];
     return {unit.pattern, false, string.start + unit.length};
 }
 

@@ -11,29 +11,19 @@
 #include <limits>
 
 #include "scan/index/FoundUnits.h"
-#include "scan/index/SignatureProgress.h"
-#include "scan/index/UnitStates.h"
+#include "scan/index/SearchContext.h"
 #include "scan/report/BodyMatch.h"
-#include "scan/text/SearchText.h"
 
 namespace STREAMENGINE_SPACE {
 
 class CandidateFilter {
   public:
-    /// Borrows all for the search.
-    /// @param startsTogether  one entry of the progress stands for all signatures of a first part
-    CandidateFilter(const SignatureIndex& searched, const SearchText& searchText,
-                    SignatureProgress& streamProgress, UnitStates& unitStates, FoundUnits& units,
-                    bool startsTogether)
-        : index(searched),
-          text(searchText),
-          progress(streamProgress),
-          states(unitStates),
-          found(units),
-          wraps(searchText.offsetsWrap()),
-          sharesFirst(startsTogether) {
+    /// Borrows what the context borrows, and the units.
+    CandidateFilter(const SearchContext& searchContext, FoundUnits& units)
+        : context(searchContext), found(units), undecided(searchContext.text.decidedTo) {
+        const SearchText& text = context.text;
         // What begins closer to the end may have its anchor beyond it, a gram longer than this.
-        const uint32_t hidden = index.anchors.reach + GramFilter::kReadLength;
+        const uint32_t hidden = context.index.anchors.reach + GramFilter::kReadLength;
         if (text.length > hidden) undecided = std::max(undecided, text.length - hidden);
     }
 
@@ -41,8 +31,8 @@ class CandidateFilter {
     /// it
     ///         ends before it starts, so that part was considered earlier.
     bool isRuledOut(UnitKind kind, uint32_t unit) const {
-        if (!hasState(kind) || wraps) return false;
-        const UnitState state = states.of(unit);
+        if (!hasState(kind) || context.offsetsWrap) return false;
+        const UnitState state = context.states.of(unit);
         return state == UnitState::Done || (kind == UnitKind::Later && state == UnitState::Idle);
     }
 
@@ -51,7 +41,8 @@ class CandidateFilter {
     /// @param gramInText  index in the text at which it begins
     [[gnu::always_inline]] void consider(uint32_t number, uint32_t gramInUnit,
                                          uint32_t gramInText) {
-        const IndexUnit& unit = index.units[number];
+        const IndexUnit& unit = context.index.units[number];
+        const SearchText& text = context.text;
         const uint32_t start = gramInText - gramInUnit;
         if (gramInUnit > gramInText || start < text.decidedTo || start > firstCertain) return;
         const uint32_t rest = text.length - start;
@@ -75,14 +66,9 @@ class CandidateFilter {
     void accept(uint32_t number, uint32_t start);
     void wakeNext(uint32_t number);
 
-    const SignatureIndex& index;
-    const SearchText& text;
-    SignatureProgress& progress;
-    UnitStates& states;
+    const SearchContext context;
     FoundUnits& found;
-    const bool wraps;
-    const bool sharesFirst;
-    uint32_t undecided = text.decidedTo;
+    uint32_t undecided;
     // Where a signature of one part matches: nothing after it will be judged.
     uint32_t firstCertain = std::numeric_limits<uint32_t>::max();
     FoundUnit string{std::numeric_limits<uint32_t>::max(), kNoUnit};

@@ -32,11 +32,13 @@ BodyMatch IndexScanner::virusFound(const SearchText& text, DigestFeed& feed) {
 // Offsets have 32 bits. In a text in which they wrap, a part may end before it begins and let in
 // what was refused before: there every signature is tried on its own, and nothing stays decided.
 BodyMatch IndexScanner::search(const SearchText& text, DigestFeed& feed) {
-    const bool startsTogether = !text.offsetsWrap() && !ops.wantsDetail();
+    const bool wraps = text.offsetsWrap();
+    const SearchContext context = {index,  text,  progress,
+                                   states, wraps, !wraps && !ops.wantsDetail()};
     FoundUnits found;
-    CandidateFilter filter(index, text, progress, states, found, startsTogether);
+    CandidateFilter filter(context, found);
     AnchorWalk walk(index, text, filter, feed);
-    PartJudge judge(index, text, progress, states, details, startsTogether);
+    PartJudge judge(context, details);
     const uint32_t reach = index.anchors.reach;
     uint32_t stretch = kProbeBlock;
     for (uint32_t at = text.decidedTo; at < text.length;) {
@@ -50,7 +52,7 @@ BodyMatch IndexScanner::search(const SearchText& text, DigestFeed& feed) {
         }
         if (filter.stringStart() < bound && !index.hasTrieUnits()) break;
     }
-    decidedEnd = text.offsetsWrap() ? 0 : filter.undecidedFrom();
+    decidedEnd = wraps ? 0 : filter.undecidedFrom();
     return filter.stringMatch();
 }
 

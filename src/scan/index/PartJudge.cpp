@@ -5,42 +5,31 @@
 
 namespace STREAMENGINE_SPACE {
 
-PartJudge::PartJudge(const SignatureIndex& searched, const SearchText& searchText,
-                     SignatureProgress& streamProgress, UnitStates& unitStates,
-                     ScanResult& partDetails, bool startsTogether)
-    : index(searched),
-      text(searchText),
-      progress(streamProgress),
-      states(unitStates),
-      details(partDetails),
-      wraps(searchText.offsetsWrap()),
-      sharesFirst(startsTogether) {}
-
 bool PartJudge::judge(std::span<const FoundUnit> units) {
     const uint32_t start = units.front().start;
     for (const FoundUnit& found : units) addCandidates(found.unit);
     if (tryCandidates(start)) return true;
-    for (const FoundUnit& found : units) finishUnit(found.unit, text.offsetOf(start));
+    for (const FoundUnit& found : units) finishUnit(found.unit, context.text.offsetOf(start));
     return false;
 }
 
 // Where offsets wrap, a part that is not the next one may become it by the acceptance of another
 // part at the same place: all members are tried.
 void PartJudge::addCandidates(uint32_t number) {
-    const IndexUnit& unit = index.units[number];
-    if (unit.kind == UnitKind::Single || isShared(unit)) {
-        if (isShared(unit) && progress.isStarted(number)) return;
-        candidates.push_back({index.members.rankOf(number), number, &unit.trie()});
+    const IndexUnit& unit = context.index.units[number];
+    if (unit.kind == UnitKind::Single || context.isShared(unit)) {
+        if (context.isShared(unit) && context.progress.isStarted(number)) return;
+        candidates.push_back({context.index.members.rankOf(number), number, &unit.trie()});
         return;
     }
     const auto add = [&](const UnitMember& member) {
         candidates.push_back({member.rank, number, member.pattern});
         return false;
     };
-    if (wraps || !isLaterPart(unit.kind)) {
-        for (const UnitMember& member : index.members.membersOf(number)) add(member);
+    if (context.offsetsWrap || !isLaterPart(unit.kind)) {
+        for (const UnitMember& member : context.index.members.membersOf(number)) add(member);
     } else {
-        progress.visitAwake(number, add);
+        context.progress.visitAwake(number, add);
     }
 }
 
@@ -51,7 +40,7 @@ void PartJudge::addCandidates(uint32_t number) {
 // never have come to those with a higher rank.
 bool PartJudge::tryCandidates(uint32_t start) {
     constexpr uint32_t kNoRank = std::numeric_limits<uint32_t>::max();
-    const uint32_t pos = text.offsetOf(start);
+    const uint32_t pos = context.text.offsetOf(start);
     std::sort(candidates.begin(), candidates.end(),
               [](const Candidate& a, const Candidate& b) { return a.rank < b.rank; });
     uint32_t completedRank = kNoRank;
@@ -62,8 +51,9 @@ bool PartJudge::tryCandidates(uint32_t start) {
         break;
     }
     for (const Candidate& candidate : candidates) {
-        if (isShared(index.units[candidate.unit]) && candidate.rank < completedRank) {
-            progress.start(candidate.unit, pos + candidate.pattern->length, completedRank);
+        if (context.isShared(context.index.units[candidate.unit]) &&
+            candidate.rank < completedRank) {
+            context.progress.start(candidate.unit, pos + candidate.pattern->length, completedRank);
         }
     }
     candidates.clear();
@@ -73,24 +63,24 @@ bool PartJudge::tryCandidates(uint32_t start) {
 /// @return whether a signature is complete with this part
 bool PartJudge::accept(const Candidate& candidate, uint32_t pos) {
     const TriePattern& part = *candidate.pattern;
-    const IndexUnit& unit = index.units[candidate.unit];
-    if (isShared(unit)) return false;  // started together, after all others were tried
+    const IndexUnit& unit = context.index.units[candidate.unit];
+    if (context.isShared(unit)) return false;  // started together, after all others were tried
     if (unit.kind == UnitKind::Single) {
         details.addPart(part, pos);
         return true;
     }
-    const auto [partsMatched, partEnd] = progress.of(part);
+    const auto [partsMatched, partEnd] = context.progress.of(part);
     if (!part.mayFollow(partsMatched, partEnd, pos)) return false;
     details.addPart(part, pos);
-    return progress.accept(part, pos);
+    return context.progress.accept(part, pos);
 }
 
 // A unit whose members were all accepted, or whose gaps have all grown too wide, cannot matter any
 // more in this stream. So "<iframe" costs one lookup per occurrence once its successors are
 // through.
 void PartJudge::finishUnit(uint32_t unit, uint32_t pos) {
-    if (!isPart(index.units[unit].kind) || wraps) return;
-    if (progress.isFinished(unit, pos)) states.finish(unit);
+    if (!isPart(context.index.units[unit].kind) || context.offsetsWrap) return;
+    if (context.progress.isFinished(unit, pos)) context.states.finish(unit);
 }
 
 }  // namespace STREAMENGINE_SPACE

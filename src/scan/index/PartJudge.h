@@ -14,21 +14,17 @@
 #include <vector>
 
 #include "scan/index/FoundUnits.h"
-#include "scan/index/SignatureProgress.h"
-#include "scan/index/UnitStates.h"
+#include "scan/index/SearchContext.h"
 #include "scan/report/BodyMatch.h"
 #include "scan/report/ScanResult.h"
-#include "scan/text/SearchText.h"
 
 namespace STREAMENGINE_SPACE {
 
 class PartJudge {
   public:
-    /// Borrows all for the search.
-    /// @param startsTogether  one entry of the progress stands for all signatures of a first part
-    PartJudge(const SignatureIndex& searched, const SearchText& searchText,
-              SignatureProgress& streamProgress, UnitStates& unitStates, ScanResult& partDetails,
-              bool startsTogether);
+    /// Borrows what the context borrows, and the details of accepted parts.
+    PartJudge(const SearchContext& searchContext, ScanResult& partDetails)
+        : context(searchContext), details(partDetails) {}
 
     /// Judges the units that begin at one index.
     /// @return whether a signature is complete: match() is it
@@ -50,18 +46,8 @@ class PartJudge {
     bool accept(const Candidate& candidate, uint32_t pos);
     void finishUnit(uint32_t unit, uint32_t pos);
 
-    /// @return whether the progress of the unit's signatures is kept in one place
-    bool isShared(const IndexUnit& unit) const {
-        return unit.kind == UnitKind::First && sharesFirst;
-    }
-
-    const SignatureIndex& index;
-    const SearchText& text;
-    SignatureProgress& progress;
-    UnitStates& states;
+    const SearchContext context;
     ScanResult& details;
-    const bool wraps;
-    const bool sharesFirst;
     BodyMatch completed;
     std::array<std::byte, kInlineCandidates * sizeof(Candidate)> room;  // NOLINT: see candidates
     std::pmr::monotonic_buffer_resource memory{room.data(), room.size()};
