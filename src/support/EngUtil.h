@@ -13,8 +13,8 @@ class EngUtil {
 
     static unsigned int min(unsigned int a, unsigned int b) { return a < b ? a : b; }
 
-    /// Each returns the file's length in bytes and leaves its position unchanged; 0 for a null file.
-    /// getFileLength() keeps the lowest 32 bits.
+    /// Each returns the file's length in bytes and leaves its position unchanged; 0 for a null
+    /// file. getFileLength() keeps the lowest 32 bits.
     static uint64_t fileLength(std::FILE* file);
     static int32_t getFileLength(std::FILE* file);
 
