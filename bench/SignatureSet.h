@@ -9,8 +9,7 @@
 #include "testing/Signature.h"
 
 /// @return signatures, none twice: 60 % are plain strings of 10 to 60 bytes, 25 % have wildcards
-/// and
-///         alternatives, 15 % have two or three parts with gaps between them
+///         and alternatives, 15 % have two or three parts with gaps between them
 std::vector<Signature> bodySignatures(TextSource& source, size_t count, uint64_t seed);
 
 /// @return lines of plain strings of 40 random bytes; all of the same length, so that the memory
@@ -18,8 +17,7 @@ std::vector<Signature> bodySignatures(TextSource& source, size_t count, uint64_t
 std::string plainLines(size_t count, uint64_t seed);
 
 /// @return lines of an .hdb file; their sizes are spread from 100 bytes to 1 MiB, as many from 100
-/// to
-///         200 as from 200 to 400
+///         to 200 as from 200 to 400
 std::string digestLines(size_t count, uint64_t seed);
 
 void writeText(const std::filesystem::path& file, const std::string& text);

@@ -18,8 +18,9 @@
  * it gives is documented in zvkengine.h; here is only what C++ adds:
  *   - A code that means a failure is thrown as an Error. A refused stream is not a failure but a
  *     state of the instance, see Instance::isRefused().
- *   - An exception that the host's function throws never enters the engine. It is kept, the rest of
- *     the chunk is not searched, and the call that raised the event throws it again.
+ *   - An exception that the host's function throws never enters the engine. It is kept, and the
+ *     call that raised the event throws it again. Until then the host's functions are not called
+ *     any more: the next detection ends the search of the chunk and is not reported.
  *   - Destructors free what the object owns and throw nothing.
  *
  * @par Threads
@@ -156,7 +157,7 @@ inline const char* addressOf(std::string_view text) {
 }
 
 /// @return the length of text, which the engine counts in 32 bits
-/// @throws Error  ZVK_ERR_BAD_PARAM if text is too long to have reserve more bytes
+/// @throws Error  ZVK_ERR_BAD_PARAM if text.size() + reserve does not fit in 32 bits
 inline uint32_t checkedLength(std::string_view text, uint32_t reserve = 0) {
     if (text.size() <= std::numeric_limits<uint32_t>::max() - reserve) {
         return static_cast<uint32_t>(text.size());
@@ -199,7 +200,9 @@ class Set {
     /// @throws Error  ZVK_ERR_NO_CONTAINER
     static ZVKPatternInfo info() {
         ZVKPatternInfo info = {};
-        if (const int32_t result = getPatternInfo(&info); result != 0) throw Error("load", result);
+        if (const int32_t result = getPatternInfo(&info); result != 0) {
+            throw Error("read the pattern information", result);
+        }
         return info;
     }
 
@@ -260,10 +263,11 @@ class Instance {
     }
 
     /// Scans the next chunk, filters it, or both: scanfilter().
+    /// @param chunk   at most UINT32_MAX - 10 bytes, not a part of output; borrowed for the call
     /// @param mode    sum of ZVK_FILTER_ bits
     /// @param output  the filtered bytes are appended to it
     /// @return as scan()
-    /// @throws as scan(); output is complete all the same
+    /// @throws as scan(), output being complete; std::bad_alloc before anything is scanned
     uint32_t scanFilter(std::string_view chunk, uint8_t mode, std::string& output) {
         const uint32_t size = detail::checkedLength(chunk, kMostHeld);
         const size_t start = output.size();
@@ -295,7 +299,8 @@ class Instance {
         return safeLength(result);
     }
 
-    /// Ends the stream, if one is open, for a host that has no use for its result any more.
+    /// Ends the stream, if one is open, for a host that does not need its result. It can still
+    /// report a detection; what the host's function throws then is dropped.
     void cancel() noexcept {
         endScan(instance);
         receiver = detail::EventReceiver();
@@ -320,11 +325,12 @@ class Instance {
     }
 
     // An end call gives a length in 32 signed bits, or a code. The length of a stream above 2 GiB
-    // looks negative. A few lengths, just below a multiple of 4 GiB, have the value of a code: a
-    // result that is the length of the whole stream is taken for the length.
+    // looks negative. A few lengths, just below a multiple of 4 GiB, have the value of a code: if
+    // the result equals the length of the stream, it is a length.
     uint32_t safeLength(int32_t result) {
+        const auto whole = static_cast<int32_t>(std::exchange(length, 0));
         const bool isCode = result >= ZVK_ERR_NO_SCANNER && result <= ZVK_ERR_NOT_SCANNABLE &&
-                            result != static_cast<int32_t>(length);
+                            (refused || result != whole);
         if (isCode) return counted(result);
         receiver.rethrow();
         return static_cast<uint32_t>(result);
@@ -348,7 +354,7 @@ inline bool setKeywords(const std::vector<std::string>& keywords) {
     return updateKeywords(array.data()) != 0;
 }
 
-/// Reports the first keyword of the list that a text holds: matchKeywords().
+/// Reports one of the keywords that a text contains: matchKeywords(), which defines which one.
 /// @param text       less than 4 GiB; borrowed for the call
 /// @param onKeyword  called at most once, with the index of the keyword in decimal; its
 ///                   answer is ignored
@@ -362,7 +368,7 @@ inline bool matchKeyword(std::string_view text, OnDetection onKeyword) {
     const int32_t result =
         matchKeywords(detail::EventReceiver::callbacks(), &receiver, buffer, length);
     receiver.rethrow();
-    if (result < 0) throw Error("scan", result);
+    if (result < 0) throw Error("match keywords", result);
     return result > 0;
 }
 

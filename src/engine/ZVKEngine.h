@@ -21,8 +21,8 @@ class ZVKEngineInstance;
 
 class ZVKEngine {
   public:
-    /// Also sets the options to their defaults and takes the byte that scrambles names from the
-    /// clock.
+    /// Also sets the options to their defaults and derives the byte that scrambles
+    /// names from the clock.
     ZVKEngine();
     ~ZVKEngine();
     ZVKEngine(const ZVKEngine&) = delete;

@@ -49,8 +49,7 @@ class ZVKKeywordMatcher {
     bool DoUpdate(const char** keywords);
 
     /// @return the prepared set, in which each keyword's name is its index in decimal. It may only
-    /// be
-    ///         read with a MatchScope held, or while nobody updates.
+    ///         be read with a MatchScope held, or while nobody updates.
     const PatternContainer& keywordSet() const { return container; }
 
   private:

@@ -1,8 +1,8 @@
 // PatternLoader: reads one pattern file into a container.
 //
 // A plain file is read line by line; a line that is refused is logged and skipped. A container
-// file is read by ContainerReader; anything wrong in it fails the whole file, but for a line that
-// its kind does not allow: that loses one record only.
+// file is read by ContainerReader; anything wrong in it fails the whole file, with two exceptions:
+// a malformed line is skipped, and so is a section of unknown kind. Both are logged.
 #pragma once
 
 #include <cstdio>

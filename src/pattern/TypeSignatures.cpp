@@ -13,7 +13,7 @@ struct TypeSignature {
 
 // Matched against the normalised stream, so each is in lower case and without blanks. Most leave
 // the tag open: "<img" also finds tags with attributes.
-constexpr TypeSignature zvkSMagic[] = {
+constexpr TypeSignature kTypeSignatures[] = {
     {"3c62723e", "HTML data", kTypeMarkup},        // <br>
     {"3c646976", "HTML data", kTypeMarkup},        // <div
     {"3c68746d6c", "HTML data", kTypeMarkup},      // <html
@@ -28,7 +28,7 @@ constexpr TypeSignature zvkSMagic[] = {
 }  // namespace
 
 void addTypeSignatures(TrieTree& tree) {
-    for (const TypeSignature& entry : zvkSMagic) {
+    for (const TypeSignature& entry : kTypeSignatures) {
         CompoundPatternLoader::parse(tree, entry.name, entry.signature, entry.typeCode, nullptr, 0);
     }
 }

@@ -41,8 +41,7 @@ class BodyMatcher {
     BodyMatch virusFound(const SearchText& text, DigestFeed& feed);
 
     /// @return index in the last text before which no match begins, whatever bytes follow the text;
-    /// 0
-    ///         if that is not known
+    ///         0 if that is not known
     uint32_t decidedTo() const { return walksLoaded ? 0 : indexScanner.decidedTo(); }
 
   private:

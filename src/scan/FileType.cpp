@@ -142,7 +142,7 @@ uint32_t getFileType(const char* data, unsigned int len, unsigned int& pos,
     }
     // After the last position of a magic only the bytes themselves count.
     while (pos < len && isText(data[pos])) ++pos;
-    if (pos == len) return kTypeUndecided;
+    if (pos >= len) return kTypeUndecided;
     info->position = pos;
     return kTypeNotText;
 }

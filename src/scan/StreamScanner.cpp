@@ -78,7 +78,8 @@ int StreamScanner::scanBuffer(const char* data, unsigned int len, bool typePass)
     return count;
 }
 
-// The type pass leaves no trace but the markup mode: the window is dropped with the call.
+// The type pass leaves no trace but the markup mode: the window is dropped with the call, and
+// beginDetection() restarts the normaliser.
 int StreamScanner::findType(const Window& window, const char* data, unsigned int len) {
     const char* const chunk = data;
     const unsigned int chunkLength = len;
@@ -146,9 +147,9 @@ void StreamScanner::keepTail(Window& window, uint32_t end) const {
 // raised.
 StreamScanner::Outcome StreamScanner::reportDetection(const BodyMatch& match, Window& window,
                                                       uint32_t end) {
+    reporter.recordMatch(match, window.streamOffset + match.end);  // may throw: not counted then
     ++detectionCount;
     window.decidedTo = 0;
-    reporter.recordMatch(match, window.streamOffset + match.end);
     switch (sendDetection(match.pattern->virName)) {
         case 0:
             window.dropFront(match.end, end);

@@ -32,6 +32,7 @@ void PatternContainer::prepare() {
 
 void PatternContainer::reset() {
     index.reset();
+    searchForm = SearchForm::Loaded;  // there is no index any more
     trieTree.reset();
     typeTrieTree.reset();
     bmList.reset();

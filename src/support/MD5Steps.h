@@ -44,8 +44,7 @@ inline constexpr int kRotation[4][4] = {
 // next, so as few operations as possible should come after b is known:
 // - The terms without b are added first.
 // - The second round's (b & d) | (c & ~d) is split. Its halves never share a 1 bit, so OR is the
-// same
-//   as addition, and c & ~d belongs to the terms without b.
+//   same as addition, and c & ~d belongs to the terms without b.
 // - The first round's (b & c) | (~b & d) is d ^ (b & (c ^ d)): two operations after b, not three.
 template <int kStep>
 [[gnu::always_inline]] inline void step(uint32_t (&v)[4], const unsigned char* block) {

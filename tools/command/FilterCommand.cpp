@@ -62,7 +62,8 @@ void report(std::string_view line) {
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
-/// Scans one file while it is copied. Detections are reported at once, so they need no memory.
+/// Scans one file while it is copied. Detections are reported after each
+/// chunk, so memory does not grow with the file.
 class SideScan {
   public:
     /// @throws zvkengine::Error

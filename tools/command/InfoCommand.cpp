@@ -31,8 +31,8 @@ Prints
   ZVK_KERNEL chooses another one: plain, baseline, avx2 or avx512,
 - the version of the set and its number of signatures,
 - for each file, how many lines were read and how many were refused,
-- for each refused line, FILE:LINE: reason. A position inside the reason comes from the engine, which
-  counts only the lines that it accepted before.
+- for each refused line, FILE:LINE: reason. If the reason itself has a line number, ignore that: it
+  counts only the lines that were accepted before.
 
 Exit status: 0 all lines were accepted, 1 some were refused, 2 an error.)";
 

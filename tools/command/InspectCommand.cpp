@@ -33,9 +33,9 @@ Prints the header, the digest that the body really has, and the sections. With -
 prints each record: the number of its section, its offset in the restored body, its name and its
 signature line.
 
-A body that would inflate to more than 100 times its stored size (or to more than 16 MiB, if that is
-more) or to more than 1 GiB is not restored, unless the environment variable ZVK_BODY_LIMIT allows that
-many bytes. A signature line that the engine refuses does not make a container broken; 'zvk info'
+A body may inflate to 100 times its stored size or to 16 MiB, whichever is more, but never to more than
+1 GiB. The environment variable ZVK_BODY_LIMIT (bytes) sets another limit. A larger body is not restored
+and counts as broken. A signature line that the engine refuses does not make a container broken; 'zvk info'
 prints such lines.
 
 Exit status: 0 the container is sound, 1 it is broken, 2 an error.)";

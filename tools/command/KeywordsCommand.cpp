@@ -24,12 +24,12 @@ constexpr const char* kFooter = R"(Examples:
 
 Prints a line for each keyword that a file contains (PATH: KEYWORD), then a summary. A keyword is
 printed once for each file, as the list has it and in the order of the lists. Keywords that overlap
-are all found. Files of any kind are searched, byte by byte: the case of A to Z makes no difference,
-white space does. Folders are searched with all folders inside them; symbolic links and special
+are all found. Files of any kind are searched, byte by byte: A to Z match in either case, and
+white space counts. Folders are searched with all folders inside them; symbolic links and special
 files are skipped.
 
-A list has one keyword on each line, of 2 to 256 bytes. Blank lines and lines that begin with # are
-skipped. Blanks at the start or end of a line belong to the keyword; a carriage return at the end
+A list has one keyword on each line, of 2 to 256 bytes. Empty lines and lines that begin with # are
+skipped. Spaces at the start or end of a line belong to the keyword; a carriage return at the end
 does not, nor does a byte order mark at the start of the file. A keyword that cannot be used is
 reported on standard error and left out. Of keywords that differ only in case, the first is used.
 

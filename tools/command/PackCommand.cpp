@@ -43,8 +43,9 @@ The engine reports the build time as the version of the set. Without --build-tim
 the environment variable SOURCE_DATE_EPOCH or, if that is not set, the current time. Equal input,
 settings and build time give equal bytes.
 
-A cipher only keeps names and signatures from being read by chance, as its key is in the file. It makes
-loading slower: with 3des a load takes more than twice as long.
+A cipher only keeps names and signatures from being read by chance, as its key is in the file. Loading a
+container takes about 1.3 times as long as loading the plain files, 1.6 times with des and 2 to 3 times
+with 3des.
 
 Exit status: 0 all lines were packed, 1 some were refused, 2 an error.)";
 

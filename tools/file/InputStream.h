@@ -22,8 +22,7 @@ class InputStream {
 
     /// Call it when read() has reached the end.
     /// @return what is wrong with the bytes read: a read failed, or the file's size has changed
-    /// since
-    ///         it was opened; empty if nothing is wrong
+    ///         since it was opened; empty if nothing is wrong
     std::string failure() const;
 
   private:

@@ -9,10 +9,9 @@
 //   - One keyword is a prefix of another: "abc" and "abcd" begin at the same byte, and only one of
 //     them is reported.
 //   - The engine keeps keywords of 2 to 9 bytes and longer ones in two stores and searches one
-//   store
-//     after the other, so a short keyword is reported before a longer one further left.
-// So the keywords are split into layers. All keywords of a layer are in the same store, and none is
-// a prefix of another. Each layer is searched by itself.
+//     store after the other, so a short keyword is reported before a longer one further left. So
+//     the keywords are split into layers. All keywords of a layer are in the same store, and none
+//     is a prefix of another. Each layer is searched by itself.
 //
 // Cost: one pass over the text for each layer. A list without prefixes has two layers at most, one
 // for each store; the list "aa", "aaa", "aaaa" has three.

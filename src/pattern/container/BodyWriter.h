@@ -36,8 +36,7 @@ class BodyWriter {
 
     /// Ends the body and sets its length and digest in the header. Call write() no more.
     /// @throws QLT_SPACE::Exception if the file cannot be written, or the body's length does not
-    /// fit
-    ///         into the header
+    ///         fit into the header
     void finish(ContainerHeader& header);
 
   private:

@@ -55,8 +55,8 @@ SectionReader::SectionReader(RestoredBody& restoredBody, const _SectionTable& en
 
 // The shortest record has 6 bytes: its length, one digit and a separator. So a section of 1,000,000
 // MD5 records needs 6,000,000 bytes from its first record on, and as many that no other section has
-// used. A header can claim 4 billion records in 36 bytes, but it cannot make the store reserve room
-// for more than a sixth of the body's length.
+// used. A section entry can claim 4 billion records in 36 bytes, but it cannot make the store
+// reserve room for more than a sixth of the body's length.
 void SectionReader::checkRecordCount() const {
     if (lineType != PATTERN_MD5) return;
     constexpr uint64_t kShortestRecord = kRecordHeaderLength + kShortestRecordText;

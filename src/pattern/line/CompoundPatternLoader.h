@@ -14,7 +14,7 @@
 //   part 1 of 2   aabb
 //   part 2 of 2   cc??   2 to 4 bytes after the end of part 1
 //
-// Every part begins with two literal bytes, by which the search finds it.
+// Every part begins with two literal bytes, which the automaton needs.
 #pragma once
 
 #include <cstdint>
@@ -32,7 +32,8 @@ struct SignatureTraits {
     uint16_t targetType;
 };
 
-/// The number of a part in its signature, and the gap before it; all 0 for an only part.
+/// The number of a part in its signature, and the gap before it; all 0 for the only part of a
+/// signature.
 struct PartPosition {
     uint32_t sigid = 0;
     uint16_t parts = 0;

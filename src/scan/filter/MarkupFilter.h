@@ -8,10 +8,11 @@
 // Bytes at the end of a chunk that may begin a tag's name are held back until the next chunk shows
 // what they are. Example, with scripts filtered:
 //
-//   chunk        copied                   held back afterwards
+//   chunk        written                  held back afterwards
 //   a<scr        a                        <scr
 //   ipt>b        9 blanks                 nothing
-//   <scr         nothing                  <scr
+//
+//   a<scr        a                        <scr           another stream
 //   een>         <screen>                 nothing
 //
 // The longest text that is ever held back is "</noscript". In an open element, where all bytes

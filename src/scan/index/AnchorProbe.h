@@ -26,7 +26,7 @@ constexpr uint32_t kProbesPerBlock = kStridesPerBlock * kProbesPerStride;
 
 /// Probes whole blocks.
 /// @param text    the first block; GramFilter::kReadLength bytes after the last one have to be
-/// readable
+///                readable
 /// @param blocks  how many there are
 /// @param bits    room for the bits of each block
 /// @param feed    as many blocks of it are digested on the way

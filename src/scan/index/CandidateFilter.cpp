@@ -19,8 +19,7 @@ void CandidateFilter::compare(uint32_t number, uint32_t start) {
 }
 
 /// @return whether no signature waits for the unit. While units wait to be judged, what they wake
-/// is
-///         not known yet.
+///         is not known yet.
 bool CandidateFilter::sleeps(uint32_t number) const {
     return found.empty() && !context.offsetsWrap && !context.progress.anyAwake(number);
 }

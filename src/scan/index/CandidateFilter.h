@@ -22,14 +22,13 @@ class CandidateFilter {
     CandidateFilter(const SearchContext& searchContext, FoundUnits& units)
         : context(searchContext), found(units), undecided(searchContext.text.decidedTo) {
         const SearchText& text = context.text;
-        // What begins closer to the end may have its anchor beyond it, a gram longer than this.
+        // A unit that begins in the last `hidden` bytes may have its anchor after the text.
         const uint32_t hidden = context.index.anchors.reach + GramFilter::kReadLength;
         if (text.length > hidden) undecided = std::max(undecided, text.length - hidden);
     }
 
     /// @return whether what was found so far rules out that the unit matters here. The part before
-    /// it
-    ///         ends before it starts, so that part was considered earlier.
+    ///         it ends before it starts, so that part was considered earlier.
     bool isRuledOut(UnitKind kind, uint32_t unit) const {
         if (!hasState(kind) || context.offsetsWrap) return false;
         const UnitState state = context.states.of(unit);
@@ -52,7 +51,7 @@ class CandidateFilter {
         compare(number, start);
     }
 
-    /// @return index before which every match that begins was seen whole
+    /// @return index before which every match that begins was found
     uint32_t undecidedFrom() const { return undecided; }
 
     /// @return where the first plain string begins; above every index if none was found

@@ -24,7 +24,9 @@ class PartJudge {
   public:
     /// Borrows what the context borrows, and the details of accepted parts.
     PartJudge(const SearchContext& searchContext, ScanResult& partDetails)
-        : context(searchContext), details(partDetails) {}
+        : context(searchContext), details(partDetails) {
+        candidates.reserve(kInlineCandidates);
+    }
 
     /// Judges the units that begin at one index.
     /// @return whether a signature is complete: match() is it

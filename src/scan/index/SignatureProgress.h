@@ -38,8 +38,7 @@ class SignatureProgress {
     /// @return whether it was stopped
     bool visitAwake(uint32_t unit, const auto& visit) const;
     /// @return whether visitAwake() would visit a member; remembers a "no" until the next
-    /// acceptance.
-    ///         For units of UnitKind::LaterOfMany.
+    ///         acceptance. For units of UnitKind::LaterOfMany.
     bool anyAwake(uint32_t unit);
     /// @return whether no member of the unit can be accepted at stream offset pos or later
     bool isFinished(uint32_t unit, uint32_t pos) const;
@@ -52,16 +51,15 @@ class SignatureProgress {
     /// signature was complete. The others stay as they are: the host may let the search go on
     /// without a reset.
     /// @param partEnd  stream offset just after the part
-    /// @param limit    rank of the signature that was complete; a number above all ranks if none
-    /// was
+    /// @param limit    rank of the signature that was complete; UINT32_MAX if none was
     void start(uint32_t firstUnit, uint32_t partEnd, uint32_t limit);
 
   private:
     bool isAwake(const TriePattern& part) const { return of(part).partsMatched + 1 == part.partno; }
 
     const SignatureIndex& index;
-    QLT_SPACE::FlatMap<uint32_t> started;  // by unit of first parts, all started: the part's end
-    QLT_SPACE::FlatMap<Progress> own;      // by sigid: signatures of which more is known
+    QLT_SPACE::FlatMap<uint32_t> started;  // first-part unit: stream offset of its end
+    QLT_SPACE::FlatMap<Progress> own;      // sigid: progress after the second part
     QLT_SPACE::FlatMap<uint32_t> asleep;   // by unit: the acceptance count when all members slept
     uint32_t acceptances = 0;
 };

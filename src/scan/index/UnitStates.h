@@ -11,7 +11,7 @@
 namespace STREAMENGINE_SPACE {
 
 enum class UnitState : uint32_t {
-    Idle,   // nothing is known: a first part that was not found yet, a later part that sleeps
+    Idle,   // a first part that was not found yet, or a later part whose predecessor was not
     Awake,  // the part before it was found
     Done    // no match of it can be accepted any more
 };

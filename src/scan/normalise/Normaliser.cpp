@@ -157,8 +157,7 @@ bool Normaliser::markupBlocks(Cursor& cursor, const char* text, size_t blockCoun
 }
 
 // Passes white space and comment lines. A comment line reaches from "<!--" to the end of the line,
-// not to
-// "-->": of "<!-- a --> <b>" and a line end nothing is taken for a tag.
+// not to "-->": of "<!-- a --> <b>" and a line end nothing is taken for a tag.
 bool Normaliser::checkHeader(const char* data, unsigned int len) {
     constexpr std::string_view kLineEnds = "\r\n";
     const std::string_view text(data, len);

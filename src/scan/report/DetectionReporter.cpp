@@ -55,8 +55,8 @@ int DetectionReporter::sendEngineEventEx(ZVK_ENGINE_EVENT_TYPE type, const char*
     return sendEngineEvent(type, scrambled(name).c_str());
 }
 
-// With a detail option on and nothing recorded (a keyword, or a detection that the caller names
-// itself), the detail text is made from the name alone.
+// With a detail option on and nothing recorded (a detection that the caller names itself), the
+// detail text is made from the name alone.
 int DetectionReporter::sendEngineEvent(ZVK_ENGINE_EVENT_TYPE type, const char* name) {
     const bool isDetection = type == ZVK_EVENT_VIRUS_FOUND;
     if (ops.wantsDetail() && !result.hasName()) {

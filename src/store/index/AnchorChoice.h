@@ -49,7 +49,7 @@ struct Anchor {
 };
 
 /// @param grams  how many consecutive grams an anchor has, each beginning a byte after the one
-/// before
+///               before
 /// @return the anchor whose grams are rarest in sum; none if no row is long enough
 std::optional<Anchor> chooseAnchor(const LiteralRows& literals, uint32_t grams,
                                    const GramCounts& counts);

@@ -3,12 +3,13 @@
 // Wildcards are one symbol long, so each literal byte of a unit has a fixed place in it, and a gram
 // found in the text gives the start of its unit. Each unit is entered under one anchor:
 //
-//   - Long anchors. Of ten consecutive literal bytes the four grams of seven bytes are entered. Of
-//   an
-//     occurrence one of the four begins at a multiple of four, so it is enough to probe every
-//     fourth position of the text:   text  ....abcdefghij..     probes at 4, 8, 12: 4 finds
-//     "abcdefg"
-//                             grams abcdefg bcdefgh cdefghi defghij
+//   - Long anchors. Of ten consecutive literal bytes the four grams of seven bytes are entered. One
+//     of the four begins at a multiple of four, so it is enough to probe every fourth position:
+//
+//       grams   abcdefg bcdefgh cdefghi defghij
+//       text    .....abcdefghij....      "abcdefghij" begins at 5
+//       probes  ^   ^   ^   ^   ^        the one at 8 finds "defghij"
+//
 //   - Short and crowded anchors: of units without ten literals in a row, and of units whose long
 //     anchor too many others share. One filter holds two consecutive grams of each, one byte
 //     narrower than the shortest of these rows, and is probed at every second position. Where it
@@ -38,7 +39,7 @@ struct LongAnchorEntry {
 
     LongAnchorEntry() = default;
     /// @param place  how many bytes after the anchor's first gram this one begins, below
-    /// kLongStride
+    ///               kLongStride
     LongAnchorEntry(uint32_t unit, uint32_t place) : unitAndPlace(unit * kLongStride + place) {}
 
     uint32_t unit() const { return unitAndPlace / kLongStride; }
@@ -70,7 +71,7 @@ struct AnchorTables {
     GramTable<AnchorEntry> shortAnchors;
     GramTable<AnchorEntry> crowdedAnchors{kCrowdedGram};
     GramTable<AnchorEntry> pairAnchors{kPairGram};
-    uint32_t reach = 0;  // bytes from a match's start to the furthest probe that finds it
+    uint32_t reach = 0;  // bytes from a match's start to the furthest probe that can find it
 };
 
 }  // namespace STREAMENGINE_SPACE

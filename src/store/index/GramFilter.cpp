@@ -23,8 +23,8 @@ int GramFilter::shiftFor(size_t slots) {
     return 64 - std::countr_zero(slots);
 }
 
-// Example: 10,000 grams get 128 bits each, rounded up to 2^21 bits, 256 KiB: one position in 128 or
-// more is accepted by mistake. A million grams get 16 bits each, 2 MiB.
+// Example: 10,000 grams get 128 bits each, rounded up to 2^21 bits, 256 KiB: less than one
+// position in 128 is accepted by mistake. A million grams get 16 bits each, 2 MiB.
 void GramFilter::reserve(size_t grams) {
     const size_t wanted =
         std::max(std::min(grams * kBitsPerGram, kCachedBits), grams * kLeastBitsPerGram);

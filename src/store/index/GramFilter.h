@@ -22,8 +22,8 @@ class GramFilter {
     /// All that a probe needs, by value: a loop keeps it in registers.
     struct View {
         const uint64_t* words;
-        uint64_t factor;  // of the hash; shifts out those of the bytes read that follow the gram
-        int shift;        // leaves of a hash the number of its bit
+        uint64_t factor;  // of the hash; removes the bytes after the gram
+        int shift;        // hash >> shift is the number of the bit
 
         /// @param at  kReadLength bytes have to be readable
         /// @return in its lowest bit 0 if no gram of the set stands at `at`; its other bits have no

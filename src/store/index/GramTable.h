@@ -31,7 +31,7 @@ class GramTable : public GramFilter {
     void build(const std::vector<Gram>& grams);
 
     /// @return the values of all grams whose hash may be this one; only of a table that is not
-    /// empty
+    ///         empty
     std::span<const Value> bucket(uint64_t hash) const {
         const uint32_t* const first = starts.data() + (hash >> bucketShift);
         return {values.data() + first[0], values.data() + first[1]};

@@ -44,7 +44,7 @@ constexpr bool isLaterPart(UnitKind kind) {
     return kind == UnitKind::Later || kind == UnitKind::LaterOfMany;
 }
 
-/// @return whether a stream remembers of the unit that it can match no more, or not yet
+/// @return whether a stream keeps a UnitState for units of this kind
 constexpr bool hasState(UnitKind kind) {
     return kind == UnitKind::First || isLaterPart(kind);
 }

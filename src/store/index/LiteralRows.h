@@ -29,8 +29,7 @@ class LiteralRows {
     void assign(std::span<const Symbol> symbols);
 
     /// @return the bytes from a symbol on; GramFilter::kReadLength of them are readable, also at
-    /// the
-    ///         end of the last row
+    ///         the end of the last row
     const uint8_t* at(uint32_t symbol) const { return bytes.data() + symbol; }
     std::span<const Row> all() const { return rows; }
     /// @return the row that holds a symbol or, if it is a wildcard, the next row

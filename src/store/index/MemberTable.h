@@ -48,8 +48,7 @@ class MemberTable {
         return {members.data() + places[unit].first, members.data() + places[unit].end};
     }
     /// @return those members of a unit whose parts directly follow a part of another unit, as
-    /// indexes
-    ///         into membersOf(unit)
+    ///         indexes into membersOf(unit)
     std::span<const uint32_t> membersAfter(uint32_t unit, uint32_t previous) const;
     /// @return the member of the unit that is part partno, from 1, of a signature; null if none is
     const UnitMember* memberOf(uint32_t unit, uint32_t sigid, uint32_t partno) const;

@@ -21,9 +21,6 @@ void MD5List::init() {
     });
 }
 
-// A digest is already evenly distributed, so its first three bytes would do as a hash. They are
-// hashed like the blocks of BmList all the same, which gives both tables one size.
-//
 // A file that announces its records has them made in pools. Either both pools get their block or
 // neither: a record without a node could not be entered.
 bool MD5List::allocate(int n) {
@@ -36,6 +33,8 @@ bool MD5List::allocate(int n) {
     return true;
 }
 
+// A digest is already evenly distributed, so its first three bytes would do as a hash. They are
+// hashed like the blocks of BmList all the same, which gives both tables one size.
 void MD5List::addPattern(const MD5Pattern* record) {
     init();
     MD5PatternNode* node = newNode();

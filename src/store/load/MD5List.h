@@ -3,7 +3,7 @@
 // The tables are those of BmList: bm_suffix has a list for each hash, and bm_shift, whose entries
 // are mostly 1, says without following a pointer that a list is empty.
 //
-// Records and nodes come from pools where the file announced their number, else one by one.
+// If a file states the number of its records, records and nodes come from pools; else one by one.
 //
 // Built by one thread, then read by any number of scanners.
 #pragma once
@@ -33,7 +33,7 @@ class MD5List {
     void init();
 
     /// Prepares the pools for n more records; all records come from them from then on.
-    /// @return false, with no more room than before, for an n of 0 or less or where memory runs out
+    /// @return false if n <= 0 or memory runs out; there is then no more room than before
     bool allocate(int n);
 
     /// @return an empty record, owned by the list; either addRecord() or dropRecord() has to follow
@@ -44,7 +44,7 @@ class MD5List {
     /// @throws QLT_SPACE::Exception or std::bad_alloc with nothing entered
     void addRecord(MD5Pattern& record, std::string_view scrambledName);
 
-    /// Gives the newest record up. Its entry of a pool stays used.
+    /// Discards the newest record. Its entry of a pool stays used.
     void dropRecord(MD5Pattern& record);
 
     /// Enters a record of this list into its bucket, before the older ones.
@@ -60,7 +60,7 @@ class MD5List {
     bool hasTables() const { return !bm_suffix.empty(); }
     bool isPooled() const { return usePool; }
 
-    uint32_t largestSize = 0;        // bytes; a negative size counts as the large number it is
+    uint32_t largestSize = 0;        // bytes; a negative size is read as an unsigned number
     std::vector<uint32_t> bm_shift;  // kBlockHashes entries, or none; 1: the bucket is empty
     // As many entries. Newest first; once prepared ascending by first digest byte, and of those
     // with the same byte newest first.
