@@ -93,6 +93,7 @@ std::vector<std::vector<std::string>> found(const _ZVKPatternFile& files,
     EXPECT_EQ(loadPattern(&files), 0);
     EXPECT_EQ(getPatternInfo(&info), 0);
     std::vector<std::vector<std::string>> names;
+    names.reserve(streams.size());
     Host host;
     for (const std::string& text : streams) names.push_back(host.found(text, 700));
     destroyEngine();
