@@ -5,17 +5,20 @@
 #include <algorithm>
 #include <fstream>
 #include <mutex>
-#include <regex>
 
 namespace {
 
 std::mutex logMutex;
 std::vector<std::string> logLines;
 
-void collectLine(const char* line) {
-    static const std::regex kPosition("^(3\\[\\w+):\\d+");
+/// Keeps a line; of a debug line "3[unit:12]text" without the line number.
+void collectLine(const char* text) {
+    std::string line = text;
+    const size_t colon = line.find(':');
+    const size_t close = line.find(']');
+    if (line.starts_with("3[") && colon < close) line.erase(colon, close - colon);
     const std::lock_guard guard(logMutex);
-    logLines.push_back(std::regex_replace(line, kPosition, "$1"));
+    logLines.push_back(std::move(line));
 }
 
 }  // namespace
