@@ -31,8 +31,8 @@ class StreamScanner {
     static constexpr uint32_t kCycleLength = 16384;  // normalised bytes that a cycle adds at most
 
     /// Makes the scanners that the set needs.
-    /// @param set       prepared; borrowed for the scanner's life
-    /// @param creator   the creator's own value, kept and never read
+    /// @param set      prepared; borrowed for the scanner's life
+    /// @param creator  the creator's own value, kept and never read
     StreamScanner(const PatternContainer& set, const ZVKScanEngineCallbacks* callbacks,
                   void* userData, uintptr_t creator);
     StreamScanner(const StreamScanner&) = delete;

@@ -28,7 +28,8 @@ class PatternContainer {
     PatternContainer(const PatternContainer&) = delete;
     PatternContainer& operator=(const PatternContainer&) = delete;
 
-    /// Finishes the set after its last line. Everything that scanning reads is final afterwards.
+    /// Finishes the set after its last line and its type signatures; PatternLoader::prepare() adds
+    /// these first. Everything that scanning reads is final afterwards.
     void prepare();
 
     /// Empties the container; partner stays.

@@ -9,7 +9,7 @@ void CandidateFilter::compare(uint32_t number, uint32_t start) {
     const SearchText& text = context.text;
     const uint32_t rest = text.length - start;
     if (unit.kind == UnitKind::LaterOfMany && sleeps(number)) return;
-    if (unit.kind == UnitKind::PlainString && string < FoundUnit{start, number}) return;
+    if (unit.kind == UnitKind::PlainString && firstString < FoundUnit{start, number}) return;
     if (!matchesAt(unit, text.bytes + start, std::min(unit.length, rest))) return;
     if (unit.length > rest) {
         undecided = std::min(undecided, start);  // the next bytes decide
@@ -27,7 +27,7 @@ bool CandidateFilter::sleeps(uint32_t number) const {
 void CandidateFilter::accept(uint32_t number, uint32_t start) {
     const IndexUnit& unit = context.index.units[number];
     if (unit.kind == UnitKind::PlainString) {
-        string = {start, number};  // strings change nothing but the answer: the first one counts
+        firstString = {start, number};  // a string only changes the answer: the first one counts
         return;
     }
     found.add({start, number});
@@ -48,9 +48,9 @@ void CandidateFilter::wakeNext(uint32_t number) {
 }
 
 BodyMatch CandidateFilter::stringMatch() const {
-    if (string.unit == kNoUnit) return {};
-    const IndexUnit& unit = context.index.units[string.unit];
-    return {unit.pattern, false, string.start + unit.length};
+    if (firstString.unit == kNoUnit) return {};
+    const IndexUnit& unit = context.index.units[firstString.unit];
+    return {unit.pattern, false, firstString.start + unit.length};
 }
 
 }  // namespace STREAMENGINE_SPACE

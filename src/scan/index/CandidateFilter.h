@@ -1,9 +1,9 @@
 // CandidateFilter: decides whether an anchor found in the text stands for a unit that has to be
 // judged.
 //
-// The checks run from cheap to dear: what the stream already knows of the unit, one byte of the
-// text, the progress of its signatures, and at last the comparison with the record. Most candidates
-// fail before a record is read.
+// The checks run from cheap to expensive: what the stream already knows of the unit, one byte of
+// the text, the progress of its signatures, and at last the comparison with the record. Most
+// candidates fail in consider(), which is inlined into the walk, before a record is read.
 #pragma once
 
 #include <algorithm>
@@ -55,7 +55,7 @@ class CandidateFilter {
     uint32_t undecidedFrom() const { return undecided; }
 
     /// @return where the first plain string begins; above every index if none was found
-    uint32_t stringStart() const { return string.start; }
+    uint32_t stringStart() const { return firstString.start; }
     /// @return the first plain string, or no match
     BodyMatch stringMatch() const;
 
@@ -70,7 +70,7 @@ class CandidateFilter {
     uint32_t undecided;
     // Where a signature of one part matches: nothing after it will be judged.
     uint32_t firstCertain = std::numeric_limits<uint32_t>::max();
-    FoundUnit string{std::numeric_limits<uint32_t>::max(), kNoUnit};
+    FoundUnit firstString{std::numeric_limits<uint32_t>::max(), kNoUnit};
 };
 
 }  // namespace STREAMENGINE_SPACE
