@@ -22,7 +22,18 @@ bool BodyMatcher::mustWalkLoaded() const {
 }
 
 BodyMatch BodyMatcher::virusFound(const SearchText& text, DigestFeed& feed) {
-    return walksLoaded ? walkLoaded(text) : indexScanner.virusFound(text, feed);
+    if (walksLoaded) return walkLoaded(text);
+    return indexScanner.mustWalk(text) ? walkForIndex(text) : indexScanner.virusFound(text, feed);
+}
+
+/// Searches a text that the index is not made for. The index goes on after it, if it can.
+BodyMatch BodyMatcher::walkForIndex(const SearchText& text) {
+    trieScanner->reset();
+    indexScanner.exportProgress(*trieScanner);
+    walksLoaded = true;  // until a reset, also if the search throws
+    const BodyMatch match = walkLoaded(text);
+    if (!match) walksLoaded = !indexScanner.importProgress(*trieScanner);
+    return match;
 }
 
 // The shift table is asked only if the automaton finds nothing in the whole text: a plain string is

@@ -46,10 +46,11 @@ class BodyMatcher {
 
   private:
     BodyMatch walkLoaded(const SearchText& text);
+    BodyMatch walkForIndex(const SearchText& text);
     bool mustWalkLoaded() const;
 
     SearchForm form;
-    bool walksLoaded;  // chosen by reset() only, so that no progress is lost
+    bool walksLoaded;  // chosen by reset(); changed where the progress can be handed over
     IndexScanner indexScanner;
     std::optional<BmScanner> bmScanner;  // none if the set has no such patterns, as trieScanner
     std::optional<TrieScanner> trieScanner;

@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* kUnit = "StreamScanner";
 // After the text: what a search may read, and what a vector of the normaliser may write.
-constexpr size_t kSlack = 64;
+constexpr size_t kSlack = 96;
 static_assert(kSlack >= SearchText::kSlack);
 
 }  // namespace

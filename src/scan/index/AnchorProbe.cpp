@@ -10,106 +10,106 @@
 namespace STREAMENGINE_SPACE {
 namespace {
 
+constexpr uint32_t kStride = kLongStride;  // bytes that one step probes
+
+/// Which tables are probed besides those of long and wide anchors.
+enum class Tables { Least, Narrow, All };
+
 /// The probes of one stride, without a branch between them: while the loads of one are under way,
-/// those of the next begin. Filters that hold nothing are left out at compile time.
-template <bool kShort, bool kPairs>
+/// those of the next begin.
+template <Tables kTables>
 struct StrideProbe {
-    // Copies: the compiler cannot know that the bits written below are not part of the index.
-    GramFilter::View longAnchors;
-    GramFilter::View shortAnchors;
-    GramFilter::View pairs;
+    // Copies: the compiler cannot know that the marks written below are not part of the filters.
+    ProbeFilters filters;
 
-    explicit StrideProbe(const AnchorTables& anchors)
-        : longAnchors(anchors.longAnchors.view()),
-          shortAnchors(anchors.shortAnchorFilter.view()),
-          pairs(anchors.pairAnchors.view()) {}
-
-    /// @return the bits of a block with those of the stride at `text` appended
-    ZVK_INLINE ProbeBits append(ProbeBits bits, const uint8_t* text) const {
-        bits = bits << 1 | (longAnchors.probe(text) & 1);
-        for (uint32_t i = 0; i < kLongStride; i += kShortStride) {
-            bits = bits << 1 | (kShort ? shortAnchors.probe(text + i) & 1 : 0);
+    /// Adds the marks of the stride at `text`, which is at `at` in its block.
+    ZVK_INLINE void probe(BlockMarks& marks, const uint8_t* text, uint32_t at) const {
+        marks.longAnchors |= (filters.longAnchors.probe(text) & 1) << at;
+        for (uint32_t i = 0; i < kStride; i += kWideStride) {
+            marks.wide |= (filters.wide.probe(text + i) & 1) << (at + i);
         }
-        if constexpr (kPairs) {
-            uint64_t accepted = 0;
-            for (uint32_t i = 0; i < kLongStride; ++i) accepted |= pairs.probe(text + i);
-            if ((accepted & 1) != 0) bits |= (1U << kProbesPerStride) - 1;
+        for (uint32_t i = 0; i < kStride; ++i) {
+            if constexpr (kTables != Tables::Least) {
+                marks.narrow |= (filters.narrow.probe(text + i) & 1) << (at + i);
+            }
+            if constexpr (kTables == Tables::All) {
+                const uint32_t pair = ShapeTable::pairAt(text + i);
+                marks.pairs |= (filters.pairs[pair / 64] >> (pair % 64) & 1) << (at + i);
+            }
         }
-        return bits;
     }
 };
 
 template <class Probe>
 ZVK_INLINE void probeBlocks(const Probe probe, const uint8_t* text, uint32_t blocks,
-                            ProbeBits* bits) {
+                            BlockMarks* marks) {
     for (uint32_t block = 0; block < blocks; ++block, text += kProbeBlock) {
-        ProbeBits ofBlock = 0;
-        for (uint32_t i = 0; i < kProbeBlock; i += kLongStride) {
-            ofBlock = probe.append(ofBlock, text + i);
+        BlockMarks ofBlock;
+        for (uint32_t at = 0; at < kProbeBlock; at += kStride) {
+            probe.probe(ofBlock, text + at, at);
         }
-        bits[block] = ofBlock;
+        marks[block] = ofBlock;
     }
 }
 
 /// An MD5 block has 64 bytes as well, and 64 steps: a stride is probed after each fourth step.
 template <class Probe>
 ZVK_INLINE void probeAndDigest(const Probe probe, const uint8_t* text, uint32_t blocks,
-                               ProbeBits* bits, DigestFeed& feed) {
+                               BlockMarks* marks, DigestFeed& feed) {
     std::array<uint32_t, 4>* state = nullptr;
     const unsigned char* const digested = feed.takeBlocks(blocks, state);
-    ProbeBits ofBlock = 0;
+    BlockMarks ofBlock;
     const auto probeAside = [&](size_t block, size_t stride) __attribute__((always_inline)) {
-        const uint8_t* const at = text + block * kProbeBlock + stride * kLongStride;
-        ofBlock = probe.append(stride == 0 ? 0 : ofBlock, at);
-        if (stride == kStridesPerBlock - 1) bits[block] = ofBlock;
+        const auto at = static_cast<uint32_t>(stride) * kStride;
+        if (stride == 0) ofBlock = {};
+        probe.probe(ofBlock, text + block * kProbeBlock + at, at);
+        if (at == kProbeBlock - kStride) marks[block] = ofBlock;
     };
     QLT_SPACE::MD5Steps::fold(*state, digested, blocks, probeAside);
 }
 
 template <class Probe>
-ZVK_INLINE void probeAll(const AnchorTables& anchors, const uint8_t* text, uint32_t blocks,
-                         ProbeBits* bits, DigestFeed& feed) {
-    const Probe probe(anchors);
+ZVK_INLINE void probeAll(const ProbeFilters& filters, const uint8_t* text, uint32_t blocks,
+                         BlockMarks* marks, DigestFeed& feed) {
+    const Probe probe = {filters};
     const uint32_t digested = std::min(blocks, static_cast<uint32_t>(feed.blocks()));
-    if (digested != 0) probeAndDigest(probe, text, digested, bits, feed);
-    probeBlocks(probe, text + size_t{digested} * kProbeBlock, blocks - digested, bits + digested);
+    if (digested != 0) probeAndDigest(probe, text, digested, marks, feed);
+    probeBlocks(probe, text + size_t{digested} * kProbeBlock, blocks - digested, marks + digested);
 }
 
-using ProbeAll = void (*)(const AnchorTables&, const uint8_t*, uint32_t, ProbeBits*, DigestFeed&);
+using ProbeAll = void (*)(const ProbeFilters&, const uint8_t*, uint32_t, BlockMarks*, DigestFeed&);
 
-template <bool kShort, bool kPairs>
-void probeBaseline(const AnchorTables& anchors, const uint8_t* text, uint32_t blocks,
-                   ProbeBits* bits, DigestFeed& feed) {
-    probeAll<StrideProbe<kShort, kPairs>>(anchors, text, blocks, bits, feed);
+template <Tables kTables>
+void probeBaseline(const ProbeFilters& filters, const uint8_t* text, uint32_t blocks,
+                   BlockMarks* marks, DigestFeed& feed) {
+    probeAll<StrideProbe<kTables>>(filters, text, blocks, marks, feed);
 }
 
 #ifdef ZVK_TARGET_BMI2
 /// BMI2 shifts by a count in any register, so a probe takes fewer instructions.
-template <bool kShort, bool kPairs>
-ZVK_TARGET_BMI2 void probeBmi2(const AnchorTables& anchors, const uint8_t* text, uint32_t blocks,
-                               ProbeBits* bits, DigestFeed& feed) {
-    probeAll<StrideProbe<kShort, kPairs>>(anchors, text, blocks, bits, feed);
+template <Tables kTables>
+ZVK_TARGET_BMI2 void probeBmi2(const ProbeFilters& filters, const uint8_t* text, uint32_t blocks,
+                               BlockMarks* marks, DigestFeed& feed) {
+    probeAll<StrideProbe<kTables>>(filters, text, blocks, marks, feed);
 }
 #endif
 
-template <bool kShort, bool kPairs>
+template <Tables kTables>
 ProbeAll choose([[maybe_unused]] QLT_SPACE::VectorUnit unit) {
 #ifdef ZVK_TARGET_BMI2
-    if (QLT_SPACE::includesAvx2(unit)) return probeBmi2<kShort, kPairs>;
+    if (QLT_SPACE::includesAvx2(unit)) return probeBmi2<kTables>;
 #endif
-    return probeBaseline<kShort, kPairs>;
+    return probeBaseline<kTables>;
 }
 
 }  // namespace
 
-void probeAnchors(const SignatureIndex& index, const uint8_t* text, uint32_t blocks,
-                  ProbeBits* bits, DigestFeed& feed) {
-    const AnchorTables& anchors = index.anchors;
-    const ProbeAll chosen = !anchors.pairAnchors.isEmpty() ? choose<true, true>(index.vectorUnit)
-                            : !anchors.shortAnchorFilter.isEmpty()
-                                ? choose<true, false>(index.vectorUnit)
-                                : choose<false, false>(index.vectorUnit);
-    chosen(anchors, text, blocks, bits, feed);
+void probeAnchors(const ProbeFilters& filters, QLT_SPACE::VectorUnit unit, const uint8_t* text,
+                  uint32_t blocks, BlockMarks* marks, DigestFeed& feed) {
+    const ProbeAll chosen = filters.pairs != nullptr ? choose<Tables::All>(unit)
+                            : filters.hasNarrow      ? choose<Tables::Narrow>(unit)
+                                                     : choose<Tables::Least>(unit);
+    chosen(filters, text, blocks, marks, feed);
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,8 +1,7 @@
 // AnchorProbe: the loop over the text that finds where an anchor of the index may begin.
 //
-// Per four positions it makes three probes: one for long anchors, at the first position, and two
-// for short ones, at the first and the third. A probe is a multiplication, a shift and a load, and
-// fails nearly always, so the loop has no branch: it collects a bit per probe.
+// A probe is a multiplication, a shift and a load, and fails nearly always, so the loop has no
+// branch: it collects a bit per probe. Tables that hold nothing are not probed.
 //
 // Where the stream is digested as well, both are done in one loop. MD5 is one chain of dependent
 // steps and leaves execution ports idle; the probes are independent of each other and fill them.
@@ -15,22 +14,34 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// The probes of a block of 64 bytes that a filter accepted: three bits per stride of four bytes,
-/// the first probe of the block in the highest of the 48 bits that are used, so that counting
-/// leading zeros gives them in the order of the text. A pair that may be there sets all three.
-using ProbeBits = uint64_t;
-constexpr uint32_t kStridesPerBlock = 16;
-constexpr uint32_t kProbeBlock = kStridesPerBlock * kLongStride;  // bytes
-constexpr uint32_t kProbesPerStride = 1 + kLongStride / kShortStride;
-constexpr uint32_t kProbesPerBlock = kStridesPerBlock * kProbesPerStride;
+constexpr uint32_t kProbeBlock = 64;  // bytes
+
+/// The probes of a block that a filter accepted, by table: bit i is the byte i of the block.
+struct BlockMarks {
+    uint64_t longAnchors = 0;
+    uint64_t wide = 0;
+    uint64_t narrow = 0;
+    uint64_t pairs = 0;
+
+    uint64_t ofRuns() const { return wide | narrow | pairs; }
+};
+
+/// The filters of a search.
+struct ProbeFilters {
+    GramFilter::View longAnchors;
+    GramFilter::View wide;
+    GramFilter::View narrow;
+    const uint64_t* pairs;  // a bit for each pair; null: none
+    bool hasNarrow;
+};
 
 /// Probes whole blocks.
 /// @param text    the first block; GramFilter::kReadLength bytes after the last one have to be
 ///                readable
 /// @param blocks  how many there are
-/// @param bits    room for the bits of each block
+/// @param marks   room for the marks of each block
 /// @param feed    as many blocks of it are digested on the way
-void probeAnchors(const SignatureIndex& index, const uint8_t* text, uint32_t blocks,
-                  ProbeBits* bits, DigestFeed& feed);
+void probeAnchors(const ProbeFilters& filters, QLT_SPACE::VectorUnit unit, const uint8_t* text,
+                  uint32_t blocks, BlockMarks* marks, DigestFeed& feed);
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,114 +1,200 @@
 #include "scan/index/AnchorWalk.h"
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include <algorithm>
-#include <array>
 #include <bit>
 
 #include "support/ByteOrder.h"
 
 namespace STREAMENGINE_SPACE {
+namespace {
 
-// A table lookup loads a gram and then the entry's tail, each of at most kReadLength bytes.
-static_assert(SearchText::kSlack >= size_t{2} * GramFilter::kReadLength);
+// The last block of a text is probed as a whole, and a probe loads kReadLength bytes.
+static_assert(SearchText::kSlack >= size_t{kProbeBlock} + GramFilter::kReadLength);
+static_assert(SearchText::kSlack >= kWindow);
 
-// The stretch is probed in three ways, from fast to careful. Whole blocks of 64 bytes go through
-// the branchless loop. What is left of the stretch is probed stride by stride. In the last bytes of
-// the text a gram may not fit any more, although its bytes can be loaded (SearchText::kSlack):
-// there each table is asked only where one of its grams has room.
-void AnchorWalk::advance(uint32_t at, uint32_t stop) {
-    // Before `safe` all probes of a stride read inside the text.
-    constexpr uint32_t kMargin = GramFilter::kReadLength + kLongStride;
-    const uint32_t safe = text.length > kMargin ? std::min(stop, text.length - kMargin) : 0;
-    const uint32_t blocks = safe > at ? (safe - at) / kProbeBlock : 0;
-    std::array<ProbeBits, kLongestStretch / kProbeBlock> bits;  // NOLINT: filled right below
-    probeAnchors(index, text.bytes + at, blocks, bits.data(), feed);
-    for (uint32_t block = 0; block < blocks; ++block, at += kProbeBlock) {
-        followBits(bits[block], at);
-    }
-    for (; at < safe; at += kLongStride) probeStride(at);
-    // By distances: the end may be just below 4 GiB.
-    for (; stop - at > kLongStride; at += kLongStride) probeNearEnd(at);
-    if (at < stop) probeNearEnd(at);
+/// @return the lowest `count` bits
+constexpr uint64_t lowest(uint32_t count) {
+    return count >= 64 ? ~uint64_t{0} : (uint64_t{1} << count) - 1;
 }
 
-// The bits of a block in the order of the text, three per stride: bit 0 is the probe for long
-// anchors, bits 1 and 2 those for short ones. Example: the seventh bit from the left belongs to the
-// third stride and is its probe for long anchors, 8 bytes after `at`. If the index has pairs, a set
-// bit only says that something may be in the stride, and all of the stride is probed again.
-void AnchorWalk::followBits(ProbeBits bits, uint32_t at) {
-    const bool hasPairs = !anchors.pairAnchors.isEmpty();
-    for (bits <<= 64 - kProbesPerBlock; bits != 0;) {
-        const auto probe = static_cast<uint32_t>(std::countl_zero(bits));
-        bits &= ~(ProbeBits{1} << 63 >> probe);
-        const uint32_t stride = probe / kProbesPerStride;
-        const uint32_t place = probe % kProbesPerStride;
-        const uint32_t strideAt = at + stride * kLongStride;
-        if (hasPairs) {
-            probeStride(strideAt);
-            bits &= ~ProbeBits{0} >> (stride + 1) * kProbesPerStride;
-        } else if (place == 0) {
-            findLong(strideAt, anchors.longAnchors.hash(text.bytes + strideAt));
-        } else {
-            findShort(strideAt + (place - 1) * kShortStride);
+/// @param text  64 bytes and three more, all readable
+/// @return a bit for each place at which these four bytes are, the first one lowest
+uint64_t placesOf(uint32_t gram, const uint8_t* text) {
+    uint64_t places = 0;
+#ifdef __SSE2__
+    const auto byteOf = [gram](uint32_t i) {
+        return _mm_set1_epi8(static_cast<char>(gram >> (8 * i) & 0xFF));
+    };
+    const __m128i first = byteOf(0), second = byteOf(1), third = byteOf(2), fourth = byteOf(3);
+    const auto equalAt = [text](uint32_t at, const __m128i& byte) {
+        return _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at)), byte);
+    };
+    for (uint32_t at = 0; at < kProbeBlock; at += 16) {
+        const __m128i equal =
+            _mm_and_si128(_mm_and_si128(equalAt(at, first), equalAt(at + 1, second)),
+                          _mm_and_si128(equalAt(at + 2, third), equalAt(at + 3, fourth)));
+        places |= uint64_t{static_cast<uint32_t>(_mm_movemask_epi8(equal))} << at;
+    }
+#else
+    for (uint32_t at = 0; at < kProbeBlock; ++at) {
+        places |= uint64_t{loadLittleEndian<uint32_t>(text + at) == gram} << at;
+    }
+#endif
+    return places;
+}
+
+}  // namespace
+
+AnchorWalk::AnchorWalk(const SignatureIndex& searched, const SearchText& searchText,
+                       LiveParts* parts, CandidateFilter& candidates, DigestFeed& digestFeed)
+    : index(searched),
+      anchors(searched.anchors),
+      text(searchText),
+      live(parts),
+      filter(candidates),
+      feed(digestFeed) {
+    const auto baseOf = [](const RunTable& table) {
+        return table.viewOf(table.isEmpty() ? nullptr : table.baseFilter().data());
+    };
+    filters = {anchors.longAnchors.view(),
+               live != nullptr ? live->wideView() : baseOf(anchors.wideAnchors),
+               live != nullptr ? live->narrowView() : baseOf(anchors.narrowAnchors),
+               anchors.shapes.isEmpty() ? nullptr : anchors.shapes.pairBits().data(),
+               !anchors.narrowAnchors.isEmpty()};
+}
+
+// Bytes after the text are probed as well; the marks that they make are cut off.
+void AnchorWalk::advance(uint32_t at, uint32_t stop) {
+    stretchAt = at;
+    stretchBlocks = (stop - at + kProbeBlock - 1) / kProbeBlock;
+    probeAnchors(filters, index.vectorUnit, text.bytes + at, stretchBlocks, bits.data(), feed);
+    for (uint32_t block = 0; block < stretchBlocks; ++block) {
+        const uint32_t blockAt = at + block * kProbeBlock;
+        if (text.length - blockAt < kProbeBlock + GramFilter::kReadLength) {
+            cutAtEnd(bits[block], blockAt);
+        }
+        followLong(bits[block].longAnchors, blockAt);
+    }
+    for (uint32_t block = 0; block < stretchBlocks; ++block) {
+        followRuns(block, at + block * kProbeBlock);
+    }
+}
+
+/// Drops the marks of grams that reach beyond the end of the text.
+void AnchorWalk::cutAtEnd(BlockMarks& marks, uint32_t at) const {
+    const uint32_t rest = text.length - at;
+    const auto fitting = [rest](uint32_t width) {
+        return rest >= width ? lowest(rest - width + 1) : 0;
+    };
+    marks.longAnchors &= fitting(kLongGram);
+    marks.wide &= fitting(kWideGram);
+    marks.narrow &= fitting(kNarrowGram);
+    marks.pairs &= fitting(kPairGram);
+}
+
+void AnchorWalk::followLong(uint64_t marks, uint32_t at) {
+    for (; marks != 0; marks &= marks - 1) {
+        const uint32_t gramAt = at + static_cast<uint32_t>(std::countr_zero(marks));
+        const uint64_t hash = anchors.longAnchors.hash(text.bytes + gramAt);
+        for (const LongAnchorEntry entry : anchors.longAnchors.bucket(hash)) {
+            const IndexUnit& unit = index.units[entry.unit()];
+            filter.considerLong(entry.unit(), unit.anchor + entry.place(), gramAt);
         }
     }
 }
 
-void AnchorWalk::probeStride(uint32_t at) {
-    probeLong(at);
-    const bool hasPairs = !anchors.pairAnchors.isEmpty();
-    for (uint32_t i = at; i < at + kLongStride; ++i) {
-        if ((i - at) % kShortStride == 0) probeShort(i);
-        if (hasPairs) find(anchors.pairAnchors, i);
+// The marks change while they are followed: a unit that is woken adds some ahead.
+void AnchorWalk::followRuns(uint32_t block, uint32_t at) {
+    BlockMarks& marks = bits[block];
+    while (marks.ofRuns() != 0) {
+        const auto place = static_cast<uint32_t>(std::countr_zero(marks.ofRuns()));
+        const uint64_t bit = uint64_t{1} << place;
+        const BlockMarks here = marks;
+        marks.wide &= ~bit;
+        marks.narrow &= ~bit;
+        marks.pairs &= ~bit;
+        if ((here.wide & bit) != 0) findRuns(anchors.wideAnchors, RunAnchor::Wide, at + place);
+        if ((here.narrow & bit) != 0) {
+            findRuns(anchors.narrowAnchors, RunAnchor::Narrow, at + place);
+        }
+        if ((here.pairs & bit) != 0) findShapes(at + place);
+        if (live == nullptr) continue;
+        for (const uint32_t unit : live->takeWoken()) markAhead(unit, at + place + 1);
     }
 }
 
-/// The same, where the text may end after a gram or inside it.
-void AnchorWalk::probeNearEnd(uint32_t at) {
-    if (hasRoom(anchors.longAnchors, at)) probeLong(at);
-    const uint32_t count = std::min(kLongStride, text.length - at);
-    for (uint32_t i = 0; i < count; ++i) {
-        if (i % kShortStride == 0) probeShort(at + i);
-        find(anchors.pairAnchors, at + i);
-    }
-}
-
-void AnchorWalk::probeLong(uint32_t at) {
-    const uint64_t hash = anchors.longAnchors.hash(text.bytes + at);
-    if (anchors.longAnchors.mayHold(hash)) findLong(at, hash);
-}
-
-void AnchorWalk::findLong(uint32_t at, uint64_t hash) {
-    for (const LongAnchorEntry entry : anchors.longAnchors.bucket(hash)) {
-        const IndexUnit& unit = index.units[entry.unit()];
-        if (filter.isRuledOut(unit.kind, entry.unit())) continue;
-        filter.consider(entry.unit(), unit.anchor + entry.place(), at);
-    }
-}
-
-void AnchorWalk::probeShort(uint32_t at) {
-    const GramFilter& grams = anchors.shortAnchorFilter;
-    if (hasRoom(grams, at) && grams.mayHold(grams.hash(text.bytes + at))) findShort(at);
-}
-
-/// The filter holds an anchor's first two grams, so the anchor begins at the probe or a byte
-/// before.
-void AnchorWalk::findShort(uint32_t at) {
-    for (const auto* table : {&anchors.shortAnchors, &anchors.crowdedAnchors}) {
-        if (at != 0) find(*table, at - 1);
-        find(*table, at);
-    }
-}
-
-void AnchorWalk::find(const GramTable<AnchorEntry>& table, uint32_t at) {
+void AnchorWalk::findRuns(const RunTable& table, RunAnchor kind, uint32_t at) {
     const uint64_t hash = table.hash(text.bytes + at);
-    if (!hasRoom(table, at) || !table.mayHold(hash)) return;
-    const uint32_t afterGram = at + table.gramWidth();
-    const auto tail = loadLittleEndian<uint32_t>(text.bytes + afterGram);
-    for (const AnchorEntry& entry : table.bucket(hash)) {
-        if (!entry.tailFits(tail, text.length - afterGram)) continue;
-        if (filter.isRuledOut(entry.kind(), entry.unit)) continue;
-        filter.consider(entry.unit, index.units[entry.unit].anchor, at);
+    const uint16_t print = table.printOf(hash);
+    bool isNeeded = false;
+    for (const auto* line = &table.lineOf(hash); line != nullptr; line = table.nextOf(*line)) {
+        for (uint32_t equal = line->withPrint(print); equal != 0; equal &= equal - 1) {
+            const RunAnchorEntry entry(line->values[static_cast<size_t>(std::countr_zero(equal))]);
+            if (!filter.isAlive(entry.unit())) continue;
+            isNeeded = true;
+            if (entry.place() <= at) filter.considerRun(entry.unit(), at - entry.place());
+        }
+    }
+    if (!isNeeded && live != nullptr) ignoreIfIdle(table, kind, hash);
+}
+
+/// Clears the filter's bit if nothing that is alive needs it.
+void AnchorWalk::ignoreIfIdle(const RunTable& table, RunAnchor kind, uint64_t hash) {
+    const uint16_t print = table.printOf(hash);
+    for (const auto* line = &table.lineOf(hash); line != nullptr; line = table.nextOf(*line)) {
+        for (uint32_t i = 0; i < line->count(); ++i) {
+            if (!table.sharesBit(line->prints[i], print)) continue;
+            if (filter.isAlive(RunAnchorEntry(line->values[i]).unit())) return;
+        }
+    }
+    live->ignore(kind, hash);
+}
+
+void AnchorWalk::findShapes(uint32_t at) {
+    for (const auto& group : anchors.shapes.groupsOf(ShapeTable::pairAt(text.bytes + at))) {
+        if (group.pairAt > at) continue;
+        const uint32_t windowAt = at - group.pairAt + group.windowAt;
+        if (windowAt >= text.length || text.length - windowAt < kWindow) {
+            filter.leave(at - group.pairAt);
+            if (windowAt >= text.length) continue;
+        }
+        anchors.shapes.forEachAt(group, text.bytes + windowAt, [&](uint32_t runUnit) {
+            if (filter.isAlive(runUnit)) filter.considerRun(runUnit, at);
+        });
+    }
+}
+
+/// Marks the places of a unit's grams from an index on, as far as the text was probed.
+void AnchorWalk::markAhead(uint32_t runUnit, uint32_t from) {
+    constexpr uint64_t kEverySecond = 0x5555555555555555;
+    const RunUnit& unit = anchors.runUnits[runUnit];
+    if (unit.table == RunAnchor::Wide) {
+        for (uint32_t i = 0; i < kWideStride; ++i) {
+            markGram(unit.gram() + i, from, &BlockMarks::wide, kEverySecond);
+        }
+    } else if (unit.table == RunAnchor::Narrow) {
+        markGram(unit.gram(), from, &BlockMarks::narrow, ~uint64_t{0});
+    }
+}
+
+/// Four bytes of a gram are compared: what is found may be more, as with any filter.
+void AnchorWalk::markGram(const uint8_t* gram, uint32_t from, uint64_t BlockMarks::*marks,
+                          uint64_t places) {
+    const auto bytes = loadLittleEndian<uint32_t>(gram);
+    uint32_t block = (from - stretchAt) / kProbeBlock;
+    uint64_t ahead = ~lowest((from - stretchAt) % kProbeBlock);
+    for (; block < stretchBlocks; ++block, ahead = ~uint64_t{0}) {
+        const uint32_t at = stretchAt + block * kProbeBlock;
+        uint64_t found = placesOf(bytes, text.bytes + at) & places & ahead;
+        if (found == 0) continue;
+        const uint32_t rest = text.length - at;
+        const uint32_t width = marks == &BlockMarks::wide ? kWideGram : kNarrowGram;
+        if (rest < kProbeBlock + width) found &= rest >= width ? lowest(rest - width + 1) : 0;
+        bits[block].*marks |= found;
     }
 }
 

@@ -1,10 +1,12 @@
 // AnchorWalk: goes over a text and hands every anchor that may be there to the candidate filter.
 //
 // The text is probed in blocks (AnchorProbe), which gives a bit for each probe that a filter
-// accepted; the walk follows the set bits into the tables. Where a probe would read past the end of
-// the text it probes by itself, one position after the other.
+// accepted; the walk follows the set bits into the tables. Those of run anchors are followed in the
+// order of the text, because what is found may wake a unit: then the positions ahead that were
+// probed already are searched for the grams of this unit.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "scan/digest/DigestFeed.h"
@@ -15,44 +17,39 @@ namespace STREAMENGINE_SPACE {
 
 class AnchorWalk {
   public:
-    static constexpr uint32_t kLongestStretch = 1024;  // bytes of one advance()
+    static constexpr uint32_t kLongestStretch = 512;  // bytes of one advance()
 
     /// Borrows all for the search.
+    /// @param parts       null if the index has no parts
     /// @param digestFeed  part of it may be digested on the way
-    AnchorWalk(const SignatureIndex& searched, const SearchText& searchText,
-               CandidateFilter& candidates, DigestFeed& digestFeed)
-        : index(searched),
-          anchors(searched.anchors),
-          text(searchText),
-          filter(candidates),
-          feed(digestFeed) {}
+    AnchorWalk(const SignatureIndex& searched, const SearchText& searchText, LiveParts* parts,
+               CandidateFilter& candidates, DigestFeed& digestFeed);
 
     /// Searches from one index to another, at most kLongestStretch bytes.
     /// @param at    where the last call stopped, or where the search begins
-    /// @param stop  a whole number of strides after at, or the end of the text
+    /// @param stop  a whole number of blocks after at, or the end of the text
     void advance(uint32_t at, uint32_t stop);
 
   private:
-    void followBits(ProbeBits bits, uint32_t at);
-    void probeStride(uint32_t at);
-    void probeNearEnd(uint32_t at);
-    // Inlined: together a fifth fewer instructions on markup.
-    [[gnu::always_inline]] inline void probeLong(uint32_t at);
-    [[gnu::always_inline]] inline void probeShort(uint32_t at);
-    [[gnu::always_inline]] inline void findLong(uint32_t at, uint64_t hash);
-    [[gnu::always_inline]] inline void findShort(uint32_t at);
-    [[gnu::always_inline]] inline void find(const GramTable<AnchorEntry>& table, uint32_t at);
-
-    /// @return whether a gram of the table fits between an index and the end of the text
-    bool hasRoom(const GramFilter& table, uint32_t at) const {
-        return at < text.length && table.gramWidth() <= text.length - at;
-    }
+    void cutAtEnd(BlockMarks& marks, uint32_t at) const;
+    void followLong(uint64_t marks, uint32_t at);
+    void followRuns(uint32_t block, uint32_t at);
+    [[gnu::always_inline]] inline void findRuns(const RunTable& table, RunAnchor kind, uint32_t at);
+    void ignoreIfIdle(const RunTable& table, RunAnchor kind, uint64_t hash);
+    void findShapes(uint32_t at);
+    void markAhead(uint32_t runUnit, uint32_t from);
+    void markGram(const uint8_t* gram, uint32_t from, uint64_t BlockMarks::*marks, uint64_t places);
 
     const SignatureIndex& index;
     const AnchorTables& anchors;
     const SearchText& text;
+    LiveParts* const live;
     CandidateFilter& filter;
     DigestFeed& feed;
+    ProbeFilters filters;
+    std::array<BlockMarks, kLongestStretch / kProbeBlock> bits;  // NOLINT: filled by advance()
+    uint32_t stretchAt = 0;  // index of the first block of the stretch
+    uint32_t stretchBlocks = 0;
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,55 +1,71 @@
 #include "scan/index/CandidateFilter.h"
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include "scan/index/UnitComparison.h"
 
 namespace STREAMENGINE_SPACE {
 
+/// @param at  kWindow readable bytes
+bool CandidateFilter::windowFits(const RunUnit& unit, const uint8_t* at) {
+#ifdef __SSE2__
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+    const __m128i wanted = _mm_loadu_si128(reinterpret_cast<const __m128i*>(unit.bytes.data()));
+    const auto equal = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, wanted)));
+    return (equal | unit.open) == 0xFFFF;
+#else
+    for (uint32_t i = 0; i < kWindow; ++i) {
+        if (at[i] != unit.bytes[i] && (unit.open >> i & 1) == 0) return false;
+    }
+    return true;
+#endif
+}
+
 void CandidateFilter::compare(uint32_t number, uint32_t start) {
-    const IndexUnit& unit = context.index.units[number];
-    const SearchText& text = context.text;
+    const IndexUnit& unit = index.units[number];
     const uint32_t rest = text.length - start;
-    if (unit.kind == UnitKind::LaterOfMany && sleeps(number)) return;
-    if (unit.kind == UnitKind::PlainString && firstString < FoundUnit{start, number}) return;
+    if (unit.kind() == UnitKind::PlainString && !isBefore(start, number)) return;
     if (!matchesAt(unit, text.bytes + start, std::min(unit.length, rest))) return;
     if (unit.length > rest) {
         undecided = std::min(undecided, start);  // the next bytes decide
-    } else if (!mayHaveOffset(unit.kind) || unit.pattern->beginsAt(text.offsetOf(start))) {
+    } else {
         accept(number, start);
     }
 }
 
-/// @return whether no signature waits for the unit. While units wait to be judged, what they wake
-///         is not known yet.
-bool CandidateFilter::sleeps(uint32_t number) const {
-    return found.empty() && !context.offsetsWrap && !context.progress.anyAwake(number);
-}
-
 void CandidateFilter::accept(uint32_t number, uint32_t start) {
-    const IndexUnit& unit = context.index.units[number];
-    if (unit.kind == UnitKind::PlainString) {
-        firstString = {start, number};  // a string only changes the answer: the first one counts
-        return;
+    const IndexUnit& unit = index.units[number];
+    if (unit.kind() == UnitKind::Part) return acceptPart(number, start);
+    if (!unit.pattern->beginsAt(text.offsetOf(start))) return;
+    if (unit.kind() == UnitKind::PlainString) {
+        if (isBefore(start, number)) firstString = {start, number};
+    } else {
+        complete({start, index.rankOfSingle(number), &unit.trie()});
     }
-    found.add({start, number});
-    if (unit.kind == UnitKind::Single) firstCertain = std::min(firstCertain, start);
-    // The first part will be accepted, unless a match before it ends the search: then all is
-    // reopened. Probes find the starts of one unit from left to right, so this is its first.
-    if (context.isShared(unit)) context.states.finish(number);
-    if (isPart(unit.kind)) wakeNext(number);
 }
 
-/// Prepares for the parts that may follow one that may be accepted.
-void CandidateFilter::wakeNext(uint32_t number) {
-    const auto members = context.index.members.membersOf(number);
-    if (members.size() > kFewMembers) return;
-    for (const UnitMember& member : members) {
-        if (member.next != kNoUnit) context.states.wake(member.next);
-    }
+/// @return whether a plain string at a start would come before the one that was found
+bool CandidateFilter::isBefore(uint32_t start, uint32_t number) const {
+    return start != firstString.start ? start < firstString.start : number < firstString.unit;
+}
+
+void CandidateFilter::acceptPart(uint32_t number, uint32_t start) {
+    const uint32_t node = live->occur(number, text.offsetOf(start));
+    if (node == kNoNode) return;
+    complete({start, index.tree.node(node).completedRank, &index.tree.completedBy(node)});
+}
+
+void CandidateFilter::complete(const Completion& found) {
+    const bool isFirst = found.start != completed.start ? found.start < completed.start
+                                                        : found.rank < completed.rank;
+    if (isFirst) completed = found;
 }
 
 BodyMatch CandidateFilter::stringMatch() const {
     if (firstString.unit == kNoUnit) return {};
-    const IndexUnit& unit = context.index.units[firstString.unit];
+    const IndexUnit& unit = index.units[firstString.unit];
     return {unit.pattern, false, firstString.start + unit.length};
 }
 

@@ -1,49 +1,54 @@
-// CandidateFilter: decides whether an anchor found in the text stands for a unit that has to be
-// judged.
+// CandidateFilter: decides whether an anchor found in the text stands for a unit that matches, and
+// what the match means.
 //
-// The checks run from cheap to expensive: what the stream already knows of the unit, one byte of
-// the text, the progress of its signatures, and at last the comparison with the record. Most
-// candidates fail in consider(), which is inlined into the walk, before a record is read.
+// The checks run from cheap to expensive: whether the start can still matter, one byte or one
+// window of the text, and at last the comparison with the record. Parts are handed to LiveParts at
+// once. Of the signatures that are complete the first one by its start, then by its rank, is kept.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
-#include "scan/index/FoundUnits.h"
-#include "scan/index/SearchContext.h"
+#include "scan/index/LiveParts.h"
 #include "scan/report/BodyMatch.h"
+#include "scan/text/SearchText.h"
+#include "store/index/SignatureIndex.h"
 
 namespace STREAMENGINE_SPACE {
 
+/// A signature of the automaton that is complete; nothing after it counts.
+struct Completion {
+    static constexpr uint32_t kNowhere = std::numeric_limits<uint32_t>::max();
+
+    uint32_t start = kNowhere;  // index in the text at which its last part begins
+    uint32_t rank = kNoRank;
+    const TriePattern* pattern = nullptr;  // its last part
+};
+
 class CandidateFilter {
   public:
-    /// Borrows what the context borrows, and the units.
-    CandidateFilter(const SearchContext& searchContext, FoundUnits& units)
-        : context(searchContext), found(units), undecided(searchContext.text.decidedTo) {
-        const SearchText& text = context.text;
+    /// Borrows all for the search.
+    /// @param parts  the stream's; null if the index has no parts
+    CandidateFilter(const SignatureIndex& searched, const SearchText& searchText, LiveParts* parts)
+        : index(searched), text(searchText), live(parts), undecided(searchText.decidedTo) {
         // A unit that begins in the last `hidden` bytes may have its anchor after the text.
-        const uint32_t hidden = context.index.anchors.reach + GramFilter::kReadLength;
+        const uint32_t hidden = index.anchors.reach + GramFilter::kReadLength;
         if (text.length > hidden) undecided = std::max(undecided, text.length - hidden);
     }
 
-    /// @return whether what was found so far rules out that the unit matters here. The part before
-    ///         it ends before it starts, so that part was considered earlier.
-    bool isRuledOut(UnitKind kind, uint32_t unit) const {
-        if (!hasState(kind) || context.offsetsWrap) return false;
-        const UnitState state = context.states.of(unit);
-        return state == UnitState::Done || (kind == UnitKind::Later && state == UnitState::Idle);
-    }
+    /// @return whether an occurrence of the unit can change anything
+    bool isAlive(uint32_t runUnit) const { return live == nullptr || live->isAlive(runUnit); }
 
-    /// Adds the unit to what was found if it matches.
+    /// Takes the unit if it matches.
     /// @param gramInUnit  symbol of the unit at which the gram that was found begins
     /// @param gramInText  index in the text at which it begins
-    [[gnu::always_inline]] void consider(uint32_t number, uint32_t gramInUnit,
-                                         uint32_t gramInText) {
-        const IndexUnit& unit = context.index.units[number];
-        const SearchText& text = context.text;
+    [[gnu::always_inline]] void considerLong(uint32_t number, uint32_t gramInUnit,
+                                             uint32_t gramInText) {
+        const IndexUnit& unit = index.units[number];
         const uint32_t start = gramInText - gramInUnit;
-        if (gramInUnit > gramInText || start < text.decidedTo || start > firstCertain) return;
+        if (gramInUnit > gramInText || !canMatter(start)) return;
         const uint32_t rest = text.length - start;
         if (unit.checkOffset < rest && text.bytes[start + unit.checkOffset] != unit.checkByte) {
             return;
@@ -51,8 +56,31 @@ class CandidateFilter {
         compare(number, start);
     }
 
+    /// The same for a run unit, whose anchor's first gram is at an index of the text.
+    [[gnu::always_inline]] void considerRun(uint32_t runUnit, uint32_t anchorInText) {
+        const RunUnit& unit = index.anchors.runUnits[runUnit];
+        const uint32_t start = anchorInText - unit.anchor;
+        if (unit.anchor > anchorInText || !canMatter(start)) return;
+        if (unit.length > text.length - start) {
+            compare(unit.unit, start);
+        } else if (windowFits(unit, text.bytes + start + unit.windowAt)) {
+            if (!unit.isWhole) {
+                compare(unit.unit, start);
+            } else {
+                accept(unit.unit, start);
+            }
+        }
+    }
+
+    /// Leaves a start undecided, because what is there ends after the text.
+    void leave(uint32_t start) {
+        if (canMatter(start)) undecided = std::min(undecided, start);
+    }
+
     /// @return index before which every match that begins was found
     uint32_t undecidedFrom() const { return undecided; }
+
+    const Completion& completion() const { return completed; }
 
     /// @return where the first plain string begins; above every index if none was found
     uint32_t stringStart() const { return firstString.start; }
@@ -60,17 +88,27 @@ class CandidateFilter {
     BodyMatch stringMatch() const;
 
   private:
-    void compare(uint32_t number, uint32_t start);
-    bool sleeps(uint32_t number) const;
-    void accept(uint32_t number, uint32_t start);
-    void wakeNext(uint32_t number);
+    struct FoundString {
+        uint32_t start;
+        uint32_t unit;
+    };
 
-    const SearchContext context;
-    FoundUnits& found;
+    bool canMatter(uint32_t start) const {
+        return start >= text.decidedTo && start <= completed.start;
+    }
+    static bool windowFits(const RunUnit& unit, const uint8_t* at);
+    bool isBefore(uint32_t start, uint32_t number) const;
+    void compare(uint32_t number, uint32_t start);
+    void accept(uint32_t number, uint32_t start);
+    void acceptPart(uint32_t number, uint32_t start);
+    void complete(const Completion& found);
+
+    const SignatureIndex& index;
+    const SearchText& text;
+    LiveParts* const live;
     uint32_t undecided;
-    // Where a signature of one part matches: nothing after it will be judged.
-    uint32_t firstCertain = std::numeric_limits<uint32_t>::max();
-    FoundUnit firstString{std::numeric_limits<uint32_t>::max(), kNoUnit};
+    Completion completed;
+    FoundString firstString{std::numeric_limits<uint32_t>::max(), kNoUnit};
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,44 +1,85 @@
 #include "scan/index/IndexScanner.h"
 
 #include <algorithm>
+#include <atomic>
+#include <optional>
+#include <tuple>
+#include <vector>
 
 #include "scan/index/AnchorWalk.h"
-#include "scan/index/CandidateFilter.h"
-#include "scan/index/PartJudge.h"
+#include "scan/plain/TrieScanner.h"
 #include "support/EngineOption.h"
 
 namespace STREAMENGINE_SPACE {
+namespace {
+
+/// @return whether some of the signatures that share a part come before a rank and some after it
+bool isSplitBy(const PartTree& tree, uint32_t node, uint32_t rank) {
+    const uint32_t depth = tree.depthOf(node);
+    bool isBefore = false, isAfter = false;
+    for (uint32_t i = tree.node(node).firstSignature; i < tree.node(node).endSignature; ++i) {
+        (tree.partOf(i, depth).rank <= rank ? isBefore : isAfter) = true;
+    }
+    return isBefore && isAfter;
+}
+
+}  // namespace
 
 void IndexScanner::reset() {
-    progress.clear();
-    states.clear();
+    if (!log.empty()) ++epoch;
+    log.clear();
+    continuedWithoutReset = false;
+}
+
+StreamKey IndexScanner::key() {
+    static std::atomic<uint64_t> scanners{0};
+    if (ownNumber == 0) ownNumber = ++scanners;
+    return {ownNumber, epoch};
+}
+
+bool IndexScanner::mustWalk(const SearchText& text) const {
+    if (index.tree.unitCount() == 0) return false;
+    if (text.offsetsWrap()) return true;
+    return continuedWithoutReset &&
+           std::any_of(log.begin() + newestEntry, log.end(), [this](const auto& part) {
+               return part.start == lastMatch.start &&
+                      isSplitBy(index.tree, part.node, lastMatch.rank);
+           });
+}
+
+/// Drops what was accepted after the last match: the search had gone ahead.
+void IndexScanner::goOnAfterMatch() {
+    ++epoch;
+    const auto isAfter = [this](const AcceptedPart& part) {
+        if (part.start != lastMatch.start) return part.start > lastMatch.start;
+        const PartNode& node = index.tree.node(part.node);
+        const uint32_t depth = index.tree.depthOf(part.node);
+        return index.tree.partOf(node.firstSignature, depth).rank > lastMatch.rank;
+    };
+    log.erase(std::remove_if(log.begin() + newestEntry, log.end(), isAfter), log.end());
     continuedWithoutReset = false;
 }
 
 BodyMatch IndexScanner::virusFound(const SearchText& text, DigestFeed& feed) {
     decidedEnd = text.length;
     if (index.units.empty()) return {};
-    if (continuedWithoutReset || text.offsetsWrap()) states.reopen();
-    continuedWithoutReset = true;  // also if the search throws
-    const BodyMatch match = search(text, feed);
+    if (index.tree.unitCount() == 0) return search(text, nullptr, feed);
+    if (continuedWithoutReset) goOnAfterMatch();
+    LiveParts& live = LiveParts::ofThread();
+    live.adopt(index, key(), log);
+    const BodyMatch match = search(text, &live, feed);
+    live.release(key());
     continuedWithoutReset = match.pattern != nullptr;
     return match;
 }
 
-// The walk goes ahead in stretches; after each, the units that begin before everything that can
-// still be found are judged. The first stretches are short: a host that resumes after each match
-// starts a search for each of them.
-//
-// Offsets have 32 bits. In a text in which they wrap, a part may end before it begins and let in
-// what was refused before: there every signature is tried on its own, and nothing stays decided.
-BodyMatch IndexScanner::search(const SearchText& text, DigestFeed& feed) {
-    const bool wraps = text.offsetsWrap();
-    const SearchContext context = {index,  text,  progress,
-                                   states, wraps, !wraps && !ops.wantsDetail()};
-    FoundUnits found;
-    CandidateFilter filter(context, found);
-    AnchorWalk walk(index, text, filter, feed);
-    PartJudge judge(context, details);
+// The first stretches are short: a host that resumes after each match starts a search for each of
+// them. A unit is found by its anchor, which may be up to `reach` bytes after its start. So a
+// completed signature is the first one as soon as the walk is that far past its start.
+BodyMatch IndexScanner::search(const SearchText& text, LiveParts* live, DigestFeed& feed) {
+    newestEntry = static_cast<std::ptrdiff_t>(log.size());
+    CandidateFilter filter(index, text, live);
+    AnchorWalk walk(index, text, live, filter, feed);
     const uint32_t reach = index.anchors.reach;
     uint32_t stretch = kProbeBlock;
     for (uint32_t at = text.decidedTo; at < text.length;) {
@@ -47,13 +88,92 @@ BodyMatch IndexScanner::search(const SearchText& text, DigestFeed& feed) {
         at = stop;
         stretch = std::min(2 * stretch, AnchorWalk::kLongestStretch);
         const uint32_t bound = at < text.length ? at - std::min(at, reach) : text.length;
-        if (found.judgeBefore(bound, [&](auto units) { return judge.judge(units); })) {
-            return judge.match();
-        }
+        if (filter.completion().start < bound) break;
         if (filter.stringStart() < bound && !index.hasTrieUnits()) break;
     }
-    decidedEnd = wraps ? 0 : filter.undecidedFrom();
-    return filter.stringMatch();
+    const Completion& found = filter.completion();
+    addDetails(text, found);
+    decidedEnd = filter.undecidedFrom();
+    if (found.pattern == nullptr) {
+        lastMatch = {text.offsetOf(text.length), kNoRank};
+        return filter.stringMatch();
+    }
+    lastMatch = {text.offsetOf(found.start), found.rank};
+    return {found.pattern, true, found.start + found.pattern->length};
+}
+
+/// Records the parts that the search accepted, up to the match, as the loaded form does: each part
+/// of each signature, by its place and in the order in which they are tried.
+void IndexScanner::addDetails(const SearchText& text, const Completion& completion) {
+    if (!ops.wantsDetail()) return;
+    std::vector<std::tuple<uint32_t, uint32_t, const TriePattern*>> accepted;
+    for (auto entry = log.begin() + newestEntry; entry != log.end(); ++entry) {
+        const auto [number, start] = *entry;
+        const PartNode& node = index.tree.node(number);
+        const uint32_t depth = index.tree.depthOf(number);
+        for (uint32_t k = node.firstSignature; k < node.endSignature; ++k) {
+            const RankedPart& part = index.tree.partOf(k, depth);
+            accepted.emplace_back(start, part.rank, part.pattern);
+        }
+    }
+    if (completion.pattern != nullptr) {
+        const uint32_t start = text.offsetOf(completion.start);
+        if (completion.pattern->sigid == 0) {
+            accepted.emplace_back(start, completion.rank, completion.pattern);
+        }
+        std::erase_if(accepted, [&](const auto& part) {
+            return std::tuple(std::get<0>(part), std::get<1>(part)) >
+                   std::tuple(start, completion.rank);
+        });
+    }
+    std::sort(accepted.begin(), accepted.end());
+    for (const auto& [start, rank, pattern] : accepted) details.addPart(*pattern, start);
+}
+
+void IndexScanner::exportProgress(TrieScanner& scanner) const {
+    const PartTree& tree = index.tree;
+    for (auto entry = log.begin(); entry != log.end(); ++entry) {
+        const auto [number, start] = *entry;
+        const bool mayBeAfter = continuedWithoutReset && entry - log.begin() >= newestEntry;
+        const PartNode& node = tree.node(number);
+        const uint32_t depth = tree.depthOf(number);
+        for (uint32_t i = node.firstSignature; i < node.endSignature; ++i) {
+            const auto& [pattern, rank] = tree.partOf(i, depth);
+            const bool isAfter =
+                mayBeAfter && std::pair(start, rank) > std::pair(lastMatch.start, lastMatch.rank);
+            if (!isAfter) scanner.setProgress(pattern->sigid, {depth, start + pattern->length});
+        }
+    }
+}
+
+// A node can stand for its signatures again if either none of them has its part, or all have it and
+// those that are no further agree in where it ended.
+bool IndexScanner::importProgress(const TrieScanner& scanner) {
+    const PartTree& tree = index.tree;
+    PartLog taken;
+    for (uint32_t number = 0; number < tree.nodeCount(); ++number) {
+        const PartNode& node = tree.node(number);
+        const uint32_t depth = tree.depthOf(number);
+        uint32_t having = 0;
+        std::optional<uint32_t> end;
+        for (uint32_t i = node.firstSignature; i < node.endSignature; ++i) {
+            const auto [partsMatched, partEnd] =
+                scanner.progressOf(tree.partOf(i, depth).pattern->sigid);
+            if (partsMatched >= depth) ++having;
+            if (partsMatched != depth) continue;
+            if (end.value_or(partEnd) != partEnd) return false;
+            end = partEnd;
+        }
+        if (having == 0) continue;
+        if (having != node.endSignature - node.firstSignature) return false;
+        // Where all signatures are further, nobody asks where the part was.
+        taken.push_back({number, end ? *end - index.units[node.unit].length : 0});
+    }
+    log = std::move(taken);
+    ++epoch;
+    continuedWithoutReset = false;
+    decidedEnd = 0;  // the loaded form decides nothing for good
+    return true;
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -5,19 +5,24 @@
 // flow:
 //
 //   AnchorWalk       goes over the text: which grams of anchors are in it?  (walk and probe)
-//   CandidateFilter  compares what is left with the records                 (filter)
-//   FoundUnits       sorts what was found by its place in the text          (order)
-//   PartJudge        accepts parts and completes signatures                 (judge)
+//   CandidateFilter  compares what is left with the units                   (filter)
+//   LiveParts        accepts parts, and knows which parts count             (accept)
 //
-// From one search to the next a stream keeps SignatureProgress and UnitStates, and the index up to
-// which the last text is decided: no position is judged twice.
+// From one search to the next a stream keeps its PartLog, and the index up to which the last text
+// is decided: no position is judged twice.
+//
+// Two things that are rare are left to the loaded form (mustWalk): a text in which stream offsets
+// pass 4 GiB, where "later" is not "greater"; and a stream that goes on after a match without a
+// reset if the match came between the parts that one entry of the log stands for.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "scan/digest/DigestFeed.h"
-#include "scan/index/SignatureProgress.h"
-#include "scan/index/UnitStates.h"
+#include "scan/index/CandidateFilter.h"
+#include "scan/index/LiveParts.h"
+#include "scan/index/PartLog.h"
 #include "scan/report/BodyMatch.h"
 #include "scan/report/ScanResult.h"
 #include "scan/text/SearchText.h"
@@ -25,14 +30,26 @@
 
 namespace STREAMENGINE_SPACE {
 
+class TrieScanner;
+
 class IndexScanner {
   public:
     /// Borrows both for its life.
     IndexScanner(const SignatureIndex& searched, ScanResult& partDetails)
-        : index(searched), details(partDetails), progress(searched) {}
+        : index(searched), details(partDetails) {}
 
     /// Forgets the progress of multi-part signatures.
     void reset();
+
+    /// @return whether the text has to be searched by the loaded form: exportProgress() first
+    bool mustWalk(const SearchText& text) const;
+    /// Hands the progress over to a scanner of the loaded form.
+    /// @throws std::bad_alloc
+    void exportProgress(TrieScanner& scanner) const;
+    /// Takes the progress back.
+    /// @return whether that is possible: if not, the other scanner has to go on until reset()
+    /// @throws std::bad_alloc
+    bool importProgress(const TrieScanner& scanner);
 
     /// Searches a text.
     /// @param feed  part of it may be digested on the way
@@ -44,12 +61,24 @@ class IndexScanner {
     uint32_t decidedTo() const { return decidedEnd; }
 
   private:
-    BodyMatch search(const SearchText& text, DigestFeed& feed);
+    /// A match of the automaton after which the stream was not reset.
+    struct LastMatch {
+        uint32_t start = 0;  // stream offset at which its last part begins
+        uint32_t rank = kNoRank;
+    };
+
+    BodyMatch search(const SearchText& text, LiveParts* live, DigestFeed& feed);
+    void goOnAfterMatch();
+    void addDetails(const SearchText& text, const Completion& completion);
+    StreamKey key();
 
     const SignatureIndex& index;
     ScanResult& details;
-    SignatureProgress progress;
-    UnitStates states;
+    PartLog log;
+    uint64_t ownNumber = 0;  // of this scanner among all of the process; 0: not given yet
+    uint64_t epoch = 0;      // counts what made the log shorter
+    LastMatch lastMatch;
+    std::ptrdiff_t newestEntry = 0;  // of the log: the first that the last search added
     // The last search found something and no reset followed: its bytes are forgotten and their
     // offsets come again, so that a gap that had grown too wide may fit once more.
     bool continuedWithoutReset = false;

@@ -24,7 +24,7 @@ bool symbolsMatch(const TriePattern& pattern, const uint8_t* text, uint32_t leng
 }  // namespace
 
 bool matchesAt(const IndexUnit& unit, const uint8_t* text, uint32_t length) {
-    if (unit.kind == UnitKind::PlainString) {
+    if (unit.kind() == UnitKind::PlainString) {
         // The last byte differs most often among patterns that share a head.
         const auto& sig = unit.bm().sig;
         return sig[length - 1] == text[length - 1] && std::memcmp(sig.data(), text, length) == 0;

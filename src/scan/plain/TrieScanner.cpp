@@ -146,8 +146,7 @@ bool TrieScanner::findMatchedVirus(const TriePattern& pattern, uint32_t pos) {
         result->addPart(pattern, pos);
         return true;
     }
-    const Progress* known = progress.find(pattern.sigid);
-    const Progress before = known != nullptr ? *known : Progress{};
+    const Progress before = progressOf(pattern.sigid);
     if (!pattern.mayFollow(before.partsMatched, before.partEnd, pos)) return false;
     result->addPart(pattern, pos);
     const Progress after = {before.partsMatched + 1, pos + pattern.length};

@@ -20,11 +20,22 @@ namespace STREAMENGINE_SPACE {
 
 class TrieScanner {
   public:
+    /// How far a multi-part signature has come.
+    struct Progress {
+        uint32_t partsMatched = 0;  // parts accepted so far
+        uint32_t partEnd = 0;       // stream offset just after the last of them
+    };
+
     /// Borrows both for its life; tree must be prepared.
     TrieScanner(const TrieTree& searched, ScanResult* details) : tree(searched), result(details) {}
 
     /// Forgets the progress of multi-part signatures.
     void reset();
+    Progress progressOf(uint32_t sigid) const {
+        const Progress* known = progress.find(sigid);
+        return known != nullptr ? *known : Progress{};
+    }
+    void setProgress(uint32_t sigid, const Progress& made) { progress.findOrInsert(sigid) = made; }
 
     /// @return the first signature that is complete, by its last part, or null
     /// @throws QLT_SPACE::Exception or std::bad_alloc if memory runs out
@@ -34,11 +45,6 @@ class TrieScanner {
     uint32_t getMatchPosition() const { return matchPosition; }
 
   private:
-    /// How far a multi-part signature has come.
-    struct Progress {
-        uint32_t partsMatched = 0;  // parts accepted so far
-        uint32_t partEnd = 0;       // stream offset just after the last of them
-    };
     /// The text from a candidate's start to its end.
     struct Rest {
         const uint8_t* bytes;

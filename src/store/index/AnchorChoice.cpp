@@ -4,7 +4,6 @@
 #include <array>
 #include <bit>
 #include <limits>
-#include <numeric>
 
 namespace STREAMENGINE_SPACE {
 namespace {
@@ -47,31 +46,51 @@ uint32_t GramCounts::rarestPair(const uint8_t* gram) const {
     return least;
 }
 
+namespace {
+
+// A unit's anchor lies among so many of its first symbols, if one there is not crowded: the
+// further it may be from the start, the more of a text stays undecided until the next bytes come.
+constexpr uint32_t kAnchorSpan = 256;
+
 // Slides a window of `grams` consecutive grams over each row and keeps the cheapest sum. The cost
 // of a gram has two parts in one number: how many other units share it, in the upper half, decides;
-// among those that nobody shares the rarest pair of bytes does. One pass over at most kAnchorSpan
-// symbols; the sum of a window is computed anew at each place, as it has four grams at most.
-std::optional<Anchor> chooseAnchor(const LiteralRows& literals, uint32_t grams,
-                                   const GramCounts& counts) {
+// among those that nobody shares the rarest pair of bytes does. One pass; the sum of a window is
+// computed anew at each place, as it has four grams at most.
+std::optional<Anchor> rarestWithin(const LiteralRows& literals, uint32_t grams,
+                                   const GramCounts& counts, uint32_t span) {
     // A gram that others share costs more than any gram that only consists of common pairs.
     constexpr uint64_t kCostOfOther = uint64_t{1} << 32;
-    std::array<uint64_t, kAnchorSpan> costs;  // NOLINT: by gram; filled below
+    constexpr uint32_t kMostGrams = 4;
+    std::array<uint64_t, kMostGrams> costs{};  // of the grams seen last, by their place modulo 4
     std::optional<Anchor> best;
     uint64_t bestCost = std::numeric_limits<uint64_t>::max();
     for (const auto& row : literals.all()) {
-        for (uint32_t i = row.begin; i + counts.width() <= row.end; ++i) {
+        const uint32_t end = std::min(row.end, span);
+        for (uint32_t i = row.begin; i + counts.width() <= end; ++i) {
             const uint8_t* const gram = literals.at(i);
-            costs[i] = counts.others(gram) * kCostOfOther + counts.rarestPair(gram);
+            costs[i % kMostGrams] = counts.others(gram) * kCostOfOther + counts.rarestPair(gram);
             if (i - row.begin + 1 < grams) continue;
-            const auto* const first = costs.data() + i + 1 - grams;
-            const uint64_t cost = std::accumulate(first, first + grams, uint64_t{0});
+            uint64_t cost = 0;
+            uint64_t worst = 0;
+            for (uint32_t k = 0; k < grams; ++k) {
+                cost += costs[(i - k) % kMostGrams];
+                worst = std::max(worst, costs[(i - k) % kMostGrams]);
+            }
             if (cost >= bestCost) continue;
             bestCost = cost;
-            const uint64_t worst = *std::max_element(first, first + grams);
             best = {i + 1 - grams, static_cast<uint32_t>(worst / kCostOfOther)};
         }
     }
     return best;
+}
+
+}  // namespace
+
+std::optional<Anchor> chooseAnchor(const LiteralRows& literals, uint32_t grams,
+                                   const GramCounts& counts) {
+    const auto near = rarestWithin(literals, grams, counts, kAnchorSpan);
+    if ((near && near->crowd <= kCrowd) || literals.all().back().end <= kAnchorSpan) return near;
+    return rarestWithin(literals, grams, counts, kFurthestAnchor);
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -48,9 +48,13 @@ struct Anchor {
     uint32_t crowd;   // the most others that share one of its grams
 };
 
+// An anchor that more units than these share is no good one: who finds it has to go over all.
+constexpr uint32_t kCrowd = 64;
+
 /// @param grams  how many consecutive grams an anchor has, each beginning a byte after the one
 ///               before
-/// @return the anchor whose grams are rarest in sum; none if no row is long enough
+/// @return the anchor whose grams are rarest in sum, near the beginning if that one is no worse
+///         than kCrowd; none if no row is long enough
 std::optional<Anchor> chooseAnchor(const LiteralRows& literals, uint32_t grams,
                                    const GramCounts& counts);
 

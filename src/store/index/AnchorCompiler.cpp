@@ -1,55 +1,69 @@
 #include "store/index/AnchorCompiler.h"
 
 #include <algorithm>
-#include <cstring>
+#include <map>
 
 #include "store/index/AnchorChoice.h"
-#include "store/load/BlockHash.h"
-#include "support/ByteOrder.h"
+#include "store/index/PartTree.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
 
-using EntryGrams = std::vector<GramTable<AnchorEntry>::Gram>;
+constexpr uint32_t kCheckedSpan = 256;  // symbols among which a unit's check byte is
+constexpr uint32_t kNoRunUnit = 0xFFFFFFFF;
 
-// A long gram that more units than these share is entered under a crowded anchor, whose entries
-// hold some bytes more.
-constexpr uint32_t kCrowd = 64;
+Symbol symbolAt(const IndexUnit& unit, uint32_t i) {
+    return unit.kind() == UnitKind::PlainString ? unit.bm().sig[i] : unit.trie().symbolAt(i);
+}
 
-void readLiterals(const IndexUnit& unit, LiteralRows& literals) {
-    if (unit.kind == UnitKind::PlainString) {
-        literals.assign(std::span<const uint8_t>(unit.bm().sig));
-    } else if (unit.trie().isWildcard) {
-        literals.assign(std::span<const Symbol>(unit.trie().symbols));
-    } else {
-        literals.assign(std::span<const uint8_t>(unit.trie().sig));
+/// Stores the window of a unit that begins at a symbol.
+void setWindow(RunUnit& made, const IndexUnit& unit, uint32_t windowAt) {
+    made.windowAt = static_cast<uint16_t>(windowAt);
+    made.open = 0xFFFF;
+    made.isWhole = true;
+    for (uint32_t i = 0; i < unit.length; ++i) {
+        const Symbol symbol = symbolAt(unit, i);
+        const bool isInWindow = i >= windowAt && i - windowAt < kWindow;
+        if (symbol == kAnySymbol) continue;
+        if (isWildcardSymbol(symbol) || !isInWindow) {
+            made.isWhole = false;
+            continue;
+        }
+        made.bytes[i - windowAt] = static_cast<uint8_t>(symbol);
+        made.open = static_cast<uint16_t>(made.open & ~(1U << (i - windowAt)));
     }
 }
 
 class AnchorCompiler {
   public:
-    AnchorCompiler(std::vector<IndexUnit>& listed, AnchorTables& made)
-        : units(listed), tables(made) {}
+    AnchorCompiler(std::vector<IndexUnit>& listed, const PartTree& parts, AnchorTables& made)
+        : units(listed), tree(parts), tables(made) {}
 
     void compile() {
         const std::vector<uint32_t> others = enterLongAnchors();
         if (others.empty()) return;
-        setShortWidth(others);
-        enterOthers(others);
+        enterRunAnchors(others);
+        tables.wideAnchors.build(wideGrams);
+        tables.narrowAnchors.build(narrowGrams);
+        tables.shapes.build(std::move(shapes));
+        tables.runUnits.shrink_to_fit();
     }
 
   private:
+    bool isPart(uint32_t unit) const { return units[unit].kind() == UnitKind::Part; }
+
     // A unit whose best long anchor is still shared by many would make each probe that finds one of
-    // them walk over all: it gets another anchor, where the entries hold bytes to compare.
+    // them walk over all: it becomes a run unit, of which sixteen bytes are compared at once.
     /// @return the units that get another anchor
     std::vector<uint32_t> enterLongAnchors() {
         GramCounts counts(kLongGram, symbolCount());
         forEachUnit([&](uint32_t /*unit*/) { counts.add(literals); });
         std::vector<GramTable<LongAnchorEntry>::Gram> grams;
         std::vector<uint32_t> others;
-        grams.reserve(units.size() * kLongStride);
+        grams.reserve((units.size() - tree.unitCount()) * kLongStride);
         forEachUnit([&](uint32_t unit) {
-            const auto anchor = chooseAnchor(literals, kLongStride, counts);
+            const auto anchor =
+                isPart(unit) ? std::nullopt : chooseAnchor(literals, kLongStride, counts);
             if (!anchor || anchor->crowd > kCrowd) {
                 others.push_back(unit);
                 return;
@@ -65,105 +79,161 @@ class AnchorCompiler {
         return others;
     }
 
-    /// The shortest row of the units decides how wide the grams of the filter may be.
-    void setShortWidth(const std::vector<uint32_t>& others) {
-        uint32_t shortest = kCrowdedGram;
-        for (const uint32_t unit : others) {
-            readLiterals(units[unit], literals);
-            const uint32_t length = literals.longest();
-            if (length >= kLeastShortGram) shortest = std::min(shortest, length);
-        }
-        tables.shortAnchorFilter = GramFilter(shortest - kShortStride + 1);
-        tables.shortAnchors = GramTable<AnchorEntry>(shortest);
-    }
-
-    void enterOthers(const std::vector<uint32_t>& others) {
-        GramCounts shortCounts(tables.shortAnchors.gramWidth(), symbolCount());
-        GramCounts crowdedCounts(kCrowdedGram, symbolCount());
-        GramCounts pairCounts(kPairGram, kBlockHashes);
+    void enterRunAnchors(const std::vector<uint32_t>& others) {
+        GramCounts wideCounts(kWideGram, symbolCount());
+        GramCounts narrowCounts(kNarrowGram, symbolCount());
+        GramCounts pairCounts(kPairGram, ShapeTable::kPairs);
         forEachUnit([&](uint32_t /*unit*/) {
-            shortCounts.add(literals);
-            crowdedCounts.add(literals);
+            wideCounts.add(literals);
+            narrowCounts.add(literals);
             pairCounts.add(literals);
         });
-        EntryGrams shortGrams;
-        EntryGrams crowdedGrams;
-        EntryGrams pairGrams;
+        std::vector<std::pair<uint32_t, uint32_t>> withoutRow;  // unit, symbol of its rarest pair
         for (const uint32_t unit : others) {
-            readLiterals(units[unit], literals);
-            if (const auto crowded = chooseAnchor(literals, 1, crowdedCounts)) {
-                enter(unit, crowded->offset, tables.crowdedAnchors, crowdedGrams);
-                enterIntoFilter(crowded->offset);
-            } else if (const auto inShort = chooseAnchor(literals, 1, shortCounts)) {
-                enter(unit, inShort->offset, tables.shortAnchors, shortGrams);
-                enterIntoFilter(inShort->offset);
+            literals.assign(units[unit]);
+            const auto wide = chooseAnchor(literals, kWideStride, wideCounts);
+            const auto narrow = chooseAnchor(literals, 1, narrowCounts);
+            if (wide && wide->crowd <= kCrowd) {
+                enterWide(unit, wide->offset);
+            } else if (!wide && narrow && narrow->crowd <= kCrowd) {
+                enterNarrow(unit, narrow->offset);
             } else {
                 // Two literal bytes lead every part.
                 const auto pair = chooseAnchor(literals, 1, pairCounts);
-                enter(unit, pair->offset, tables.pairAnchors, pairGrams);
+                withoutRow.emplace_back(unit, pair->offset);
+                setAnchor(unit, pair->offset, 1);
             }
         }
-        tables.shortAnchorFilter.fill(filterHashes);
-        tables.shortAnchors.build(shortGrams);
-        tables.crowdedAnchors.build(crowdedGrams);
-        tables.pairAnchors.build(pairGrams);
+        enterShapes(withoutRow);
+    }
+
+    void enterWide(uint32_t unit, uint32_t offset) {
+        const uint32_t number = addRunUnit(unit, offset, RunAnchor::Wide);
+        for (uint32_t i = kWideStride; i-- > 0;) {  // the last place first, as above
+            wideGrams.push_back({tables.wideAnchors.hash(literals.at(offset + i)),
+                                 RunAnchorEntry(number, i).value, countsAtBegin(unit)});
+        }
+    }
+
+    void enterNarrow(uint32_t unit, uint32_t offset) {
+        const uint32_t number = addRunUnit(unit, offset, RunAnchor::Narrow);
+        narrowGrams.push_back({tables.narrowAnchors.hash(literals.at(offset)),
+                               RunAnchorEntry(number, 0).value, countsAtBegin(unit)});
+    }
+
+    /// Adds a unit with a row of literals as its anchor, in the middle of its window.
+    uint32_t addRunUnit(uint32_t unit, uint32_t offset, RunAnchor table) {
+        constexpr uint32_t kBefore = (kWindow - kWideGram) / 2;
+        setAnchor(unit, offset, kWideStride);
+        const uint32_t length = units[unit].length;
+        const uint32_t last = length > kWindow ? length - kWindow : 0;
+        return storeRunUnit(unit, table, std::min(offset - std::min(offset, kBefore), last));
+    }
+
+    uint32_t storeRunUnit(uint32_t unit, RunAnchor table, uint32_t windowAt) {
+        const IndexUnit& source = units[unit];
+        RunUnit made;
+        setWindow(made, source, windowAt);
+        made.anchor = source.anchor;
+        made.table = table;
+        made.length = source.length;
+        made.unit = unit;
+        // A part has the number of its unit.
+        auto& all = tables.runUnits;
+        if (all.size() < tree.unitCount()) all.resize(tree.unitCount());
+        if (isPart(unit)) {
+            all[unit] = made;
+            return unit;
+        }
+        all.push_back(made);
+        return static_cast<uint32_t>(all.size() - 1);
+    }
+
+    // The window is at the beginning of the unit. Where too many units agree in it, the end is
+    // tried: "aa??b??b??b??b??b??b??x" and "aa??b??b??b??b??b??b??y" differ there.
+    void enterShapes(const std::vector<std::pair<uint32_t, uint32_t>>& withoutRow) {
+        using Window = std::array<uint8_t, kWindow>;
+        std::map<std::pair<Window, Window>, uint32_t> crowds;  // by mask and bytes
+        const auto shapeOf = [&](uint32_t unit, uint32_t pairAt, uint32_t windowAt) {
+            RunUnit window;
+            setWindow(window, units[unit], windowAt);
+            ShapeTable::Entry entry;
+            entry.group.pair = ShapeTable::pairAt(literals.at(pairAt));
+            entry.group.pairAt = static_cast<uint16_t>(pairAt);
+            entry.group.windowAt = static_cast<uint16_t>(windowAt);
+            entry.bytes = window.bytes;
+            for (uint32_t i = 0; i < kWindow; ++i) {
+                entry.group.mask[i] = (window.open >> i & 1) != 0 ? 0 : 0xFF;
+            }
+            entry.runUnit = kNoRunUnit;
+            return entry;
+        };
+        for (const auto& [unit, pairAt] : withoutRow) {
+            literals.assign(units[unit]);
+            const auto entry = shapeOf(unit, pairAt, 0);
+            ++crowds[{entry.group.mask, entry.bytes}];
+        }
+        for (const auto& [unit, pairAt] : withoutRow) {
+            literals.assign(units[unit]);
+            auto entry = shapeOf(unit, pairAt, 0);
+            uint32_t windowAt = 0;
+            const uint32_t last = std::min(units[unit].length, kFurthestAnchor);
+            if (crowds[{entry.group.mask, entry.bytes}] > kCrowd && last > kWindow) {
+                windowAt = last - kWindow;
+                entry = shapeOf(unit, pairAt, windowAt);
+            }
+            entry.runUnit = storeRunUnit(unit, RunAnchor::Shape, windowAt);
+            shapes.push_back(entry);
+        }
+    }
+
+    /// @return whether the unit matters in a stream of which nothing was scanned yet
+    bool countsAtBegin(uint32_t unit) const {
+        if (!isPart(unit)) return true;
+        const PartTree::Use& use = tree.useOf(unit);
+        return use.root != kNoNode || use.isRare();
     }
 
     /// Calls action(unit) for each unit with its literals read.
     template <class Action>
     void forEachUnit(Action action) {
         for (uint32_t unit = 0; unit < units.size(); ++unit) {
-            readLiterals(units[unit], literals);
+            literals.assign(units[unit]);
             action(unit);
         }
     }
 
     size_t symbolCount() const {
         size_t sum = 0;
-        for (const IndexUnit& unit : units) sum += std::min(unit.length, kAnchorSpan);
+        for (const IndexUnit& unit : units) sum += std::min(unit.length, kFurthestAnchor);
         return sum;
     }
 
     void setAnchor(uint32_t number, uint32_t offset, uint32_t gramCount) {
         IndexUnit& unit = units[number];
-        unit.anchor = static_cast<uint8_t>(offset);
-        const uint32_t last = literals.all().back().end - 1;
-        unit.checkOffset = static_cast<uint8_t>(last);
+        unit.anchor = offset & kFurthestAnchor;
+        const auto rows = literals.all();
+        const auto row = std::find_if(rows.rbegin(), rows.rend(),
+                                      [](const auto& each) { return each.begin < kCheckedSpan; });
+        const uint32_t last = std::min(row->end, kCheckedSpan) - 1;
+        unit.checkOffset = last & 0xFF;
         unit.checkByte = *literals.at(last);
         tables.reach = std::max(tables.reach, offset + gramCount - 1);
     }
 
-    /// Appends the gram of a unit, whose literals have been read, to the grams of a table.
-    void enter(uint32_t unit, uint32_t offset, const GramTable<AnchorEntry>& table,
-               EntryGrams& grams) {
-        setAnchor(unit, offset, kShortStride);
-        const uint32_t tailOffset = offset + table.gramWidth();
-        const uint32_t following = literals.rowAround(offset).end - tailOffset;
-        AnchorEntry entry = {};
-        entry.unit = unit & kMostUnits;
-        entry.kindBits = static_cast<uint32_t>(units[unit].kind) & 7;
-        entry.tailLength = std::min<uint32_t>(following, sizeof entry.tail) & 7;
-        std::memcpy(&entry.tail, literals.at(tailOffset), entry.tailLength);
-        entry.tail = fromLittleEndian(entry.tail);
-        grams.push_back({table.hash(literals.at(offset)), entry});
-    }
-
-    void enterIntoFilter(uint32_t offset) {
-        for (uint32_t i = 0; i < kShortStride; ++i) {
-            filterHashes.push_back(tables.shortAnchorFilter.hash(literals.at(offset + i)));
-        }
-    }
-
     std::vector<IndexUnit>& units;
+    const PartTree& tree;
     AnchorTables& tables;
     LiteralRows literals;  // of the unit being worked on
-    std::vector<uint64_t> filterHashes;
+    std::vector<RunTable::Gram> wideGrams;
+    std::vector<RunTable::Gram> narrowGrams;
+    std::vector<ShapeTable::Entry> shapes;
 };
 
 }  // namespace
 
-void compileAnchors(std::vector<IndexUnit>& units, AnchorTables& tables) {
-    AnchorCompiler(units, tables).compile();
+void compileAnchors(std::vector<IndexUnit>& units, const PartTree& tree, AnchorTables& tables) {
+    AnchorCompiler(units, tree, tables).compile();
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -4,12 +4,16 @@
 #include <vector>
 
 #include "store/index/AnchorTables.h"
+#include "store/index/IndexUnit.h"
 
 namespace STREAMENGINE_SPACE {
 
-/// @param units   their anchors and check bytes are set
+class PartTree;
+
+/// @param units   the parts first; their anchors and check bytes are set
+/// @param tree    of the parts
 /// @param tables  empty ones
 /// @throws std::bad_alloc
-void compileAnchors(std::vector<IndexUnit>& units, AnchorTables& tables);
+void compileAnchors(std::vector<IndexUnit>& units, const PartTree& tree, AnchorTables& tables);
 
 }  // namespace STREAMENGINE_SPACE

@@ -43,6 +43,10 @@ class GramFilter {
         : factor(kGoldenRatio << (64 - 8 * gramWidth)), width(gramWidth) {}
 
     View view() const { return {isFilled ? words.data() : &kNoGram, factor, shift}; }
+    /// @return a view of other words by the same hash; they have 2^(64 - bitShift) bits
+    View viewOf(const uint64_t* bits, int bitShift) const {
+        return {bits != nullptr ? bits : &kNoGram, factor, bits != nullptr ? bitShift : 63};
+    }
 
     /// @return the hash of the gram at `at`, of which kReadLength bytes have to be readable
     uint64_t hash(const uint8_t* at) const { return view().hash(at); }

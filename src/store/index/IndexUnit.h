@@ -1,10 +1,7 @@
-// IndexUnit: what the text is compared with, and the numbers by which the tables of an index name
-// it.
+// IndexUnit: what the text is compared with.
 //
 // A unit is a single-part signature, or the content that parts of several multi-part signatures
-// have in common: of 1,000 signatures that begin "<iframe" there is one unit for "<iframe". Units
-// are numbered in the order in which the loaded form tries them, the automaton's before the plain
-// strings.
+// have in common: of 1,000 signatures that begin "<iframe" there is one unit for "<iframe".
 #pragma once
 
 #include <cstdint>
@@ -13,56 +10,29 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// What a unit is in its signatures. It decides what a match of the unit means.
+/// What a match of a unit means.
 enum class UnitKind : uint8_t {
-    PlainString,  // of the shift table
-    Single,       // a signature of one part
-    OffsetFirst,  // the first part of a signature with an offset condition
-    First,        // the first part, without an offset, of all signatures that begin with it
-    Later,        // a later part of all signatures that have it
-    LaterOfMany   // the same, where the part before it belongs to more signatures than can be woken
-                  // one by one
+    Part,        // part of one or more multi-part signatures
+    Single,      // a signature of the automaton that has one part
+    PlainString  // of the shift table
 };
 
-/// @return whether the unit is part of multi-part signatures
-constexpr bool isPart(UnitKind kind) {
-    return kind != UnitKind::PlainString && kind != UnitKind::Single;
-}
-
-/// @return whether a match completes its signature if the offset condition of the record holds
-constexpr bool isWholeSignature(UnitKind kind) {
-    return !isPart(kind);
-}
-
-/// @return whether the unit's record may have an offset condition
-constexpr bool mayHaveOffset(UnitKind kind) {
-    return isWholeSignature(kind) || kind == UnitKind::OffsetFirst;
-}
-
-/// @return whether the unit is a part after the first
-constexpr bool isLaterPart(UnitKind kind) {
-    return kind == UnitKind::Later || kind == UnitKind::LaterOfMany;
-}
-
-/// @return whether a stream keeps a UnitState for units of this kind
-constexpr bool hasState(UnitKind kind) {
-    return kind == UnitKind::First || isLaterPart(kind);
-}
-
 constexpr uint32_t kNoUnit = 0xFFFFFFFF;
-constexpr uint32_t kMostUnits = (1U << 26) - 1;  // what the tables can number
+constexpr uint32_t kMostUnits = (1U << 30) - 1;  // what the tables can number
+constexpr uint32_t kFurthestAnchor = (1U << 14) - 1;
 
 struct IndexUnit {
-    const VQPattern*
-        pattern;      // a BmPattern if PlainString, else a TriePattern; of several the newest
+    // A BmPattern if PlainString, else a TriePattern; of several parts any one.
+    const VQPattern* pattern;
     uint32_t length;  // symbols
-    UnitKind kind;
-    uint8_t anchor;  // symbol at which the anchor's (first) gram begins
-    // The last literal among the first kAnchorSpan symbols, and its value. Most candidates fail
-    // here, before the record is read.
-    uint8_t checkOffset;
-    uint8_t checkByte;
+    uint32_t kindBits : 2;
+    uint32_t anchor : 14;  // symbol at which the anchor's (first) gram begins
+    // The last literal among the first 256 symbols, and its value. Most candidates fail here,
+    // before the record is read.
+    uint32_t checkOffset : 8;
+    uint32_t checkByte : 8;
 
+    UnitKind kind() const { return static_cast<UnitKind>(kindBits); }
     const TriePattern& trie() const { return static_cast<const TriePattern&>(*pattern); }
     const BmPattern& bm() const { return static_cast<const BmPattern&>(*pattern); }
 };

@@ -1,20 +1,17 @@
-// LiteralRows: the rows of consecutive literal bytes at the beginning of a pattern.
+// LiteralRows: the rows of consecutive literal bytes of a pattern.
 //
 // Of "ab??cdef" the rows are "ab" at symbol 0 and "cdef" at symbol 3. Anchors are chosen inside
 // rows.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 #include "store/index/GramFilter.h"
-#include "store/record/VQPattern.h"
+#include "store/index/IndexUnit.h"
 
 namespace STREAMENGINE_SPACE {
-
-constexpr uint32_t kAnchorSpan = 256;  // symbols of a pattern among which its anchor lies
 
 class LiteralRows {
   public:
@@ -24,21 +21,22 @@ class LiteralRows {
         uint32_t length() const { return end - begin; }
     };
 
-    /// Each replaces the rows by those of another pattern's first kAnchorSpan symbols.
-    void assign(std::span<const uint8_t> plain);
-    void assign(std::span<const Symbol> symbols);
+    /// Replaces the rows by those of another unit: of as many of its first symbols as may hold an
+    /// anchor.
+    void assign(const IndexUnit& unit);
 
     /// @return the bytes from a symbol on; GramFilter::kReadLength of them are readable, also at
     ///         the end of the last row
     const uint8_t* at(uint32_t symbol) const { return bytes.data() + symbol; }
     std::span<const Row> all() const { return rows; }
-    /// @return the row that holds a symbol or, if it is a wildcard, the next row
-    const Row& rowAround(uint32_t symbol) const;
     /// @return bytes of the longest row
     uint32_t longest() const;
 
   private:
-    std::array<uint8_t, kAnchorSpan + GramFilter::kReadLength> bytes{};
+    void assignPlain(std::span<const uint8_t> plain);
+    void assignSymbols(std::span<const Symbol> symbols);
+
+    std::vector<uint8_t> bytes;
     std::vector<Row> rows;  // none empty; ascending
 };
 

@@ -1,5 +1,6 @@
 #include "store/index/SignatureIndex.h"
 
+#include <atomic>
 #include <utility>
 
 #include "store/index/AnchorCompiler.h"
@@ -9,12 +10,15 @@ namespace STREAMENGINE_SPACE {
 
 void SignatureIndex::build(const TrieTree& trieTree, const BmList& bmList,
                            QLT_SPACE::VectorUnit unit) {
+    static std::atomic<uint64_t> builds{0};
     reset();
+    buildNumber = ++builds;
     vectorUnit = unit;
     UnitList list = listUnits(trieTree, bmList);
     units = std::move(list.units);
-    members = std::move(list.members);
-    compileAnchors(units, anchors);
+    tree = std::move(list.tree);
+    singleRanks = std::move(list.singleRanks);
+    compileAnchors(units, tree, anchors);
     units.shrink_to_fit();
 }
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "store/index/IndexUnit.h"
-#include "store/index/MemberTable.h"
+#include "store/index/PartTree.h"
 
 namespace STREAMENGINE_SPACE {
 
@@ -12,14 +12,16 @@ class BmList;
 class TrieTree;
 
 struct UnitList {
-    std::vector<IndexUnit> units;  // anchors and check bytes unset
-    MemberTable members;           // of the automaton's units, which come first
+    std::vector<IndexUnit> units;  // parts, then single signatures, then plain strings; anchors and
+                                   // check bytes unset
+    PartTree tree;
+    std::vector<uint32_t> singleRanks;  // of the single signatures
 };
 
-/// Lists the units in the order in which the loaded form tries its patterns: by the start of the
-/// match (so a prefix of two bytes before one of three at the same start), then by node and by the
-/// order of the node's lists. A search that finds several units at once reports the first by this
-/// order, as the loaded form does.
+/// Lists the units. Ranks and the numbers of plain strings follow the order in which the loaded
+/// form tries its patterns: by the start of the match (so a prefix of two bytes before one of three
+/// at the same start), then by node and by the order of the node's lists. A search that finds
+/// several matches at one start reports the first by this order, as the loaded form does.
 /// @param trieTree, bmList  prepared; their records are borrowed
 /// @throws std::bad_alloc, also for more than kMostUnits
 UnitList listUnits(const TrieTree& trieTree, const BmList& bmList);
