@@ -15,5 +15,5 @@
 #ifdef __x86_64__
 #define ZVK_TARGET_BMI2 [[gnu::target("bmi2")]]
 #define ZVK_TARGET_AVX2 [[gnu::target("avx2,bmi2,popcnt")]]
-#define ZVK_TARGET_AVX512 [[gnu::target("avx512bw,avx512vl,avx512vbmi2,bmi2,popcnt")]]
+#define ZVK_TARGET_AVX512 [[gnu::target("avx512bw,avx512vl,avx512vbmi,avx512vbmi2,bmi2,popcnt")]]
 #endif

@@ -28,6 +28,7 @@ bool hasVectorUnit(VectorUnit unit) {
     if (unit == VectorUnit::Avx512) {
         return hasAvx2 && __builtin_cpu_supports("avx512bw") != 0 &&
                __builtin_cpu_supports("avx512vl") != 0 &&
+               __builtin_cpu_supports("avx512vbmi") != 0 &&
                __builtin_cpu_supports("avx512vbmi2") != 0;
     }
 #endif

@@ -12,8 +12,8 @@ namespace {
 
 constexpr uint32_t kStride = kLongStride;  // bytes that one step probes
 
-/// Which tables are probed besides those of long and wide anchors.
-enum class Tables { Least, Narrow, All };
+/// Which tables are probed besides that of wide anchors.
+enum class Tables { Wide, Long, All };
 
 /// The probes of one stride, without a branch between them: while the loads of one are under way,
 /// those of the next begin.
@@ -23,18 +23,16 @@ struct StrideProbe {
     ProbeFilters filters;
 
     /// Adds the marks of the stride at `text`, which is at `at` in its block.
-    ZVK_INLINE void probe(BlockMarks& marks, const uint8_t* text, uint32_t at) const {
-        marks.longAnchors |= (filters.longAnchors.probe(text) & 1) << at;
+    ZVK_INLINE void probe(ProbeMarks& marks, const uint8_t* text, uint32_t at) const {
+        if constexpr (kTables != Tables::Wide) {
+            marks.longAnchors |= (filters.longAnchors.probe(text) & 1) << at;
+        }
         for (uint32_t i = 0; i < kStride; i += kWideStride) {
             marks.wide |= (filters.wide.probe(text + i) & 1) << (at + i);
         }
-        for (uint32_t i = 0; i < kStride; ++i) {
-            if constexpr (kTables != Tables::Least) {
+        if constexpr (kTables == Tables::All) {
+            for (uint32_t i = 0; i < kStride; ++i) {
                 marks.narrow |= (filters.narrow.probe(text + i) & 1) << (at + i);
-            }
-            if constexpr (kTables == Tables::All) {
-                const uint32_t pair = ShapeTable::pairAt(text + i);
-                marks.pairs |= (filters.pairs[pair / 64] >> (pair % 64) & 1) << (at + i);
             }
         }
     }
@@ -42,9 +40,9 @@ struct StrideProbe {
 
 template <class Probe>
 ZVK_INLINE void probeBlocks(const Probe probe, const uint8_t* text, uint32_t blocks,
-                            BlockMarks* marks) {
+                            ProbeMarks* marks) {
     for (uint32_t block = 0; block < blocks; ++block, text += kProbeBlock) {
-        BlockMarks ofBlock;
+        ProbeMarks ofBlock;
         for (uint32_t at = 0; at < kProbeBlock; at += kStride) {
             probe.probe(ofBlock, text + at, at);
         }
@@ -55,10 +53,10 @@ ZVK_INLINE void probeBlocks(const Probe probe, const uint8_t* text, uint32_t blo
 /// An MD5 block has 64 bytes as well, and 64 steps: a stride is probed after each fourth step.
 template <class Probe>
 ZVK_INLINE void probeAndDigest(const Probe probe, const uint8_t* text, uint32_t blocks,
-                               BlockMarks* marks, DigestFeed& feed) {
+                               ProbeMarks* marks, DigestFeed& feed) {
     std::array<uint32_t, 4>* state = nullptr;
     const unsigned char* const digested = feed.takeBlocks(blocks, state);
-    BlockMarks ofBlock;
+    ProbeMarks ofBlock;
     const auto probeAside = [&](size_t block, size_t stride) __attribute__((always_inline)) {
         const auto at = static_cast<uint32_t>(stride) * kStride;
         if (stride == 0) ofBlock = {};
@@ -70,18 +68,18 @@ ZVK_INLINE void probeAndDigest(const Probe probe, const uint8_t* text, uint32_t 
 
 template <class Probe>
 ZVK_INLINE void probeAll(const ProbeFilters& filters, const uint8_t* text, uint32_t blocks,
-                         BlockMarks* marks, DigestFeed& feed) {
+                         ProbeMarks* marks, DigestFeed& feed) {
     const Probe probe = {filters};
     const uint32_t digested = std::min(blocks, static_cast<uint32_t>(feed.blocks()));
     if (digested != 0) probeAndDigest(probe, text, digested, marks, feed);
     probeBlocks(probe, text + size_t{digested} * kProbeBlock, blocks - digested, marks + digested);
 }
 
-using ProbeAll = void (*)(const ProbeFilters&, const uint8_t*, uint32_t, BlockMarks*, DigestFeed&);
+using ProbeAll = void (*)(const ProbeFilters&, const uint8_t*, uint32_t, ProbeMarks*, DigestFeed&);
 
 template <Tables kTables>
 void probeBaseline(const ProbeFilters& filters, const uint8_t* text, uint32_t blocks,
-                   BlockMarks* marks, DigestFeed& feed) {
+                   ProbeMarks* marks, DigestFeed& feed) {
     probeAll<StrideProbe<kTables>>(filters, text, blocks, marks, feed);
 }
 
@@ -89,7 +87,7 @@ void probeBaseline(const ProbeFilters& filters, const uint8_t* text, uint32_t bl
 /// BMI2 shifts by a count in any register, so a probe takes fewer instructions.
 template <Tables kTables>
 ZVK_TARGET_BMI2 void probeBmi2(const ProbeFilters& filters, const uint8_t* text, uint32_t blocks,
-                               BlockMarks* marks, DigestFeed& feed) {
+                               ProbeMarks* marks, DigestFeed& feed) {
     probeAll<StrideProbe<kTables>>(filters, text, blocks, marks, feed);
 }
 #endif
@@ -105,10 +103,10 @@ ProbeAll choose([[maybe_unused]] QLT_SPACE::VectorUnit unit) {
 }  // namespace
 
 void probeAnchors(const ProbeFilters& filters, QLT_SPACE::VectorUnit unit, const uint8_t* text,
-                  uint32_t blocks, BlockMarks* marks, DigestFeed& feed) {
-    const ProbeAll chosen = filters.pairs != nullptr ? choose<Tables::All>(unit)
-                            : filters.hasNarrow      ? choose<Tables::Narrow>(unit)
-                                                     : choose<Tables::Least>(unit);
+                  uint32_t blocks, ProbeMarks* marks, DigestFeed& feed) {
+    const ProbeAll chosen = filters.hasNarrow ? choose<Tables::All>(unit)
+                            : filters.hasLong ? choose<Tables::Long>(unit)
+                                              : choose<Tables::Wide>(unit);
     chosen(filters, text, blocks, marks, feed);
 }
 

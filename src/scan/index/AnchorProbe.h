@@ -16,8 +16,9 @@ namespace STREAMENGINE_SPACE {
 
 constexpr uint32_t kProbeBlock = 64;  // bytes
 
-/// The probes of a block that a filter accepted, by table: bit i is the byte i of the block.
-struct BlockMarks {
+/// The probes of a block that a filter accepted, by table: bit i is the byte i of the block. Those
+/// of pairs are set by probeShapes().
+struct ProbeMarks {
     uint64_t longAnchors = 0;
     uint64_t wide = 0;
     uint64_t narrow = 0;
@@ -31,7 +32,7 @@ struct ProbeFilters {
     GramFilter::View longAnchors;
     GramFilter::View wide;
     GramFilter::View narrow;
-    const uint64_t* pairs;  // a bit for each pair; null: none
+    bool hasLong;
     bool hasNarrow;
 };
 
@@ -42,6 +43,6 @@ struct ProbeFilters {
 /// @param marks   room for the marks of each block
 /// @param feed    as many blocks of it are digested on the way
 void probeAnchors(const ProbeFilters& filters, QLT_SPACE::VectorUnit unit, const uint8_t* text,
-                  uint32_t blocks, BlockMarks* marks, DigestFeed& feed);
+                  uint32_t blocks, ProbeMarks* marks, DigestFeed& feed);
 
 }  // namespace STREAMENGINE_SPACE

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "scan/index/ShapeProbe.h"
 #include "support/ByteOrder.h"
 
 namespace STREAMENGINE_SPACE {
@@ -21,9 +22,11 @@ constexpr uint64_t lowest(uint32_t count) {
     return count >= 64 ? ~uint64_t{0} : (uint64_t{1} << count) - 1;
 }
 
-/// @param text  64 bytes and three more, all readable
-/// @return a bit for each place at which these four bytes are, the first one lowest
-uint64_t placesOf(uint32_t gram, const uint8_t* text) {
+/// @param width  3 or 4
+/// @param text   64 bytes and three more, all readable
+/// @return a bit for each place at which the first `width` bytes of the gram are, the first place
+///         lowest
+uint64_t placesOf(uint32_t gram, uint32_t width, const uint8_t* text) {
     uint64_t places = 0;
 #ifdef __SSE2__
     const auto byteOf = [gram](uint32_t i) {
@@ -34,14 +37,15 @@ uint64_t placesOf(uint32_t gram, const uint8_t* text) {
         return _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at)), byte);
     };
     for (uint32_t at = 0; at < kProbeBlock; at += 16) {
-        const __m128i equal =
-            _mm_and_si128(_mm_and_si128(equalAt(at, first), equalAt(at + 1, second)),
-                          _mm_and_si128(equalAt(at + 2, third), equalAt(at + 3, fourth)));
+        __m128i equal = _mm_and_si128(_mm_and_si128(equalAt(at, first), equalAt(at + 1, second)),
+                                      equalAt(at + 2, third));
+        if (width == 4) equal = _mm_and_si128(equal, equalAt(at + 3, fourth));
         places |= uint64_t{static_cast<uint32_t>(_mm_movemask_epi8(equal))} << at;
     }
 #else
     for (uint32_t at = 0; at < kProbeBlock; ++at) {
-        places |= uint64_t{loadLittleEndian<uint32_t>(text + at) == gram} << at;
+        const uint32_t other = (loadLittleEndian<uint32_t>(text + at) ^ gram) << (32 - 8 * width);
+        places |= uint64_t{other == 0} << at;
     }
 #endif
     return places;
@@ -63,8 +67,7 @@ AnchorWalk::AnchorWalk(const SignatureIndex& searched, const SearchText& searchT
     filters = {anchors.longAnchors.view(),
                live != nullptr ? live->wideView() : baseOf(anchors.wideAnchors),
                live != nullptr ? live->narrowView() : baseOf(anchors.narrowAnchors),
-               anchors.shapes.isEmpty() ? nullptr : anchors.shapes.pairBits().data(),
-               !anchors.narrowAnchors.isEmpty()};
+               !anchors.longAnchors.isEmpty(), !anchors.narrowAnchors.isEmpty()};
 }
 
 // Bytes after the text are probed as well; the marks that they make are cut off.
@@ -72,6 +75,9 @@ void AnchorWalk::advance(uint32_t at, uint32_t stop) {
     stretchAt = at;
     stretchBlocks = (stop - at + kProbeBlock - 1) / kProbeBlock;
     probeAnchors(filters, index.vectorUnit, text.bytes + at, stretchBlocks, bits.data(), feed);
+    if (!anchors.shapes.isEmpty()) {
+        probeShapes(anchors.shapes, index.vectorUnit, text.bytes + at, stretchBlocks, bits.data());
+    }
     for (uint32_t block = 0; block < stretchBlocks; ++block) {
         const uint32_t blockAt = at + block * kProbeBlock;
         if (text.length - blockAt < kProbeBlock + GramFilter::kReadLength) {
@@ -85,13 +91,13 @@ void AnchorWalk::advance(uint32_t at, uint32_t stop) {
 }
 
 /// Drops the marks of grams that reach beyond the end of the text.
-void AnchorWalk::cutAtEnd(BlockMarks& marks, uint32_t at) const {
+void AnchorWalk::cutAtEnd(ProbeMarks& marks, uint32_t at) const {
     const uint32_t rest = text.length - at;
     const auto fitting = [rest](uint32_t width) {
         return rest >= width ? lowest(rest - width + 1) : 0;
     };
     marks.longAnchors &= fitting(kLongGram);
-    marks.wide &= fitting(kWideGram);
+    marks.wide &= fitting(anchors.wideAnchors.gramWidth());
     marks.narrow &= fitting(kNarrowGram);
     marks.pairs &= fitting(kPairGram);
 }
@@ -109,11 +115,11 @@ void AnchorWalk::followLong(uint64_t marks, uint32_t at) {
 
 // The marks change while they are followed: a unit that is woken adds some ahead.
 void AnchorWalk::followRuns(uint32_t block, uint32_t at) {
-    BlockMarks& marks = bits[block];
+    ProbeMarks& marks = bits[block];
     while (marks.ofRuns() != 0) {
         const auto place = static_cast<uint32_t>(std::countr_zero(marks.ofRuns()));
         const uint64_t bit = uint64_t{1} << place;
-        const BlockMarks here = marks;
+        const ProbeMarks here = marks;
         marks.wide &= ~bit;
         marks.narrow &= ~bit;
         marks.pairs &= ~bit;
@@ -155,7 +161,9 @@ void AnchorWalk::ignoreIfIdle(const RunTable& table, RunAnchor kind, uint64_t ha
 }
 
 void AnchorWalk::findShapes(uint32_t at) {
-    for (const auto& group : anchors.shapes.groupsOf(ShapeTable::pairAt(text.bytes + at))) {
+    const uint16_t pair = ShapeTable::pairAt(text.bytes + at);
+    if (!anchors.shapes.hasPair(pair)) return;
+    for (const auto& group : anchors.shapes.groupsOf(pair)) {
         if (group.pairAt > at) continue;
         const uint32_t windowAt = at - group.pairAt + group.windowAt;
         if (windowAt >= text.length || text.length - windowAt < kWindow) {
@@ -174,25 +182,25 @@ void AnchorWalk::markAhead(uint32_t runUnit, uint32_t from) {
     const RunUnit& unit = anchors.runUnits[runUnit];
     if (unit.table == RunAnchor::Wide) {
         for (uint32_t i = 0; i < kWideStride; ++i) {
-            markGram(unit.gram() + i, from, &BlockMarks::wide, kEverySecond);
+            markGram(unit.gram() + i, from, &ProbeMarks::wide, kEverySecond);
         }
     } else if (unit.table == RunAnchor::Narrow) {
-        markGram(unit.gram(), from, &BlockMarks::narrow, ~uint64_t{0});
+        markGram(unit.gram(), from, &ProbeMarks::narrow, ~uint64_t{0});
     }
 }
 
-/// Four bytes of a gram are compared: what is found may be more, as with any filter.
-void AnchorWalk::markGram(const uint8_t* gram, uint32_t from, uint64_t BlockMarks::*marks,
+void AnchorWalk::markGram(const uint8_t* gram, uint32_t from, uint64_t ProbeMarks::*marks,
                           uint64_t places) {
     const auto bytes = loadLittleEndian<uint32_t>(gram);
+    const uint32_t width =
+        (marks == &ProbeMarks::wide ? anchors.wideAnchors : anchors.narrowAnchors).gramWidth();
     uint32_t block = (from - stretchAt) / kProbeBlock;
     uint64_t ahead = ~lowest((from - stretchAt) % kProbeBlock);
     for (; block < stretchBlocks; ++block, ahead = ~uint64_t{0}) {
         const uint32_t at = stretchAt + block * kProbeBlock;
-        uint64_t found = placesOf(bytes, text.bytes + at) & places & ahead;
+        uint64_t found = placesOf(bytes, width, text.bytes + at) & places & ahead;
         if (found == 0) continue;
         const uint32_t rest = text.length - at;
-        const uint32_t width = marks == &BlockMarks::wide ? kWideGram : kNarrowGram;
         if (rest < kProbeBlock + width) found &= rest >= width ? lowest(rest - width + 1) : 0;
         bits[block].*marks |= found;
     }

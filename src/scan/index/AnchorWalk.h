@@ -31,14 +31,14 @@ class AnchorWalk {
     void advance(uint32_t at, uint32_t stop);
 
   private:
-    void cutAtEnd(BlockMarks& marks, uint32_t at) const;
+    void cutAtEnd(ProbeMarks& marks, uint32_t at) const;
     void followLong(uint64_t marks, uint32_t at);
     void followRuns(uint32_t block, uint32_t at);
     [[gnu::always_inline]] inline void findRuns(const RunTable& table, RunAnchor kind, uint32_t at);
     void ignoreIfIdle(const RunTable& table, RunAnchor kind, uint64_t hash);
     void findShapes(uint32_t at);
     void markAhead(uint32_t runUnit, uint32_t from);
-    void markGram(const uint8_t* gram, uint32_t from, uint64_t BlockMarks::*marks, uint64_t places);
+    void markGram(const uint8_t* gram, uint32_t from, uint64_t ProbeMarks::*marks, uint64_t places);
 
     const SignatureIndex& index;
     const AnchorTables& anchors;
@@ -47,7 +47,7 @@ class AnchorWalk {
     CandidateFilter& filter;
     DigestFeed& feed;
     ProbeFilters filters;
-    std::array<BlockMarks, kLongestStretch / kProbeBlock> bits;  // NOLINT: filled by advance()
+    std::array<ProbeMarks, kLongestStretch / kProbeBlock> bits;  // NOLINT: filled by advance()
     uint32_t stretchAt = 0;  // index of the first block of the stretch
     uint32_t stretchBlocks = 0;
 };

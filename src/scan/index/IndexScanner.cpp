@@ -118,9 +118,6 @@ void IndexScanner::addDetails(const SearchText& text, const Completion& completi
     }
     if (completion.pattern != nullptr) {
         const uint32_t start = text.offsetOf(completion.start);
-        if (completion.pattern->sigid == 0) {
-            accepted.emplace_back(start, completion.rank, completion.pattern);
-        }
         std::erase_if(accepted, [&](const auto& part) {
             return std::tuple(std::get<0>(part), std::get<1>(part)) >
                    std::tuple(start, completion.rank);
@@ -128,6 +125,9 @@ void IndexScanner::addDetails(const SearchText& text, const Completion& completi
     }
     std::sort(accepted.begin(), accepted.end());
     for (const auto& [start, rank, pattern] : accepted) details.addPart(*pattern, start);
+    if (completion.pattern != nullptr && completion.pattern->sigid == 0) {
+        details.addPart(*completion.pattern, text.offsetOf(completion.start));
+    }
 }
 
 void IndexScanner::exportProgress(TrieScanner& scanner) const {

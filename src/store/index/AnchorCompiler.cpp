@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <unordered_map>
 
 #include "store/index/AnchorChoice.h"
 #include "store/index/PartTree.h"
@@ -11,6 +12,8 @@ namespace {
 
 constexpr uint32_t kCheckedSpan = 256;  // symbols among which a unit's check byte is
 constexpr uint32_t kNoRunUnit = 0xFFFFFFFF;
+constexpr size_t kSmallSet = 32768;         // units
+constexpr std::ptrdiff_t kFewNarrow = 128;  // units
 
 Symbol symbolAt(const IndexUnit& unit, uint32_t i) {
     return unit.kind() == UnitKind::PlainString ? unit.bm().sig[i] : unit.trie().symbolAt(i);
@@ -36,8 +39,9 @@ void setWindow(RunUnit& made, const IndexUnit& unit, uint32_t windowAt) {
 
 class AnchorCompiler {
   public:
-    AnchorCompiler(std::vector<IndexUnit>& listed, const PartTree& parts, AnchorTables& made)
-        : units(listed), tree(parts), tables(made) {}
+    AnchorCompiler(std::vector<IndexUnit>& listed, const PartTree& parts, bool hasShuffles,
+                   AnchorTables& made)
+        : units(listed), tree(parts), isVector(hasShuffles), tables(made) {}
 
     void compile() {
         const std::vector<uint32_t> others = enterLongAnchors();
@@ -50,6 +54,14 @@ class AnchorCompiler {
     }
 
   private:
+    /// Where a run unit is going to be entered.
+    struct Choice {
+        uint32_t unit;
+        uint32_t offset;  // symbol at which its anchor begins
+        RunAnchor table;
+        std::vector<uint64_t> grams;  // their hashes; none of a shape
+    };
+
     bool isPart(uint32_t unit) const { return units[unit].kind() == UnitKind::Part; }
 
     // A unit whose best long anchor is still shared by many would make each probe that finds one of
@@ -62,8 +74,9 @@ class AnchorCompiler {
         std::vector<uint32_t> others;
         grams.reserve((units.size() - tree.unitCount()) * kLongStride);
         forEachUnit([&](uint32_t unit) {
-            const auto anchor =
-                isPart(unit) ? std::nullopt : chooseAnchor(literals, kLongStride, counts);
+            const auto anchor = isPart(unit) || isSmall
+                                    ? std::nullopt
+                                    : chooseAnchor(literals, kLongStride, counts);
             if (!anchor || anchor->crowd > kCrowd) {
                 others.push_back(unit);
                 return;
@@ -80,7 +93,8 @@ class AnchorCompiler {
     }
 
     void enterRunAnchors(const std::vector<uint32_t>& others) {
-        GramCounts wideCounts(kWideGram, symbolCount());
+        setWideGram(others);
+        GramCounts wideCounts(tables.wideAnchors.gramWidth(), symbolCount());
         GramCounts narrowCounts(kNarrowGram, symbolCount());
         GramCounts pairCounts(kPairGram, ShapeTable::kPairs);
         forEachUnit([&](uint32_t /*unit*/) {
@@ -88,37 +102,76 @@ class AnchorCompiler {
             narrowCounts.add(literals);
             pairCounts.add(literals);
         });
-        std::vector<std::pair<uint32_t, uint32_t>> withoutRow;  // unit, symbol of its rarest pair
+        std::vector<Choice> rows;
+        std::vector<Choice> withoutRow;
+        std::unordered_map<uint64_t, uint32_t> crowds;  // by gram: how many rows have it
+        const auto pairOf = [&](uint32_t unit) {
+            // Two literal bytes lead every part.
+            return Choice{
+                unit, chooseAnchor(literals, 1, pairCounts)->offset, RunAnchor::Shape, {}};
+        };
         for (const uint32_t unit : others) {
             literals.assign(units[unit]);
-            const auto wide = chooseAnchor(literals, kWideStride, wideCounts);
-            const auto narrow = chooseAnchor(literals, 1, narrowCounts);
-            if (wide && wide->crowd <= kCrowd) {
-                enterWide(unit, wide->offset);
-            } else if (!wide && narrow && narrow->crowd <= kCrowd) {
-                enterNarrow(unit, narrow->offset);
+            const bool isWide = literals.longest() >= shortestWideRow();
+            const auto row = isWide ? chooseAnchor(literals, kWideStride, wideCounts)
+                                    : chooseAnchor(literals, 1, narrowCounts);
+            if (!row) {
+                withoutRow.push_back(pairOf(unit));
+                continue;
+            }
+            const auto kind = isWide ? RunAnchor::Wide : RunAnchor::Narrow;
+            rows.push_back({unit, row->offset, kind, gramsAt(row->offset, kind)});
+            for (const uint64_t gram : rows.back().grams) ++crowds[gram];
+        }
+        const bool areFewNarrow = std::count_if(rows.begin(), rows.end(), isNarrow) <= kFewNarrow;
+        for (const Choice& choice : rows) {
+            literals.assign(units[choice.unit]);
+            const bool isCrowded =
+                std::any_of(choice.grams.begin(), choice.grams.end(),
+                            [&](uint64_t gram) { return crowds[gram] > kCrowd; });
+            if (isNarrow(choice) && areFewNarrow) {
+                withoutRow.push_back({choice.unit, choice.offset, RunAnchor::Shape, {}});
+            } else if (isCrowded) {
+                withoutRow.push_back(pairOf(choice.unit));
             } else {
-                // Two literal bytes lead every part.
-                const auto pair = chooseAnchor(literals, 1, pairCounts);
-                withoutRow.emplace_back(unit, pair->offset);
-                setAnchor(unit, pair->offset, 1);
+                enterRow(choice);
             }
         }
         enterShapes(withoutRow);
     }
 
-    void enterWide(uint32_t unit, uint32_t offset) {
-        const uint32_t number = addRunUnit(unit, offset, RunAnchor::Wide);
-        for (uint32_t i = kWideStride; i-- > 0;) {  // the last place first, as above
-            wideGrams.push_back({tables.wideAnchors.hash(literals.at(offset + i)),
-                                 RunAnchorEntry(number, i).value, countsAtBegin(unit)});
+    /// Without shuffles a narrow anchor costs a probe at each position. Then narrower grams let the
+    /// rows of four take part in the wide anchors.
+    void setWideGram(const std::vector<uint32_t>& others) {
+        const auto hasRowOfFour = [this](uint32_t unit) {
+            literals.assign(units[unit]);
+            return literals.longest() == kNarrowGram;
+        };
+        if (!isVector && std::any_of(others.begin(), others.end(), hasRowOfFour)) {
+            tables.wideAnchors = RunTable(kWideGram - 1);
         }
     }
+    uint32_t shortestWideRow() const { return tables.wideAnchors.gramWidth() + kWideStride - 1; }
+    static bool isNarrow(const Choice& choice) { return choice.table == RunAnchor::Narrow; }
 
-    void enterNarrow(uint32_t unit, uint32_t offset) {
-        const uint32_t number = addRunUnit(unit, offset, RunAnchor::Narrow);
-        narrowGrams.push_back({tables.narrowAnchors.hash(literals.at(offset)),
-                               RunAnchorEntry(number, 0).value, countsAtBegin(unit)});
+    /// @return the hashes of an anchor's grams, the first one first
+    std::vector<uint64_t> gramsAt(uint32_t offset, RunAnchor kind) const {
+        if (kind == RunAnchor::Narrow) return {tables.narrowAnchors.hash(literals.at(offset))};
+        std::vector<uint64_t> hashes;
+        for (uint32_t i = 0; i < kWideStride; ++i) {
+            hashes.push_back(tables.wideAnchors.hash(literals.at(offset + i)));
+        }
+        return hashes;
+    }
+
+    void enterRow(const Choice& choice) {
+        const uint32_t number = addRunUnit(choice.unit, choice.offset, choice.table);
+        auto& grams = choice.table == RunAnchor::Wide ? wideGrams : narrowGrams;
+        // The last place first, as above.
+        for (auto i = static_cast<uint32_t>(choice.grams.size()); i-- > 0;) {
+            grams.push_back(
+                {choice.grams[i], RunAnchorEntry(number, i).value, countsAtBegin(choice.unit)});
+        }
     }
 
     /// Adds a unit with a row of literals as its anchor, in the middle of its window.
@@ -151,7 +204,7 @@ class AnchorCompiler {
 
     // The window is at the beginning of the unit. Where too many units agree in it, the end is
     // tried: "aa??b??b??b??b??b??b??x" and "aa??b??b??b??b??b??b??y" differ there.
-    void enterShapes(const std::vector<std::pair<uint32_t, uint32_t>>& withoutRow) {
+    void enterShapes(const std::vector<Choice>& withoutRow) {
         using Window = std::array<uint8_t, kWindow>;
         std::map<std::pair<Window, Window>, uint32_t> crowds;  // by mask and bytes
         const auto shapeOf = [&](uint32_t unit, uint32_t pairAt, uint32_t windowAt) {
@@ -162,18 +215,20 @@ class AnchorCompiler {
             entry.group.pairAt = static_cast<uint16_t>(pairAt);
             entry.group.windowAt = static_cast<uint16_t>(windowAt);
             entry.bytes = window.bytes;
+            entry.anchor = classBytesAt(pairAt);
             for (uint32_t i = 0; i < kWindow; ++i) {
                 entry.group.mask[i] = (window.open >> i & 1) != 0 ? 0 : 0xFF;
             }
             entry.runUnit = kNoRunUnit;
             return entry;
         };
-        for (const auto& [unit, pairAt] : withoutRow) {
+        for (const auto& [unit, pairAt, table, grams] : withoutRow) {
             literals.assign(units[unit]);
+            setAnchor(unit, pairAt, 1);
             const auto entry = shapeOf(unit, pairAt, 0);
             ++crowds[{entry.group.mask, entry.bytes}];
         }
-        for (const auto& [unit, pairAt] : withoutRow) {
+        for (const auto& [unit, pairAt, table, grams] : withoutRow) {
             literals.assign(units[unit]);
             auto entry = shapeOf(unit, pairAt, 0);
             uint32_t windowAt = 0;
@@ -182,9 +237,21 @@ class AnchorCompiler {
                 windowAt = last - kWindow;
                 entry = shapeOf(unit, pairAt, windowAt);
             }
-            entry.runUnit = storeRunUnit(unit, RunAnchor::Shape, windowAt);
+            entry.runUnit = storeRunUnit(unit, table, windowAt);
             shapes.push_back(entry);
         }
+    }
+
+    /// @return the bytes from a symbol on, as far as its row goes
+    ByteClasses::Bytes classBytesAt(uint32_t symbol) const {
+        const auto rows = literals.all();
+        const auto row = std::find_if(rows.begin(), rows.end(),
+                                      [symbol](const auto& each) { return each.end > symbol; });
+        ByteClasses::Bytes bytes;
+        for (uint32_t i = 0; i < ByteClasses::kWidth && symbol + i < row->end; ++i) {
+            bytes[i] = *literals.at(symbol + i);
+        }
+        return bytes;
     }
 
     /// @return whether the unit matters in a stream of which nothing was scanned yet
@@ -223,6 +290,9 @@ class AnchorCompiler {
 
     std::vector<IndexUnit>& units;
     const PartTree& tree;
+    const bool isVector;
+    // In a small set one table for all is probed faster than two, and not much larger.
+    const bool isSmall = units.size() <= kSmallSet;
     AnchorTables& tables;
     LiteralRows literals;  // of the unit being worked on
     std::vector<RunTable::Gram> wideGrams;
@@ -232,8 +302,9 @@ class AnchorCompiler {
 
 }  // namespace
 
-void compileAnchors(std::vector<IndexUnit>& units, const PartTree& tree, AnchorTables& tables) {
-    AnchorCompiler(units, tree, tables).compile();
+void compileAnchors(std::vector<IndexUnit>& units, const PartTree& tree, bool hasShuffles,
+                    AnchorTables& tables) {
+    AnchorCompiler(units, tree, hasShuffles, tables).compile();
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -12,8 +12,10 @@ class PartTree;
 
 /// @param units   the parts first; their anchors and check bytes are set
 /// @param tree    of the parts
+/// @param hasShuffles  whether the search has a vector unit that looks bytes up in a register
 /// @param tables  empty ones
 /// @throws std::bad_alloc
-void compileAnchors(std::vector<IndexUnit>& units, const PartTree& tree, AnchorTables& tables);
+void compileAnchors(std::vector<IndexUnit>& units, const PartTree& tree, bool hasShuffles,
+                    AnchorTables& tables);
 
 }  // namespace STREAMENGINE_SPACE

@@ -11,14 +11,14 @@
 //       text    .....abcdefghij....      "abcdefghij" begins at 5
 //       probes  ^   ^   ^   ^   ^        the one at 8 finds "defghij"
 //
-//   - Wide anchors: of six consecutive literals two grams of five bytes, for every second position.
+//   - Wide anchors: of five consecutive literals two grams of four bytes, for every second
+//   position.
 //     All parts with such a row are entered here, because what counts of this table changes with
-//     the stream.
-//   - Narrow anchors: four literals, one gram, for each position.
-//   - Shapes: what has no row of four, or none that few others share.
+//     the stream; and in small sets everything, so that one table is probed instead of two.
+//   - Narrow anchors: four literals, one gram, for each position. Only if many units need it.
+//   - Shapes: what has no such row, or none that few others share.
 //
-// The last three lead to run units. Positions are probed for the tables that a set needs: most sets
-// of script have no narrow anchors and no shapes.
+// The last three lead to run units. Positions are probed for the tables that a set needs.
 #pragma once
 
 #include <cstdint>
@@ -34,7 +34,7 @@ namespace STREAMENGINE_SPACE {
 constexpr uint32_t kLongStride = 4;  // positions from one probe for long anchors to the next
 constexpr uint32_t kWideStride = 2;  // likewise for wide anchors
 constexpr uint32_t kLongGram = 7;    // bytes, as the following
-constexpr uint32_t kWideGram = 5;
+constexpr uint32_t kWideGram = 4;
 constexpr uint32_t kNarrowGram = 4;
 constexpr uint32_t kPairGram = 2;
 

@@ -9,7 +9,7 @@ namespace STREAMENGINE_SPACE {
 
 /// Where a unit's anchor is entered.
 enum class RunAnchor : uint8_t {
-    Wide,    // two grams of five bytes
+    Wide,    // two grams of four bytes
     Narrow,  // one gram of four bytes
     Shape    // single bytes among wildcards
 };

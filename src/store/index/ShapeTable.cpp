@@ -19,7 +19,9 @@ void ShapeTable::build(std::vector<Entry> entries) {
     std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
         return orderOf(a.group) < orderOf(b.group);
     });
+    std::vector<ByteClasses::Bytes> anchors;
     for (const Entry& entry : entries) {
+        anchors.push_back(entry.anchor);
         const Group& group = entry.group;
         if (groups.empty() || groups.back() != group) {
             Range& range = ranges.findOrInsert(group.pair);
@@ -33,6 +35,8 @@ void ShapeTable::build(std::vector<Entry> entries) {
         links.push_back({entry.runUnit, known != nullptr ? *known : kNone});
         heads.findOrInsert(key) = static_cast<uint32_t>(links.size() - 1);
     }
+    std::sort(anchors.begin(), anchors.end());
+    byteClasses.build(anchors);
 }
 
 std::span<const ShapeTable::Group> ShapeTable::groupsOf(uint16_t pair) const {

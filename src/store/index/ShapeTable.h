@@ -18,6 +18,7 @@
 #include <span>
 #include <vector>
 
+#include "store/index/ByteClasses.h"
 #include "store/index/RunUnit.h"
 #include "support/ByteOrder.h"
 #include "support/FlatMap.h"
@@ -42,6 +43,7 @@ class ShapeTable {
     struct Entry {
         Group group;
         std::array<uint8_t, kWindow> bytes;
+        ByteClasses::Bytes anchor;  // the pair and the two symbols after it
         uint32_t runUnit;
     };
 
@@ -54,6 +56,9 @@ class ShapeTable {
     static uint16_t pairAt(const uint8_t* at) { return loadLittleEndian<uint16_t>(at); }
     /// A bit for each pair, the lowest of a word first.
     const std::vector<uint64_t>& pairBits() const { return pairs; }
+    bool hasPair(uint16_t pair) const { return (pairs[pair / 64] >> (pair % 64) & 1) != 0; }
+    /// Accepts each place of a text at which a unit may have its pair.
+    const ByteClasses& classes() const { return byteClasses; }
     /// @return the groups of a pair
     std::span<const Group> groupsOf(uint16_t pair) const;
     /// @return the largest number of groups of one pair
@@ -83,6 +88,7 @@ class ShapeTable {
     static uint32_t keyOf(const Group& group, const uint8_t* window);
 
     std::vector<uint64_t> pairs;
+    ByteClasses byteClasses;
     std::vector<Group> groups;           // those of a pair together
     QLT_SPACE::FlatMap<Range> ranges;    // by pair
     QLT_SPACE::FlatMap<uint32_t> heads;  // by key: the first link

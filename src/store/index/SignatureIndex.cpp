@@ -18,7 +18,7 @@ void SignatureIndex::build(const TrieTree& trieTree, const BmList& bmList,
     units = std::move(list.units);
     tree = std::move(list.tree);
     singleRanks = std::move(list.singleRanks);
-    compileAnchors(units, tree, anchors);
+    compileAnchors(units, tree, QLT_SPACE::includesAvx2(unit), anchors);
     units.shrink_to_fit();
 }
 
