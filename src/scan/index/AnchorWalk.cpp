@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "scan/index/SearchCounts.h"
 #include "scan/index/ShapeProbe.h"
 #include "support/ByteOrder.h"
 
@@ -72,6 +73,7 @@ AnchorWalk::AnchorWalk(const SignatureIndex& searched, const SearchText& searchT
 
 // Bytes after the text are probed as well; the marks that they make are cut off.
 void AnchorWalk::advance(uint32_t at, uint32_t stop) {
+    ZVK_COUNT(bytes, stop - at);
     stretchAt = at;
     stretchBlocks = (stop - at + kProbeBlock - 1) / kProbeBlock;
     probeAnchors(filters, index.vectorUnit, text.bytes + at, stretchBlocks, bits.data(), feed);
@@ -106,7 +108,9 @@ void AnchorWalk::followLong(uint64_t marks, uint32_t at) {
     for (; marks != 0; marks &= marks - 1) {
         const uint32_t gramAt = at + static_cast<uint32_t>(std::countr_zero(marks));
         const uint64_t hash = anchors.longAnchors.hash(text.bytes + gramAt);
+        ZVK_COUNT(longMarks, 1);
         for (const LongAnchorEntry entry : anchors.longAnchors.bucket(hash)) {
+            ZVK_COUNT(longEntries, 1);
             const IndexUnit& unit = index.units[entry.unit()];
             filter.considerLong(entry.unit(), unit.anchor + entry.place(), gramAt);
         }
@@ -120,6 +124,9 @@ void AnchorWalk::followRuns(uint32_t block, uint32_t at) {
         const auto place = static_cast<uint32_t>(std::countr_zero(marks.ofRuns()));
         const uint64_t bit = uint64_t{1} << place;
         const ProbeMarks here = marks;
+        ZVK_COUNT(wideMarks, here.wide >> place & 1);
+        ZVK_COUNT(narrowMarks, here.narrow >> place & 1);
+        ZVK_COUNT(pairMarks, here.pairs >> place & 1);
         marks.wide &= ~bit;
         marks.narrow &= ~bit;
         marks.pairs &= ~bit;
@@ -133,30 +140,65 @@ void AnchorWalk::followRuns(uint32_t block, uint32_t at) {
     }
 }
 
+RunTable::Around AnchorWalk::aroundGram(uint32_t at, uint32_t width) const {
+    constexpr uint32_t kFar = 4;  // bytes
+    const uint8_t* const begin = text.bytes + at;
+    const uint8_t* const end = begin + width;
+    RunTable::Around around;
+    around.after = {RunTable::oneOf(end), RunTable::twoOf(end), RunTable::fourOf(end)};
+    around.knowsAfter = text.length - at - width >= kFar;
+    // Before the text begins there is no unit to be found.
+    if (at >= 1) around.before[0] = RunTable::oneOf(begin - 1);
+    if (at >= 2) around.before[1] = RunTable::twoOf(begin - 2);
+    if (at >= kFar) around.before[2] = RunTable::fourOf(begin - kFar);
+    return around;
+}
+
 void AnchorWalk::findRuns(const RunTable& table, RunAnchor kind, uint32_t at) {
     const uint64_t hash = table.hash(text.bytes + at);
     const uint16_t print = table.printOf(hash);
+    const RunTable::Around around = aroundGram(at, table.gramWidth());
+    const uint8_t* const lanes = lanesOf(table, kind);
     bool isNeeded = false;
-    for (const auto* line = &table.lineOf(hash); line != nullptr; line = table.nextOf(*line)) {
-        for (uint32_t equal = line->withPrint(print); equal != 0; equal &= equal - 1) {
-            const RunAnchorEntry entry(line->values[static_cast<size_t>(std::countr_zero(equal))]);
-            if (!filter.isAlive(entry.unit())) continue;
+    uint32_t number = table.lineOf(hash);
+    do {
+        const RunTable::Line& line = table.line(number);
+        for (uint32_t fit = line.fitting(print, around) & lanes[number]; fit != 0; fit &= fit - 1) {
+            const auto lane = static_cast<uint32_t>(std::countr_zero(fit));
+            const RunAnchorEntry entry(line.values[lane]);
+            ZVK_COUNT(runEntries, 1);
+            if (!filter.isAlive(entry.unit())) {
+                ZVK_COUNT(idle, 1);
+                live->ignoreLane(kind, number, lane);
+                continue;
+            }
             isNeeded = true;
             if (entry.place() <= at) filter.considerRun(entry.unit(), at - entry.place());
         }
-    }
+        number = line.next;
+    } while (number != 0);
     if (!isNeeded && live != nullptr) ignoreIfIdle(table, kind, hash);
+}
+
+const uint8_t* AnchorWalk::lanesOf(const RunTable& table, RunAnchor kind) const {
+    return live != nullptr ? live->lanesOf(kind) : table.baseLanes().data();
 }
 
 /// Clears the filter's bit if nothing that is alive needs it.
 void AnchorWalk::ignoreIfIdle(const RunTable& table, RunAnchor kind, uint64_t hash) {
     const uint16_t print = table.printOf(hash);
-    for (const auto* line = &table.lineOf(hash); line != nullptr; line = table.nextOf(*line)) {
-        for (uint32_t i = 0; i < line->count(); ++i) {
-            if (!table.sharesBit(line->prints[i], print)) continue;
-            if (filter.isAlive(RunAnchorEntry(line->values[i]).unit())) return;
+    const uint8_t* const lanes = lanesOf(table, kind);
+    uint32_t number = table.lineOf(hash);
+    do {
+        const RunTable::Line& line = table.line(number);
+        for (uint32_t left = lanes[number]; left != 0; left &= left - 1) {
+            const auto lane = static_cast<uint32_t>(std::countr_zero(left));
+            if (!table.sharesBit(line.prints[lane], print)) continue;
+            if (filter.isAlive(RunAnchorEntry(line.values[lane]).unit())) return;
         }
-    }
+        number = line.next;
+    } while (number != 0);
+    ZVK_COUNT(ignored, 1);
     live->ignore(kind, hash);
 }
 
@@ -164,13 +206,11 @@ void AnchorWalk::findShapes(uint32_t at) {
     const uint16_t pair = ShapeTable::pairAt(text.bytes + at);
     if (!anchors.shapes.hasPair(pair)) return;
     for (const auto& group : anchors.shapes.groupsOf(pair)) {
-        if (group.pairAt > at) continue;
-        const uint32_t windowAt = at - group.pairAt + group.windowAt;
-        if (windowAt >= text.length || text.length - windowAt < kWindow) {
-            filter.leave(at - group.pairAt);
-            if (windowAt >= text.length) continue;
-        }
+        ZVK_COUNT(shapeLookups, 1);
+        const int64_t windowAt = int64_t{at} + group.windowAfter;
+        if (windowAt < 0 || windowAt >= text.length) continue;
         anchors.shapes.forEachAt(group, text.bytes + windowAt, [&](uint32_t runUnit) {
+            ZVK_COUNT(runEntries, 1);
             if (filter.isAlive(runUnit)) filter.considerRun(runUnit, at);
         });
     }

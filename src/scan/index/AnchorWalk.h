@@ -35,6 +35,8 @@ class AnchorWalk {
     void followLong(uint64_t marks, uint32_t at);
     void followRuns(uint32_t block, uint32_t at);
     [[gnu::always_inline]] inline void findRuns(const RunTable& table, RunAnchor kind, uint32_t at);
+    [[gnu::always_inline]] inline RunTable::Around aroundGram(uint32_t at, uint32_t width) const;
+    const uint8_t* lanesOf(const RunTable& table, RunAnchor kind) const;
     void ignoreIfIdle(const RunTable& table, RunAnchor kind, uint64_t hash);
     void findShapes(uint32_t at);
     void markAhead(uint32_t runUnit, uint32_t from);

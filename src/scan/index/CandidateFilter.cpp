@@ -4,6 +4,7 @@
 #include <emmintrin.h>
 #endif
 
+#include "scan/index/SearchCounts.h"
 #include "scan/index/UnitComparison.h"
 
 namespace STREAMENGINE_SPACE {
@@ -26,6 +27,7 @@ bool CandidateFilter::windowFits(const RunUnit& unit, const uint8_t* at) {
 void CandidateFilter::compare(uint32_t number, uint32_t start) {
     const IndexUnit& unit = index.units[number];
     const uint32_t rest = text.length - start;
+    ZVK_COUNT(compared, 1);
     if (unit.kind() == UnitKind::PlainString && !isBefore(start, number)) return;
     if (!matchesAt(unit, text.bytes + start, std::min(unit.length, rest))) return;
     if (unit.length > rest) {

@@ -72,11 +72,6 @@ class CandidateFilter {
         }
     }
 
-    /// Leaves a start undecided, because what is there ends after the text.
-    void leave(uint32_t start) {
-        if (canMatter(start)) undecided = std::min(undecided, start);
-    }
-
     /// @return index before which every match that begins was found
     uint32_t undecidedFrom() const { return undecided; }
 

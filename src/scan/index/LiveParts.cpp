@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "scan/index/SearchCounts.h"
+
 namespace STREAMENGINE_SPACE {
 
 LiveParts& LiveParts::ofThread() {
@@ -16,6 +18,7 @@ void LiveParts::adopt(const SignatureIndex& searched, const StreamKey& stream, P
     key = {};
     log = &accepted;
     if (isCurrent) return;
+    ZVK_COUNT(restored, 1);
     if (isSame) {
         undo();
     } else {
@@ -88,6 +91,7 @@ void LiveParts::replay() {
 }
 
 uint32_t LiveParts::occur(uint32_t unit, uint32_t pos) {
+    ZVK_COUNT(occurrences, 1);
     uint32_t completed = kNoNode;
     const uint8_t before = states[unit];
     if ((before & kRootOpen) != 0) {
@@ -110,6 +114,7 @@ uint32_t LiveParts::occur(uint32_t unit, uint32_t pos) {
 
 /// @return the node if a signature is complete with it, else kNoNode
 uint32_t LiveParts::accept(uint32_t number, uint32_t pos) {
+    ZVK_COUNT(accepted, 1);
     const PartNode& node = index->tree.node(number);
     acceptedNodes.push_back(number);
     isAccepted[number] = 1;
@@ -147,12 +152,13 @@ void LiveParts::wake(uint32_t unit) {
     const uint8_t* const gram = runUnit.gram();
     if (runUnit.table == RunAnchor::Wide) {
         for (uint32_t i = 0; i < kWideStride; ++i) {
-            wide.set(index->anchors.wideAnchors.hash(gram + i));
+            wide.set(index->anchors.wideAnchors.hash(gram + i), RunAnchorEntry(unit, i).value);
         }
     } else if (runUnit.table == RunAnchor::Narrow) {
-        narrow.set(index->anchors.narrowAnchors.hash(gram));
+        narrow.set(index->anchors.narrowAnchors.hash(gram), RunAnchorEntry(unit, 0).value);
     }
     woken.push_back(unit);
+    ZVK_COUNT(woken, 1);
 }
 
 uint32_t LiveParts::occurRarely(uint32_t unit, uint32_t pos) {

@@ -81,6 +81,16 @@ class LiveParts {
         (table == RunAnchor::Wide ? wide : narrow).clear(hash);
     }
 
+    /// By line of a table: bit i is clear only if gram i belongs to a unit that is not alive.
+    const uint8_t* lanesOf(RunAnchor table) const {
+        return (table == RunAnchor::Wide ? wide : narrow).allLanes();
+    }
+    /// Clears such a bit.
+    /// @throws std::bad_alloc
+    void ignoreLane(RunAnchor table, uint32_t line, uint32_t lane) {
+        (table == RunAnchor::Wide ? wide : narrow).clearLane(line, lane);
+    }
+
   private:
     enum State : uint8_t {
         kRootOpen = 1,  // its first part was not found yet

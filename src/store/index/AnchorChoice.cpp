@@ -27,14 +27,14 @@ void GramCounts::add(const LiteralRows& literals) {
     for (const auto& row : literals.all()) {
         for (uint32_t i = row.begin; i + 2 <= row.end; ++i) ++pairCounts[pairAt(literals.at(i))];
         for (uint32_t i = row.begin; i + width() <= row.end; ++i) {
-            uint8_t& count = counts[slotOf(literals.at(i))];
-            if (count != std::numeric_limits<uint8_t>::max()) ++count;
+            uint16_t& count = counts[slotOf(literals.at(i))];
+            if (count != std::numeric_limits<uint16_t>::max()) ++count;
         }
     }
 }
 
 uint32_t GramCounts::others(const uint8_t* gram) const {
-    const uint8_t count = counts[slotOf(gram)];
+    const uint16_t count = counts[slotOf(gram)];
     return count != 0 ? count - 1U : 0U;
 }
 

@@ -25,7 +25,7 @@ class GramCounts {
 
     void add(const LiteralRows& literals);
 
-    /// @return how many other grams counted are equal to this one or share its slot; at most 254
+    /// @return how many other grams counted are equal to this one or share its slot; at most 65534
     uint32_t others(const uint8_t* gram) const;
     /// @return the count of the rarest pair in a gram
     uint32_t rarestPair(const uint8_t* gram) const;
@@ -39,7 +39,7 @@ class GramCounts {
 
     GramFilter hasher;  // gives the hash; holds nothing
     int shift;
-    std::vector<uint8_t> counts;  // saturating
+    std::vector<uint16_t> counts;  // saturating
     std::vector<uint32_t> pairCounts;
 };
 

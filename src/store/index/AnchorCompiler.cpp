@@ -13,6 +13,7 @@ namespace {
 constexpr uint32_t kCheckedSpan = 256;  // symbols among which a unit's check byte is
 constexpr uint32_t kNoRunUnit = 0xFFFFFFFF;
 constexpr size_t kSmallSet = 32768;         // units
+constexpr uint32_t kManyInLine = 512;       // grams of one hash
 constexpr std::ptrdiff_t kFewNarrow = 128;  // units
 
 Symbol symbolAt(const IndexUnit& unit, uint32_t i) {
@@ -59,7 +60,7 @@ class AnchorCompiler {
         uint32_t unit;
         uint32_t offset;  // symbol at which its anchor begins
         RunAnchor table;
-        std::vector<uint64_t> grams;  // their hashes; none of a shape
+        std::vector<RunTable::Gram> grams;  // none of a shape; their values are the places
     };
 
     bool isPart(uint32_t unit) const { return units[unit].kind() == UnitKind::Part; }
@@ -104,7 +105,8 @@ class AnchorCompiler {
         });
         std::vector<Choice> rows;
         std::vector<Choice> withoutRow;
-        std::unordered_map<uint64_t, uint32_t> crowds;  // by gram: how many rows have it
+        std::unordered_map<uint64_t, uint32_t> crowds;      // by gram: how many rows have it
+        std::unordered_map<uint64_t, uint32_t> likeCrowds;  // by gram and the bytes around it
         const auto pairOf = [&](uint32_t unit) {
             // Two literal bytes lead every part.
             return Choice{
@@ -120,15 +122,19 @@ class AnchorCompiler {
                 continue;
             }
             const auto kind = isWide ? RunAnchor::Wide : RunAnchor::Narrow;
-            rows.push_back({unit, row->offset, kind, gramsAt(row->offset, kind)});
-            for (const uint64_t gram : rows.back().grams) ++crowds[gram];
+            rows.push_back({unit, row->offset, kind, gramsAt(unit, row->offset, kind)});
+            for (const RunTable::Gram& gram : rows.back().grams) {
+                ++crowds[gram.hash];
+                ++likeCrowds[keyOf(gram)];
+            }
         }
         const bool areFewNarrow = std::count_if(rows.begin(), rows.end(), isNarrow) <= kFewNarrow;
         for (const Choice& choice : rows) {
             literals.assign(units[choice.unit]);
             const bool isCrowded =
-                std::any_of(choice.grams.begin(), choice.grams.end(),
-                            [&](uint64_t gram) { return crowds[gram] > kCrowd; });
+                std::any_of(choice.grams.begin(), choice.grams.end(), [&](const auto& gram) {
+                    return crowds[gram.hash] > kManyInLine || likeCrowds[keyOf(gram)] > kCrowd;
+                });
             if (isNarrow(choice) && areFewNarrow) {
                 withoutRow.push_back({choice.unit, choice.offset, RunAnchor::Shape, {}});
             } else if (isCrowded) {
@@ -154,23 +160,49 @@ class AnchorCompiler {
     uint32_t shortestWideRow() const { return tables.wideAnchors.gramWidth() + kWideStride - 1; }
     static bool isNarrow(const Choice& choice) { return choice.table == RunAnchor::Narrow; }
 
-    /// @return the hashes of an anchor's grams, the first one first
-    std::vector<uint64_t> gramsAt(uint32_t offset, RunAnchor kind) const {
-        if (kind == RunAnchor::Narrow) return {tables.narrowAnchors.hash(literals.at(offset))};
-        std::vector<uint64_t> hashes;
-        for (uint32_t i = 0; i < kWideStride; ++i) {
-            hashes.push_back(tables.wideAnchors.hash(literals.at(offset + i)));
+    static uint64_t keyOf(const RunTable::Gram& gram) {
+        return gram.hash ^ (uint64_t{gram.check} << 3 | static_cast<uint64_t>(gram.side));
+    }
+
+    /// @return an anchor's grams, the first one first; their values are the places
+    std::vector<RunTable::Gram> gramsAt(uint32_t unit, uint32_t offset, RunAnchor kind) const {
+        const bool isWide = kind == RunAnchor::Wide;
+        const RunTable& table = isWide ? tables.wideAnchors : tables.narrowAnchors;
+        const auto rows = literals.all();
+        const auto row = std::find_if(rows.begin(), rows.end(),
+                                      [offset](const auto& each) { return each.end > offset; });
+        std::vector<RunTable::Gram> grams;
+        for (uint32_t i = 0; i < (isWide ? kWideStride : 1); ++i) {
+            const uint32_t begin = offset + i;
+            const uint32_t end = begin + table.gramWidth();
+            const auto [side, check] = checkOf(*row, begin, end);
+            grams.push_back({table.hash(literals.at(begin)), i, side, check, countsAtBegin(unit)});
         }
-        return hashes;
+        return grams;
+    }
+
+    /// @return of the literals around a gram those that an entry knows: the more the better
+    std::pair<RunTable::Side, uint16_t> checkOf(const LiteralRows::Row& row, uint32_t begin,
+                                                uint32_t end) const {
+        using Side = RunTable::Side;
+        const uint32_t after = row.end - end;
+        const uint32_t before = begin - row.begin;
+        if (after >= 4) return {Side::FourAfter, RunTable::fourOf(literals.at(end))};
+        if (before >= 4) return {Side::FourBefore, RunTable::fourOf(literals.at(begin - 4))};
+        if (after >= 2) return {Side::TwoAfter, RunTable::twoOf(literals.at(end))};
+        if (before >= 2) return {Side::TwoBefore, RunTable::twoOf(literals.at(begin - 2))};
+        if (after >= 1) return {Side::OneAfter, RunTable::oneOf(literals.at(end))};
+        if (before >= 1) return {Side::OneBefore, RunTable::oneOf(literals.at(begin - 1))};
+        return {Side::None, uint16_t{0}};
     }
 
     void enterRow(const Choice& choice) {
         const uint32_t number = addRunUnit(choice.unit, choice.offset, choice.table);
         auto& grams = choice.table == RunAnchor::Wide ? wideGrams : narrowGrams;
         // The last place first, as above.
-        for (auto i = static_cast<uint32_t>(choice.grams.size()); i-- > 0;) {
-            grams.push_back(
-                {choice.grams[i], RunAnchorEntry(number, i).value, countsAtBegin(choice.unit)});
+        for (auto gram = choice.grams.rbegin(); gram != choice.grams.rend(); ++gram) {
+            grams.push_back(*gram);
+            grams.back().value = RunAnchorEntry(number, gram->value).value;
         }
     }
 
@@ -202,44 +234,45 @@ class AnchorCompiler {
         return static_cast<uint32_t>(all.size() - 1);
     }
 
-    // The window is at the beginning of the unit. Where too many units agree in it, the end is
+    // The window begins with the pair. Where too many units agree in it, the end of the unit is
     // tried: "aa??b??b??b??b??b??b??x" and "aa??b??b??b??b??b??b??y" differ there.
     void enterShapes(const std::vector<Choice>& withoutRow) {
-        using Window = std::array<uint8_t, kWindow>;
-        std::map<std::pair<Window, Window>, uint32_t> crowds;  // by mask and bytes
-        const auto shapeOf = [&](uint32_t unit, uint32_t pairAt, uint32_t windowAt) {
-            RunUnit window;
-            setWindow(window, units[unit], windowAt);
-            ShapeTable::Entry entry;
-            entry.group.pair = ShapeTable::pairAt(literals.at(pairAt));
-            entry.group.pairAt = static_cast<uint16_t>(pairAt);
-            entry.group.windowAt = static_cast<uint16_t>(windowAt);
-            entry.bytes = window.bytes;
-            entry.anchor = classBytesAt(pairAt);
-            for (uint32_t i = 0; i < kWindow; ++i) {
-                entry.group.mask[i] = (window.open >> i & 1) != 0 ? 0 : 0xFF;
-            }
-            entry.runUnit = kNoRunUnit;
-            return entry;
+        std::map<std::pair<ShapeTable::Window, ShapeTable::Window>, uint32_t> crowds;
+        const auto crowdOf = [&crowds](const ShapeTable::Entry& entry) -> uint32_t& {
+            return crowds[{entry.group.mask, entry.bytes}];
         };
-        for (const auto& [unit, pairAt, table, grams] : withoutRow) {
-            literals.assign(units[unit]);
-            setAnchor(unit, pairAt, 1);
-            const auto entry = shapeOf(unit, pairAt, 0);
-            ++crowds[{entry.group.mask, entry.bytes}];
-        }
-        for (const auto& [unit, pairAt, table, grams] : withoutRow) {
-            literals.assign(units[unit]);
-            auto entry = shapeOf(unit, pairAt, 0);
-            uint32_t windowAt = 0;
-            const uint32_t last = std::min(units[unit].length, kFurthestAnchor);
-            if (crowds[{entry.group.mask, entry.bytes}] > kCrowd && last > kWindow) {
-                windowAt = last - kWindow;
-                entry = shapeOf(unit, pairAt, windowAt);
+        for (const Choice& choice : withoutRow) ++crowdOf(shapeOf(choice, choice.offset));
+        for (const Choice& choice : withoutRow) {
+            uint32_t windowAt = choice.offset;
+            auto entry = shapeOf(choice, windowAt);
+            const uint32_t end = std::min(units[choice.unit].length, kFurthestAnchor);
+            if (crowdOf(entry) > kCrowd && end > windowAt + kWindow) {
+                windowAt = end - kWindow;
+                entry = shapeOf(choice, windowAt);
             }
-            entry.runUnit = storeRunUnit(unit, table, windowAt);
+            // The search has to see the whole window.
+            setAnchor(choice.unit, choice.offset, 1);
+            tables.reach = std::max(tables.reach, std::min(end, windowAt + kWindow));
+            entry.runUnit = storeRunUnit(choice.unit, RunAnchor::Shape, windowAt);
             shapes.push_back(entry);
         }
+    }
+
+    /// @return an entry for a unit, which becomes the one being worked on, but for its run unit
+    ShapeTable::Entry shapeOf(const Choice& choice, uint32_t windowAt) {
+        literals.assign(units[choice.unit]);
+        RunUnit window;
+        setWindow(window, units[choice.unit], windowAt);
+        ShapeTable::Entry entry;
+        entry.group.pair = ShapeTable::pairAt(literals.at(choice.offset));
+        entry.group.windowAfter = static_cast<int32_t>(windowAt - choice.offset);
+        entry.bytes = window.bytes;
+        entry.anchor = classBytesAt(choice.offset);
+        entry.runUnit = kNoRunUnit;
+        for (uint32_t i = 0; i < kWindow; ++i) {
+            entry.group.mask[i] = (window.open >> i & 1) != 0 ? 0 : 0xFF;
+        }
+        return entry;
     }
 
     /// @return the bytes from a symbol on, as far as its row goes

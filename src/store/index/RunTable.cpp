@@ -6,14 +6,32 @@
 
 #include <algorithm>
 #include <bit>
+#include <new>
 
 namespace STREAMENGINE_SPACE {
 namespace {
 
 constexpr size_t kFilterBitsPerGram = 16;
 constexpr size_t kLeastLines = 16;
-constexpr size_t kGramsPerLineOnAverage = 5;
+constexpr size_t kGramsPerLineOnAverage = 4;
 constexpr int kMostPrintBitsInFilter = 15;
+constexpr size_t kMostGrams = size_t{1} << 23;  // so that the number of a line has 24 bits
+
+/// @param lanes  kGramsPerLine numbers and one more of no meaning
+/// @return a bit for each that is equal, the first one lowest
+uint32_t equalLanes(const uint16_t* lanes, uint16_t sought) {
+#ifdef __SSE2__
+    const __m128i all = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes));
+    const __m128i equal = _mm_cmpeq_epi16(all, _mm_set1_epi16(static_cast<int16_t>(sought)));
+    return static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(equal, _mm_setzero_si128())));
+#else
+    uint32_t equal = 0;
+    for (uint32_t i = 0; i < RunTable::kGramsPerLine; ++i) {
+        equal |= (lanes[i] == sought ? 1U : 0U) << i;
+    }
+    return equal;
+#endif
+}
 
 int shiftFor(size_t slots) {
     return 64 - std::countr_zero(slots);
@@ -23,12 +41,14 @@ int shiftFor(size_t slots) {
 
 void RunTable::build(const std::vector<Gram>& entries) {
     if (entries.empty()) return;
+    if (entries.size() > kMostGrams) throw std::bad_alloc();
     const size_t lineCount =
         std::bit_ceil(std::max(kLeastLines, entries.size() / kGramsPerLineOnAverage));
     const size_t bits =
         std::bit_ceil(std::max(64 * kLeastLines, std::min(entries.size() * kFilterBitsPerGram,
                                                           lineCount << kMostPrintBitsInFilter)));
     lines.resize(lineCount);
+    lanes.assign(lineCount, 0);
     base.assign(bits / 64, 0);
     lineShift = shiftFor(lineCount);
     filterShift = shiftFor(bits);
@@ -38,33 +58,50 @@ void RunTable::build(const std::vector<Gram>& entries) {
 void RunTable::enter(const Gram& gram) {
     const uint32_t bit = bitOf(gram.hash);
     if (gram.counts) base[bit / 64] |= uint64_t{1} << (bit % 64);
-    auto number = static_cast<size_t>(gram.hash >> lineShift);
-    while (lines[number].next() != 0) number = lines[number].next();
-    if (lines[number].count() == kGramsPerLine) {
-        lines[number].countAndNext += 16 * static_cast<uint32_t>(lines.size());
-        number = lines.size();
+    uint32_t number = lineOf(gram.hash);
+    while (lines[number].next != 0) number = lines[number].next;
+    if (lines[number].count == kGramsPerLine) {
+        lines[number].next = lines.size() & 0xFFFFFF;
+        number = static_cast<uint32_t>(lines.size());
         lines.emplace_back();
+        lanes.push_back(0);
     }
     Line& line = lines[number];
-    line.prints[line.count()] = printOf(gram.hash);
-    line.values[line.count()] = gram.value;
-    ++line.countAndNext;
+    const auto lane = static_cast<uint8_t>(1U << line.count);
+    line.prints[line.count] = printOf(gram.hash);
+    line.checks[line.count] = gram.check;
+    line.values[line.count] = gram.value;
+    if (gram.side == Side::None) line.without |= lane;
+    if (gram.side >= Side::OneBefore) line.isBefore |= lane;
+    if (gram.side == Side::FourAfter || gram.side == Side::FourBefore) line.areFour |= lane;
+    if (gram.side == Side::OneAfter || gram.side == Side::OneBefore) line.isOne |= lane;
+    if (gram.counts) lanes[number] |= lane;
+    ++line.count;
 }
 
-uint32_t RunTable::Line::withPrint(uint16_t print) const {
-    uint32_t equal = 0;
-#ifdef __SSE2__
-    const __m128i sought = _mm_set1_epi16(static_cast<int16_t>(print));
-    const __m128i first = _mm_load_si128(reinterpret_cast<const __m128i*>(prints.data()));
-    // The last two fingerprints, and values behind them that the count rules out.
-    const __m128i last = _mm_loadu_si128(reinterpret_cast<const __m128i*>(prints.data() + 8));
-    const __m128i both =
-        _mm_packs_epi16(_mm_cmpeq_epi16(first, sought), _mm_cmpeq_epi16(last, sought));
-    equal = static_cast<uint32_t>(_mm_movemask_epi8(both));
-#else
-    for (uint32_t i = 0; i < kGramsPerLine; ++i) equal |= (prints[i] == print ? 1U : 0U) << i;
-#endif
-    return equal & ((1U << count()) - 1);
+std::pair<uint32_t, uint32_t> RunTable::placeOf(uint64_t hash, uint32_t value) const {
+    uint32_t number = lineOf(hash);
+    while (true) {
+        const auto& values = lines[number].values;
+        const auto found = std::find(values.begin(), values.begin() + lines[number].count, value);
+        const auto lane = static_cast<uint32_t>(found - values.begin());
+        if (lane != lines[number].count) return {number, lane};
+        number = lines[number].next;
+    }
+}
+
+uint32_t RunTable::Line::fitting(uint16_t print, const Around& around) const {
+    const uint32_t printed = equalLanes(prints.data(), print) & ((1U << count) - 1);
+    if (printed == 0) return 0;
+    const uint32_t areTwo = ~(uint32_t{areFour} | isOne);
+    const auto equalOn = [&](const std::array<uint16_t, 3>& side) {
+        return (equalLanes(checks.data(), side[0]) & isOne) |
+               (equalLanes(checks.data(), side[1]) & areTwo) |
+               (equalLanes(checks.data(), side[2]) & areFour);
+    };
+    const uint32_t after = around.knowsAfter ? equalOn(around.after) : ~0U;
+    const uint32_t before = equalOn(around.before);
+    return printed & ((after & ~uint32_t{isBefore}) | (before & isBefore) | without);
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -1,10 +1,15 @@
 // RunTable: which run units may be at a gram of the text, and which of its grams count.
 //
-// A hash table in lines of 64 bytes, one cache miss a lookup. A line holds up to ten grams: 16 more
-// bits of each hash, its fingerprint, and what it stands for. Before it stands a filter of one bit
-// for many hashes: the base filter holds the grams that count when a stream begins. A search works
-// on a copy, in which it sets the bits of what it wakes and clears those of what is found for good.
-// Hashes with the same filter bit are in one line and agree in the upper bits of the fingerprint:
+// A hash table in lines of 64 bytes, one cache miss a lookup. A line holds up to seven grams. Of
+// each it has what the gram stands for, 16 more bits of the hash (the fingerprint), and 16 bits of
+// one, two or four more bytes of the unit, after the gram or before it: many units are cut from the
+// same text and share a gram.
+//
+// Before the lines stands a filter of one bit for many hashes. The base filter holds the grams that
+// count when a stream begins, and so do the base lanes, a bit for each gram of a line. A search
+// works on copies, in which it sets the bits of what it wakes and clears those of what is found for
+// good. Hashes with the same filter bit are in one line and agree in the upper bits of the
+// fingerprint:
 //
 //   hash   | line | fingerprint ............ |
 //          | filter bit ..... |
@@ -14,32 +19,66 @@
 
 #include <array>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "store/index/GramFilter.h"
+#include "support/ByteOrder.h"
 
 namespace STREAMENGINE_SPACE {
 
 class RunTable {
   public:
-    static constexpr uint32_t kGramsPerLine = 10;
+    static constexpr uint32_t kGramsPerLine = 7;
+
+    /// Which bytes of the unit an entry knows besides its gram.
+    enum class Side : uint8_t {
+        None,
+        OneAfter,
+        TwoAfter,
+        FourAfter,
+        OneBefore,
+        TwoBefore,
+        FourBefore
+    };
+
+    /// @return 16 bits of one, two or four bytes
+    static uint16_t oneOf(const uint8_t* at) { return *at; }
+    static uint16_t twoOf(const uint8_t* at) { return loadLittleEndian<uint16_t>(at); }
+    static uint16_t fourOf(const uint8_t* at) {
+        return static_cast<uint16_t>(loadLittleEndian<uint32_t>(at) * 0x9E3779B1U >> 16);
+    }
+
+    /// The bytes on each side of a gram in the text: one, two and four of them.
+    struct Around {
+        std::array<uint16_t, 3> after{};
+        std::array<uint16_t, 3> before{};
+        bool knowsAfter = false;  // false: what is after it fits to all
+    };
 
     struct alignas(64) Line {
         std::array<uint16_t, kGramsPerLine> prints{};
+        uint8_t count = 0;    // how many grams it has
+        uint8_t without = 0;  // bit i: gram i knows no other bytes
+        std::array<uint16_t, kGramsPerLine> checks{};
+        uint8_t isBefore = 0;  // bit i: those of gram i are before it
+        uint8_t areFour = 0;   // bit i: there are four of them
         std::array<uint32_t, kGramsPerLine> values{};
-        uint32_t countAndNext = 0;  // how many grams it has; 16 times the number of the line that
-                                    // goes on with the same hashes, 0: none
+        uint32_t next : 24 = 0;  // number of the line that goes on with the same hashes; 0: none
+        uint32_t isOne : 8 = 0;  // as areFour
 
-        uint32_t count() const { return countAndNext % 16; }
-        uint32_t next() const { return countAndNext / 16; }
-        /// @return a bit for each gram with this fingerprint, the first one lowest
-        uint32_t withPrint(uint16_t print) const;
+        /// @return a bit for each gram with this fingerprint that may have these bytes around it,
+        ///         the first one lowest
+        uint32_t fitting(uint16_t print, const Around& around) const;
     };
+    static_assert(sizeof(Line) == 64);
 
     /// One gram on the way into the table.
     struct Gram {
-        uint64_t hash;   // by hash() of this table
-        uint32_t value;  // what find() returns for it
+        uint64_t hash;  // by hash() of this table
+        uint32_t value;
+        Side side;
+        uint16_t check;  // of the bytes on this side
         bool counts;     // when a stream begins
     };
 
@@ -62,13 +101,13 @@ class RunTable {
         return grams.viewOf(filter, filterShift);
     }
 
-    /// The line of a hash, and the lines that go on with it.
-    const Line& lineOf(uint64_t hash) const {
-        return lines[static_cast<size_t>(hash >> lineShift)];
-    }
-    const Line* nextOf(const Line& line) const {
-        return line.next() != 0 ? &lines[line.next()] : nullptr;
-    }
+    /// By line: bit i says whether gram i counts when a stream begins.
+    const std::vector<uint8_t>& baseLanes() const { return lanes; }
+    /// @return the number of the first line of a hash; Line::next leads on
+    uint32_t lineOf(uint64_t hash) const { return static_cast<uint32_t>(hash >> lineShift); }
+    const Line& line(uint32_t number) const { return lines[number]; }
+    /// @return the number of the line and the lane of a gram that is in the table
+    std::pair<uint32_t, uint32_t> placeOf(uint64_t hash, uint32_t value) const;
     uint16_t printOf(uint64_t hash) const {
         return static_cast<uint16_t>(hash << (64 - lineShift) >> 48);
     }
@@ -82,6 +121,7 @@ class RunTable {
 
     GramFilter grams;  // gives the hash; holds nothing
     std::vector<uint64_t> base;
+    std::vector<uint8_t> lanes;
     std::vector<Line> lines;  // those by hash, then those that go on
     int filterShift = 63;
     int lineShift = 63;

@@ -7,7 +7,7 @@ namespace STREAMENGINE_SPACE {
 namespace {
 
 auto orderOf(const ShapeTable::Group& group) {
-    return std::tuple(group.pair, group.pairAt, group.windowAt, group.mask);
+    return std::tuple(group.pair, group.windowAfter, group.mask);
 }
 
 }  // namespace
@@ -54,7 +54,9 @@ uint32_t ShapeTable::keyOf(const Group& group, const uint8_t* window) {
     };
     uint64_t mixed = masked(0) * kFactor;
     mixed = (mixed ^ (mixed >> 32) ^ masked(8)) * kFactor;
-    mixed = (mixed ^ (mixed >> 32) ^ (uint64_t{group.pair} << 16 | group.pairAt)) * kFactor;
+    mixed = (mixed ^ (mixed >> 32) ^
+             (uint64_t{group.pair} << 32 | static_cast<uint32_t>(group.windowAfter))) *
+            kFactor;
     return static_cast<uint32_t>(mixed >> 33);  // never FlatMap's kNoKey
 }
 

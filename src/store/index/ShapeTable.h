@@ -2,9 +2,10 @@
 //
 // Of "aa??x??x??x" the longest row is "aa", which thousands of units may share. But units that are
 // written alike have their literals at the same symbols, the same shape, and differ in the values.
-// So the units are grouped: those of a group agree in a pair of bytes, its place, and the shape of
-// a window of 16 symbols. Where the pair is in the text, each of its groups hashes the window with
-// all but the literals masked out, and one lookup finds the units of these values.
+// So the units are grouped: those of a group agree in a pair of bytes and in the shape of a window
+// of 16 symbols, which as a rule begins with the pair. Where the pair is in the text, each of its
+// groups hashes the window with all but the literals masked out, and one lookup finds the units of
+// these values.
 //
 // A position costs one step for each group of its pair, not for each unit. Example: 10,000 units
 // "aa??x??x??x" with other bytes for x are one group.
@@ -28,13 +29,13 @@ namespace STREAMENGINE_SPACE {
 class ShapeTable {
   public:
     static constexpr uint32_t kPairs = 65536;
+    using Window = std::array<uint8_t, kWindow>;
 
     /// A pair of bytes, and the shape of the window of those units that are entered with it.
     struct Group {
-        std::array<uint8_t, kWindow> mask{};  // 0xFF at literals, 0 elsewhere
+        Window mask{};  // 0xFF at literals, 0 elsewhere
         uint16_t pair = 0;
-        uint16_t pairAt = 0;  // symbol of the unit at which the pair is, as windowAt
-        uint16_t windowAt = 0;
+        int32_t windowAfter = 0;  // bytes from the pair to the window; negative: it is before
 
         bool operator==(const Group& other) const = default;
     };
@@ -42,7 +43,7 @@ class ShapeTable {
     /// A unit on the way into the table.
     struct Entry {
         Group group;
-        std::array<uint8_t, kWindow> bytes;
+        Window bytes;
         ByteClasses::Bytes anchor;  // the pair and the two symbols after it
         uint32_t runUnit;
     };
