@@ -87,7 +87,9 @@ void AnchorWalk::advance(uint32_t at, uint32_t stop) {
         }
         followLong(bits[block].longAnchors, blockAt);
     }
+    prefetchRuns(0);
     for (uint32_t block = 0; block < stretchBlocks; ++block) {
+        if (block + 1 < stretchBlocks) prefetchRuns(block + 1);
         followRuns(block, at + block * kProbeBlock);
     }
 }
@@ -114,6 +116,16 @@ void AnchorWalk::followLong(uint64_t marks, uint32_t at) {
             const IndexUnit& unit = index.units[entry.unit()];
             filter.considerLong(entry.unit(), unit.anchor + entry.place(), gramAt);
         }
+    }
+}
+
+/// Loads the lines of a block's marks, while the block before is followed.
+void AnchorWalk::prefetchRuns(uint32_t block) const {
+    const RunTable& table = anchors.wideAnchors;
+    const uint8_t* const from = text.bytes + stretchAt + block * kProbeBlock;
+    for (uint64_t marks = bits[block].wide; marks != 0; marks &= marks - 1) {
+        const uint64_t hash = table.hash(from + std::countr_zero(marks));
+        __builtin_prefetch(&table.line(table.lineOf(hash)));
     }
 }
 
@@ -157,27 +169,28 @@ RunTable::Around AnchorWalk::aroundGram(uint32_t at, uint32_t width) const {
 void AnchorWalk::findRuns(const RunTable& table, RunAnchor kind, uint32_t at) {
     const uint64_t hash = table.hash(text.bytes + at);
     const uint16_t print = table.printOf(hash);
-    const RunTable::Around around = aroundGram(at, table.gramWidth());
     const uint8_t* const lanes = lanesOf(table, kind);
-    bool isNeeded = false;
+    bool wasIdle = false;
     uint32_t number = table.lineOf(hash);
     do {
         const RunTable::Line& line = table.line(number);
-        for (uint32_t fit = line.fitting(print, around) & lanes[number]; fit != 0; fit &= fit - 1) {
+        uint32_t fit = line.withPrint(print) & lanes[number];
+        if (fit != 0) fit &= line.fitting(aroundGram(at, table.gramWidth()));
+        for (; fit != 0; fit &= fit - 1) {
             const auto lane = static_cast<uint32_t>(std::countr_zero(fit));
             const RunAnchorEntry entry(line.values[lane]);
             ZVK_COUNT(runEntries, 1);
             if (!filter.isAlive(entry.unit())) {
                 ZVK_COUNT(idle, 1);
                 live->ignoreLane(kind, number, lane);
-                continue;
+                wasIdle = true;
+            } else if (entry.place() <= at) {
+                filter.considerRun(entry.unit(), at - entry.place());
             }
-            isNeeded = true;
-            if (entry.place() <= at) filter.considerRun(entry.unit(), at - entry.place());
         }
         number = line.next;
     } while (number != 0);
-    if (!isNeeded && live != nullptr) ignoreIfIdle(table, kind, hash);
+    if (wasIdle) ignoreIfIdle(table, kind, hash);
 }
 
 const uint8_t* AnchorWalk::lanesOf(const RunTable& table, RunAnchor kind) const {

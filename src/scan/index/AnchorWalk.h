@@ -33,6 +33,7 @@ class AnchorWalk {
   private:
     void cutAtEnd(ProbeMarks& marks, uint32_t at) const;
     void followLong(uint64_t marks, uint32_t at);
+    void prefetchRuns(uint32_t block) const;
     void followRuns(uint32_t block, uint32_t at);
     [[gnu::always_inline]] inline void findRuns(const RunTable& table, RunAnchor kind, uint32_t at);
     [[gnu::always_inline]] inline RunTable::Around aroundGram(uint32_t at, uint32_t width) const;

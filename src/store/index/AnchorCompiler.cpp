@@ -13,6 +13,7 @@ namespace {
 constexpr uint32_t kCheckedSpan = 256;  // symbols among which a unit's check byte is
 constexpr uint32_t kNoRunUnit = 0xFFFFFFFF;
 constexpr size_t kSmallSet = 32768;         // units
+constexpr uint32_t kManyAlike = 128;        // grams of one hash with the same bytes around them
 constexpr uint32_t kManyInLine = 512;       // grams of one hash
 constexpr std::ptrdiff_t kFewNarrow = 128;  // units
 
@@ -133,7 +134,7 @@ class AnchorCompiler {
             literals.assign(units[choice.unit]);
             const bool isCrowded =
                 std::any_of(choice.grams.begin(), choice.grams.end(), [&](const auto& gram) {
-                    return crowds[gram.hash] > kManyInLine || likeCrowds[keyOf(gram)] > kCrowd;
+                    return crowds[gram.hash] > kManyInLine || likeCrowds[keyOf(gram)] > kManyAlike;
                 });
             if (isNarrow(choice) && areFewNarrow) {
                 withoutRow.push_back({choice.unit, choice.offset, RunAnchor::Shape, {}});

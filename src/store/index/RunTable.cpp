@@ -1,9 +1,5 @@
 #include "store/index/RunTable.h"
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 #include <algorithm>
 #include <bit>
 #include <new>
@@ -11,27 +7,14 @@
 namespace STREAMENGINE_SPACE {
 namespace {
 
-constexpr size_t kFilterBitsPerGram = 16;
+// While the filter fits into a cache of the second level, it accepts few wrong positions.
+constexpr size_t kBitsPerGram = 64;
+constexpr size_t kLeastBitsPerGram = 16;
+constexpr size_t kCachedBits = size_t{1} << 20;
 constexpr size_t kLeastLines = 16;
 constexpr size_t kGramsPerLineOnAverage = 4;
 constexpr int kMostPrintBitsInFilter = 15;
 constexpr size_t kMostGrams = size_t{1} << 23;  // so that the number of a line has 24 bits
-
-/// @param lanes  kGramsPerLine numbers and one more of no meaning
-/// @return a bit for each that is equal, the first one lowest
-uint32_t equalLanes(const uint16_t* lanes, uint16_t sought) {
-#ifdef __SSE2__
-    const __m128i all = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes));
-    const __m128i equal = _mm_cmpeq_epi16(all, _mm_set1_epi16(static_cast<int16_t>(sought)));
-    return static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(equal, _mm_setzero_si128())));
-#else
-    uint32_t equal = 0;
-    for (uint32_t i = 0; i < RunTable::kGramsPerLine; ++i) {
-        equal |= (lanes[i] == sought ? 1U : 0U) << i;
-    }
-    return equal;
-#endif
-}
 
 int shiftFor(size_t slots) {
     return 64 - std::countr_zero(slots);
@@ -44,9 +27,10 @@ void RunTable::build(const std::vector<Gram>& entries) {
     if (entries.size() > kMostGrams) throw std::bad_alloc();
     const size_t lineCount =
         std::bit_ceil(std::max(kLeastLines, entries.size() / kGramsPerLineOnAverage));
-    const size_t bits =
-        std::bit_ceil(std::max(64 * kLeastLines, std::min(entries.size() * kFilterBitsPerGram,
-                                                          lineCount << kMostPrintBitsInFilter)));
+    const size_t wanted = std::max(std::min(entries.size() * kBitsPerGram, kCachedBits),
+                                   entries.size() * kLeastBitsPerGram);
+    const size_t bits = std::bit_ceil(
+        std::max(64 * kLeastLines, std::min(wanted, lineCount << kMostPrintBitsInFilter)));
     lines.resize(lineCount);
     lanes.assign(lineCount, 0);
     base.assign(bits / 64, 0);
@@ -90,9 +74,7 @@ std::pair<uint32_t, uint32_t> RunTable::placeOf(uint64_t hash, uint32_t value) c
     }
 }
 
-uint32_t RunTable::Line::fitting(uint16_t print, const Around& around) const {
-    const uint32_t printed = equalLanes(prints.data(), print) & ((1U << count) - 1);
-    if (printed == 0) return 0;
+uint32_t RunTable::Line::fitting(const Around& around) const {
     const uint32_t areTwo = ~(uint32_t{areFour} | isOne);
     const auto equalOn = [&](const std::array<uint16_t, 3>& side) {
         return (equalLanes(checks.data(), side[0]) & isOne) |
@@ -101,7 +83,7 @@ uint32_t RunTable::Line::fitting(uint16_t print, const Around& around) const {
     };
     const uint32_t after = around.knowsAfter ? equalOn(around.after) : ~0U;
     const uint32_t before = equalOn(around.before);
-    return printed & ((after & ~uint32_t{isBefore}) | (before & isBefore) | without);
+    return (after & ~uint32_t{isBefore}) | (before & isBefore) | without;
 }
 
 }  // namespace STREAMENGINE_SPACE

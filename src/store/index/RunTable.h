@@ -17,6 +17,10 @@
 // Built once, then read by any number of scanners.
 #pragma once
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include <array>
 #include <cstdint>
 #include <utility>
@@ -56,6 +60,23 @@ class RunTable {
         bool knowsAfter = false;  // false: what is after it fits to all
     };
 
+    /// @param lanes  kGramsPerLine numbers and one more of no meaning
+    /// @return a bit for each that is equal, the first one lowest
+    static uint32_t equalLanes(const uint16_t* lanes, uint16_t sought) {
+#ifdef __SSE2__
+        const __m128i all = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes));
+        const __m128i equal = _mm_cmpeq_epi16(all, _mm_set1_epi16(static_cast<int16_t>(sought)));
+        return static_cast<uint32_t>(
+            _mm_movemask_epi8(_mm_packs_epi16(equal, _mm_setzero_si128())));
+#else
+        uint32_t equal = 0;
+        for (uint32_t i = 0; i < kGramsPerLine; ++i) {
+            equal |= (lanes[i] == sought ? 1U : 0U) << i;
+        }
+        return equal;
+#endif
+    }
+
     struct alignas(64) Line {
         std::array<uint16_t, kGramsPerLine> prints{};
         uint8_t count = 0;    // how many grams it has
@@ -67,9 +88,11 @@ class RunTable {
         uint32_t next : 24 = 0;  // number of the line that goes on with the same hashes; 0: none
         uint32_t isOne : 8 = 0;  // as areFour
 
-        /// @return a bit for each gram with this fingerprint that may have these bytes around it,
-        ///         the first one lowest
-        uint32_t fitting(uint16_t print, const Around& around) const;
+        /// @return a bit for each gram with this fingerprint, the first one lowest, and some of no
+        ///         meaning above those of the grams
+        uint32_t withPrint(uint16_t print) const { return equalLanes(prints.data(), print); }
+        /// @return a bit for each gram that may have these bytes around it, likewise
+        uint32_t fitting(const Around& around) const;
     };
     static_assert(sizeof(Line) == 64);
 
@@ -89,23 +112,39 @@ class RunTable {
     /// @throws std::bad_alloc
     void build(const std::vector<Gram>& entries);
 
-    bool isEmpty() const { return lines.empty(); }
-    uint32_t gramWidth() const { return grams.gramWidth(); }
-    uint64_t hash(const uint8_t* at) const { return grams.hash(at); }
+    bool isEmpty() const {
+        return lines.empty();
+    }
+    uint32_t gramWidth() const {
+        return grams.gramWidth();
+    }
+    uint64_t hash(const uint8_t* at) const {
+        return grams.hash(at);
+    }
 
     /// The filter when a stream begins: bit bitOf(hash), counted from the lowest of each word.
-    const std::vector<uint64_t>& baseFilter() const { return base; }
-    uint32_t bitOf(uint64_t hash) const { return static_cast<uint32_t>(hash >> filterShift); }
+    const std::vector<uint64_t>& baseFilter() const {
+        return base;
+    }
+    uint32_t bitOf(uint64_t hash) const {
+        return static_cast<uint32_t>(hash >> filterShift);
+    }
     /// @return what a probe needs of a copy of the base filter
     GramFilter::View viewOf(const uint64_t* filter) const {
         return grams.viewOf(filter, filterShift);
     }
 
     /// By line: bit i says whether gram i counts when a stream begins.
-    const std::vector<uint8_t>& baseLanes() const { return lanes; }
+    const std::vector<uint8_t>& baseLanes() const {
+        return lanes;
+    }
     /// @return the number of the first line of a hash; Line::next leads on
-    uint32_t lineOf(uint64_t hash) const { return static_cast<uint32_t>(hash >> lineShift); }
-    const Line& line(uint32_t number) const { return lines[number]; }
+    uint32_t lineOf(uint64_t hash) const {
+        return static_cast<uint32_t>(hash >> lineShift);
+    }
+    const Line& line(uint32_t number) const {
+        return lines[number];
+    }
     /// @return the number of the line and the lane of a gram that is in the table
     std::pair<uint32_t, uint32_t> placeOf(uint64_t hash, uint32_t value) const;
     uint16_t printOf(uint64_t hash) const {
