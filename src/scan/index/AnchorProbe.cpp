@@ -12,28 +12,23 @@ namespace {
 
 constexpr uint32_t kStride = kLongStride;  // bytes that one step probes
 
-/// Which tables are probed besides that of wide anchors.
-enum class Tables { Wide, Long, All };
-
 /// The probes of one stride, without a branch between them: while the loads of one are under way,
 /// those of the next begin.
-template <Tables kTables>
+template <bool kLong, bool kWide, bool kNarrow>
 struct StrideProbe {
     // Copies: the compiler cannot know that the marks written below are not part of the filters.
     ProbeFilters filters;
 
     /// Adds the marks of the stride at `text`, which is at `at` in its block.
     ZVK_INLINE void probe(ProbeMarks& marks, const uint8_t* text, uint32_t at) const {
-        if constexpr (kTables != Tables::Wide) {
+        if constexpr (kLong) {
             marks.longAnchors |= (filters.longAnchors.probe(text) & 1) << at;
         }
-        for (uint32_t i = 0; i < kStride; i += kWideStride) {
+        for (uint32_t i = 0; kWide && i < kStride; i += kWideStride) {
             marks.wide |= (filters.wide.probe(text + i) & 1) << (at + i);
         }
-        if constexpr (kTables == Tables::All) {
-            for (uint32_t i = 0; i < kStride; ++i) {
-                marks.narrow |= (filters.narrow.probe(text + i) & 1) << (at + i);
-            }
+        for (uint32_t i = 0; kNarrow && i < kStride; ++i) {
+            marks.narrow |= (filters.narrow.probe(text + i) & 1) << (at + i);
         }
     }
 };
@@ -77,36 +72,41 @@ ZVK_INLINE void probeAll(const ProbeFilters& filters, const uint8_t* text, uint3
 
 using ProbeAll = void (*)(const ProbeFilters&, const uint8_t*, uint32_t, ProbeMarks*, DigestFeed&);
 
-template <Tables kTables>
+template <bool... kTables>
 void probeBaseline(const ProbeFilters& filters, const uint8_t* text, uint32_t blocks,
                    ProbeMarks* marks, DigestFeed& feed) {
-    probeAll<StrideProbe<kTables>>(filters, text, blocks, marks, feed);
+    probeAll<StrideProbe<kTables...>>(filters, text, blocks, marks, feed);
 }
 
 #ifdef ZVK_TARGET_BMI2
 /// BMI2 shifts by a count in any register, so a probe takes fewer instructions.
-template <Tables kTables>
+template <bool... kTables>
 ZVK_TARGET_BMI2 void probeBmi2(const ProbeFilters& filters, const uint8_t* text, uint32_t blocks,
                                ProbeMarks* marks, DigestFeed& feed) {
-    probeAll<StrideProbe<kTables>>(filters, text, blocks, marks, feed);
+    probeAll<StrideProbe<kTables...>>(filters, text, blocks, marks, feed);
 }
 #endif
 
-template <Tables kTables>
+template <bool... kTables>
 ProbeAll choose([[maybe_unused]] QLT_SPACE::VectorUnit unit) {
 #ifdef ZVK_TARGET_BMI2
-    if (QLT_SPACE::includesAvx2(unit)) return probeBmi2<kTables>;
+    if (QLT_SPACE::includesAvx2(unit)) return probeBmi2<kTables...>;
 #endif
-    return probeBaseline<kTables>;
+    return probeBaseline<kTables...>;
+}
+
+template <bool kLong>
+ProbeAll chooseWith(const ProbeFilters& filters, QLT_SPACE::VectorUnit unit) {
+    if (!filters.hasNarrow) return choose<kLong, true, false>(unit);
+    return filters.hasWide ? choose<kLong, true, true>(unit) : choose<kLong, false, true>(unit);
 }
 
 }  // namespace
 
 void probeAnchors(const ProbeFilters& filters, QLT_SPACE::VectorUnit unit, const uint8_t* text,
                   uint32_t blocks, ProbeMarks* marks, DigestFeed& feed) {
-    const ProbeAll chosen = filters.hasNarrow ? choose<Tables::All>(unit)
-                            : filters.hasLong ? choose<Tables::Long>(unit)
-                                              : choose<Tables::Wide>(unit);
+    const ProbeAll chosen =
+        filters.hasLong ? chooseWith<true>(filters, unit) : chooseWith<false>(filters, unit);
     chosen(filters, text, blocks, marks, feed);
 }
 

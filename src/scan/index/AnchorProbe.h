@@ -33,6 +33,7 @@ struct ProbeFilters {
     GramFilter::View wide;
     GramFilter::View narrow;
     bool hasLong;
+    bool hasWide;
     bool hasNarrow;
 };
 

@@ -68,7 +68,9 @@ AnchorWalk::AnchorWalk(const SignatureIndex& searched, const SearchText& searchT
     filters = {anchors.longAnchors.view(),
                live != nullptr ? live->wideView() : baseOf(anchors.wideAnchors),
                live != nullptr ? live->narrowView() : baseOf(anchors.narrowAnchors),
-               !anchors.longAnchors.isEmpty(), !anchors.narrowAnchors.isEmpty()};
+               !anchors.longAnchors.isEmpty(),
+               !anchors.wideAnchors.isEmpty(),
+               !anchors.narrowAnchors.isEmpty()};
 }
 
 // Bytes after the text are probed as well; the marks that they make are cut off.
@@ -121,12 +123,15 @@ void AnchorWalk::followLong(uint64_t marks, uint32_t at) {
 
 /// Loads the lines of a block's marks, while the block before is followed.
 void AnchorWalk::prefetchRuns(uint32_t block) const {
-    const RunTable& table = anchors.wideAnchors;
     const uint8_t* const from = text.bytes + stretchAt + block * kProbeBlock;
-    for (uint64_t marks = bits[block].wide; marks != 0; marks &= marks - 1) {
-        const uint64_t hash = table.hash(from + std::countr_zero(marks));
-        __builtin_prefetch(&table.line(table.lineOf(hash)));
-    }
+    const auto load = [from](const RunTable& table, uint64_t marks) {
+        for (; marks != 0; marks &= marks - 1) {
+            const uint64_t hash = table.hash(from + std::countr_zero(marks));
+            __builtin_prefetch(&table.line(table.lineOf(hash)));
+        }
+    };
+    load(anchors.wideAnchors, bits[block].wide);
+    load(anchors.narrowAnchors, bits[block].narrow);
 }
 
 // The marks change while they are followed: a unit that is woken adds some ahead.

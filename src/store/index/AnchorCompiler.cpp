@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <unordered_map>
 
 #include "store/index/AnchorChoice.h"
@@ -14,6 +15,7 @@ constexpr uint32_t kCheckedSpan = 256;  // symbols among which a unit's check by
 constexpr uint32_t kNoRunUnit = 0xFFFFFFFF;
 constexpr size_t kSmallSet = 32768;         // units
 constexpr uint32_t kManyAlike = 128;        // grams of one hash with the same bytes around them
+constexpr uint64_t kDearGrams = 1;         // others that share a gram, on average
 constexpr uint32_t kManyInLine = 512;       // grams of one hash
 constexpr std::ptrdiff_t kFewNarrow = 128;  // units
 
@@ -96,35 +98,67 @@ class AnchorCompiler {
 
     void enterRunAnchors(const std::vector<uint32_t>& others) {
         setWideGram(others);
-        GramCounts wideCounts(tables.wideAnchors.gramWidth(), symbolCount());
-        GramCounts narrowCounts(kNarrowGram, symbolCount());
-        GramCounts pairCounts(kPairGram, ShapeTable::kPairs);
-        forEachUnit([&](uint32_t /*unit*/) {
-            wideCounts.add(literals);
-            narrowCounts.add(literals);
-            pairCounts.add(literals);
-        });
+        countGrams();
+        isDense = paysToProbeEach(others);
         std::vector<Choice> rows;
         std::vector<Choice> withoutRow;
-        std::unordered_map<uint64_t, uint32_t> crowds;      // by gram: how many rows have it
-        std::unordered_map<uint64_t, uint32_t> likeCrowds;  // by gram and the bytes around it
-        const auto pairOf = [&](uint32_t unit) {
-            // Two literal bytes lead every part.
-            return Choice{
-                unit, chooseAnchor(literals, 1, pairCounts)->offset, RunAnchor::Shape, {}};
-        };
         for (const uint32_t unit : others) {
             literals.assign(units[unit]);
-            const bool isWide = literals.longest() >= shortestWideRow();
-            const auto row = isWide ? chooseAnchor(literals, kWideStride, wideCounts)
-                                    : chooseAnchor(literals, 1, narrowCounts);
-            if (!row) {
+            if (literals.longest() < kNarrowGram) {
                 withoutRow.push_back(pairOf(unit));
-                continue;
+            } else {
+                rows.push_back(rowOf(unit));
             }
-            const auto kind = isWide ? RunAnchor::Wide : RunAnchor::Narrow;
-            rows.push_back({unit, row->offset, kind, gramsAt(unit, row->offset, kind)});
-            for (const RunTable::Gram& gram : rows.back().grams) {
+        }
+        enterRows(rows, withoutRow);
+        enterShapes(withoutRow);
+    }
+
+    void countGrams() {
+        wideCounts.emplace(tables.wideAnchors.gramWidth(), symbolCount());
+        narrowCounts.emplace(kNarrowGram, symbolCount());
+        pairCounts.emplace(kPairGram, ShapeTable::kPairs);
+        forEachUnit([&](uint32_t /*unit*/) {
+            wideCounts->add(literals);
+            narrowCounts->add(literals);
+            pairCounts->add(literals);
+        });
+    }
+
+    // One probe at each position instead of every second finds one gram of a unit instead of two.
+    // Where a unit has one rare byte, as "<trclass=4", only one of its grams may have it, and the
+    // other one is found all over the text. The set is the sample of the text.
+    bool paysToProbeEach(const std::vector<uint32_t>& others) {
+        uint64_t wideCost = 0, narrowCost = 0;
+        for (const uint32_t unit : others) {
+            literals.assign(units[unit]);
+            if (literals.longest() < shortestWideRow()) continue;
+            wideCost += chooseAnchor(literals, kWideStride, *wideCounts)->crowd;
+            narrowCost += chooseAnchor(literals, 1, *narrowCounts)->crowd;
+        }
+        return wideCost > kDearGrams * others.size() && wideCost > 2 * narrowCost;
+    }
+
+    /// @return the choice of the unit being worked on, of its rarest pair
+    Choice pairOf(uint32_t unit) const {
+        // Two literal bytes lead every part.
+        return {unit, chooseAnchor(literals, 1, *pairCounts)->offset, RunAnchor::Shape, {}};
+    }
+    /// @return likewise of its rarest grams in a row
+    Choice rowOf(uint32_t unit) const {
+        const bool isWide = !isDense && literals.longest() >= shortestWideRow();
+        const auto row = isWide ? chooseAnchor(literals, kWideStride, *wideCounts)
+                                : chooseAnchor(literals, 1, *narrowCounts);
+        const auto table = isWide ? RunAnchor::Wide : RunAnchor::Narrow;
+        return {unit, row->offset, table, gramsAt(unit, row->offset, table)};
+    }
+
+    /// Enters units with a row of literals, and adds those that are better found by their shape.
+    void enterRows(const std::vector<Choice>& rows, std::vector<Choice>& byShape) {
+        std::unordered_map<uint64_t, uint32_t> crowds;      // by gram: how many rows have it
+        std::unordered_map<uint64_t, uint32_t> likeCrowds;  // by gram and the bytes around it
+        for (const Choice& choice : rows) {
+            for (const RunTable::Gram& gram : choice.grams) {
                 ++crowds[gram.hash];
                 ++likeCrowds[keyOf(gram)];
             }
@@ -137,14 +171,13 @@ class AnchorCompiler {
                     return crowds[gram.hash] > kManyInLine || likeCrowds[keyOf(gram)] > kManyAlike;
                 });
             if (isNarrow(choice) && areFewNarrow) {
-                withoutRow.push_back({choice.unit, choice.offset, RunAnchor::Shape, {}});
+                byShape.push_back({choice.unit, choice.offset, RunAnchor::Shape, {}});
             } else if (isCrowded) {
-                withoutRow.push_back(pairOf(choice.unit));
+                byShape.push_back(pairOf(choice.unit));
             } else {
                 enterRow(choice);
             }
         }
-        enterShapes(withoutRow);
     }
 
     /// Without shuffles a narrow anchor costs a probe at each position. Then narrower grams let the
@@ -329,6 +362,9 @@ class AnchorCompiler {
     const bool isSmall = units.size() <= kSmallSet;
     AnchorTables& tables;
     LiteralRows literals;  // of the unit being worked on
+    // Of the whole set, by the width of their grams.
+    std::optional<GramCounts> wideCounts, narrowCounts, pairCounts;
+    bool isDense = false;  // each position is probed, and no anchors are wide
     std::vector<RunTable::Gram> wideGrams;
     std::vector<RunTable::Gram> narrowGrams;
     std::vector<ShapeTable::Entry> shapes;
