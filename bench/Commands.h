@@ -30,6 +30,7 @@ constexpr uint64_t kSeed = 20090605;
 void addGenerateCommand(CLI::App& app);
 void addCompareCommand(CLI::App& app);
 void addHostileCommand(CLI::App& app);
+void addAttackCommand(CLI::App& app);
 void addSmallCommand(CLI::App& app);
 void addStreamsCommand(CLI::App& app);
 void addLoadCommand(CLI::App& app);

@@ -41,6 +41,7 @@ int run(int argc, char** argv) {
     addGenerateCommand(app);
     addCompareCommand(app);
     addHostileCommand(app);
+    addAttackCommand(app);
     addSmallCommand(app);
     addStreamsCommand(app);
     addLoadCommand(app);
