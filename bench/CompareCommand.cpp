@@ -92,7 +92,7 @@ void compare(const BenchOptions& options) {
                options.rounds,
                hasPeer ? "" : "; built without libhyperscan, its columns are empty");
     Json rows = Json::array();
-    for (const std::string& kind : kSetKinds) {
+    for (const std::string& kind : options.kinds) {
         for (const size_t size : options.sizes) {
             Comparison comparison(options, kind, size, pages);
             comparison.run(options.rounds);
