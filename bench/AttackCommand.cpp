@@ -35,7 +35,7 @@ struct AttackCost {
     double ratio() const { return hostile / ordinary; }
 };
 
-/// The cases of one size of families, with the set of the current one loaded.
+/// A case with its set loaded; one a process at a time.
 class AttackRun {
   public:
     AttackRun(const AttackCase& attackCase, const std::string& file, const Pages& pages)
@@ -49,30 +49,34 @@ class AttackRun {
         const size_t length = shortLength();
         std::vector<double> onOpening, onShort, onLong, onOrdinary;
         size_t found = 0;
-        for (int round = 0; round < rounds && !hasRunLong(); ++round) {
+        for (int round = 0; round < rounds && (round == 0 || !hasRunLong()); ++round) {
             onLong.push_back(scan(kLong * length));
             onShort.push_back(scan(length));
             found = detections;
-            onOpening.push_back(openingSeconds / static_cast<double>(attack.opening.size() + 1));
+            onOpening.push_back(openingSeconds);
             onOrdinary.push_back(secondsOf([&] { instance.scanPages(ordinary); }));
         }
-        const double each = median(onShort) / static_cast<double>(length);
         // A long opening is hostile as well: the dearer of the two counts.
-        const bool isLong = attack.opening.size() > kChunkLength;
-        return {1e9 * std::max(each, isLong ? median(onOpening) : 0),
-                1e9 * median(onOrdinary) / static_cast<double>(totalBytes(ordinary)),
-                median(onLong) / median(onShort) / kLong, length, found};
+        const size_t opening = attack.opening.size();
+        const double ofOpening = opening > kChunkLength ? eachOf(onOpening, opening) : 0;
+        return {std::max(eachOf(onShort, length), ofOpening),
+                eachOf(onOrdinary, totalBytes(ordinary)), median(onLong) / median(onShort) / kLong,
+                length, found};
     }
 
   private:
+    /// @return nanoseconds a byte
+    static double eachOf(const std::vector<double>& seconds, size_t bytes) {
+        return 1e9 * median(seconds) / static_cast<double>(bytes);
+    }
+
     bool hasRunLong() const {
         constexpr double kMostSeconds = 3;
         return hostileSeconds > kMostSeconds;
     }
 
-    /// @return a length that takes long enough to be timed. At least some cycles of the engine:
-    /// what
-    ///         is searched again after a detection is at most one.
+    /// @return a length that takes long enough to be timed, of at least two cycles: what is
+    ///         searched again after a detection is at most one
     size_t shortLength() {
         constexpr size_t kLeast = 1 << 15, kMost = 1 << 20;
         constexpr double kLeastSeconds = 0.02;
