@@ -20,16 +20,24 @@ using Json = nlohmann::ordered_json;
 /// The cells of a row of the table, each with its heading.
 using Cells = std::vector<std::pair<std::string, std::string>>;
 
+const std::string kEngine = "engine", kWithoutMd5 = "engine_without_md5";
+
 Json jsonOf(const Comparison& comparison) {
-    Json rates, ratios;
+    Json rates, ratios, ratiosWithoutMd5;
     for (const auto& [name, run, seconds] : comparison.contenders) {
         rates[name] = rounded(comparison.rate(name));
-        if (!name.starts_with("engine")) ratios[name] = rounded(comparison.ratio(name));
+        if (name.starts_with("engine")) continue;
+        const bool hasDigests = !name.ends_with("_without_md5"), isRaw = name == "hyperscan_raw";
+        if (hasDigests) ratios[name] = rounded(comparison.ratio(kEngine, name));
+        if (!hasDigests || isRaw) {
+            ratiosWithoutMd5[name] = rounded(comparison.ratio(kWithoutMd5, name));
+        }
     }
     Json row = {{"kind", comparison.kind},
                 {"signatures", comparison.size},
                 {"megabytes_per_cpu_second", rates},
                 {"engine_in_terms_of", ratios},
+                {"engine_without_md5_in_terms_of", ratiosWithoutMd5},
                 {"planted", comparison.planted()},
                 {"detections", comparison.agreement.detections().size()}};
     if (const auto apart = comparison.pagesApart()) row["pages_on_which_peer_differs"] = *apart;
@@ -41,8 +49,8 @@ Cells cellsOf(const Comparison& comparison) {
         const double value = comparison.rate(name);
         return fmt::format("{:.{}f}", value, value < 10 ? 3 : 1);
     };
-    const auto ratio = [&](const std::string& name) {
-        return fmt::format("{:.2f}", comparison.ratio(name));
+    const auto ratio = [&](const std::string& to, const std::string& form = kEngine) {
+        return fmt::format("{:.2f}", comparison.ratio(form, to));
     };
     const auto apart = comparison.pagesApart();
     return {{"set", comparison.kind},
@@ -52,10 +60,13 @@ Cells cellsOf(const Comparison& comparison) {
             {"plain", rate("plain")},
             {"-md5", rate("plain_without_md5")},
             {"hs same", rate("hyperscan_same_work")},
+            {"-md5", rate("hyperscan_same_work_without_md5")},
             {"hs raw", rate("hyperscan_raw")},
             {"/plain", ratio("plain")},
             {"/hs same", ratio("hyperscan_same_work")},
+            {"-md5", ratio("hyperscan_same_work_without_md5", kWithoutMd5)},
             {"/hs raw", ratio("hyperscan_raw")},
+            {"-md5", ratio("hyperscan_raw", kWithoutMd5)},
             {"planted", std::to_string(comparison.planted())},
             {"found", std::to_string(comparison.agreement.detections().size())},
             {"apart", apart ? std::to_string(*apart) : "-"}};
@@ -92,7 +103,7 @@ void compare(const BenchOptions& options) {
                options.rounds,
                hasPeer ? "" : "; built without libhyperscan, its columns are empty");
     Json rows = Json::array();
-    for (const std::string& kind : kSetKinds) {
+    for (const std::string& kind : options.kinds) {
         for (const size_t size : options.sizes) {
             Comparison comparison(options, kind, size, pages);
             comparison.run(options.rounds);

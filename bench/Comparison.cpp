@@ -95,7 +95,8 @@ void Comparison::addPeer(const std::filesystem::path& cache) {
             {name, [this, work] { return secondsOf([&] { peer->scanPages(pages, work); }); }});
     };
     add("hyperscan_raw", PeerWork::Raw);
-    add("hyperscan_same_work", PeerWork::Normalised);
+    add("hyperscan_same_work_without_md5", PeerWork::Normalised);
+    add("hyperscan_same_work", PeerWork::Digested);
 }
 
 void Comparison::run(int rounds) {
@@ -114,8 +115,8 @@ double Comparison::rate(const std::string& name) const {
     return 0;
 }
 
-double Comparison::ratio(const std::string& name) const {
-    return rate(name) > 0 ? rate("engine") / rate(name) : 0;
+double Comparison::ratio(const std::string& name, const std::string& to) const {
+    return rate(to) > 0 ? rate(name) / rate(to) : 0;
 }
 
 std::optional<size_t> Comparison::pagesApart() const {

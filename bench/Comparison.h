@@ -50,8 +50,8 @@ class Comparison {
 
     /// @return raw bytes of the pages a CPU second, in units of 1,000,000; 0 if it did not run
     double rate(const std::string& name) const;
-    /// @return the engine's rate divided by another contender's; 0 if that did not run
-    double ratio(const std::string& name) const;
+    /// @return a contender's rate divided by another one's; 0 if that did not run
+    double ratio(const std::string& name, const std::string& to) const;
     /// @return the number of pages on which the peer's last scan, of normalised bytes, reported
     ///         other names than the engine; none without a peer
     std::optional<size_t> pagesApart() const;

@@ -26,13 +26,6 @@ std::vector<std::string> textsOf(size_t count, size_t length,
     return texts;
 }
 
-std::vector<Signature> named(size_t count,
-                             const std::function<std::vector<SignaturePart>()>& next) {
-    std::vector<Signature> signatures;
-    for (size_t i = 0; i < count; ++i) signatures.push_back({"Body." + std::to_string(i), next()});
-    return signatures;
-}
-
 /// Fills the case with beginnings of its signatures. Of several parts only the last is cut short.
 void fillWithBeginnings(HostileCase& made, size_t count, size_t length, size_t least,
                         Random& random) {
@@ -94,7 +87,9 @@ std::vector<HostileCase> hostileCases(const Pages& pages, size_t signatures, siz
     }};
     for (const auto& [name, body] : shared) {
         cases.push_back(
-            {name, named(signatures, [&random, make = body] { return make(random); }), {}});
+            {name,
+             distinctSignatures(signatures, [&random, make = body] { return make(random); }),
+             {}});
     }
     for (HostileCase& made : cases) fillWithBeginnings(made, texts, textLength, 7, random);
     return cases;

@@ -14,6 +14,7 @@
 namespace {
 
 using ScratchPtr = std::unique_ptr<hs_scratch_t, Freer<hs_free_scratch>>;
+using DigestKindPtr = std::unique_ptr<EVP_MD, Freer<EVP_MD_free>>;
 using DigestPtr = std::unique_ptr<EVP_MD_CTX, Freer<EVP_MD_CTX_free>>;
 
 class Peer : public HyperscanPeer {
@@ -36,7 +37,7 @@ class Peer : public HyperscanPeer {
             if (work == PeerWork::Raw) {
                 scanRaw(pages[page]);
             } else {
-                scanNormalised(pages[page]);
+                scanNormalised(pages[page], work == PeerWork::Digested);
             }
         }
     }
@@ -45,7 +46,7 @@ class Peer : public HyperscanPeer {
     static int onMatch(unsigned int id, unsigned long long /*from*/, unsigned long long /*to*/,
                        unsigned int /*flags*/, void* context) {
         auto& self = *static_cast<Peer*>(context);
-        self.found.emplace(self.page, id);
+        self.found.emplace_back(self.page, id);
         return 0;
     }
 
@@ -61,21 +62,22 @@ class Peer : public HyperscanPeer {
         }
     }
 
-    void scanNormalised(std::string_view text) {
+    void scanNormalised(std::string_view text, bool isDigested) {
         normaliser.begin(text.substr(0, 256));
-        EVP_DigestInit_ex(digest.get(), EVP_md5(), nullptr);
+        if (isDigested) EVP_DigestInit_ex(digest.get(), md5.get(), nullptr);
         for (; !text.empty(); text.remove_prefix(std::min(kChunkLength, text.size()))) {
             const size_t kept = normaliser.feed(text.substr(0, kChunkLength), buffer.data());
-            EVP_DigestUpdate(digest.get(), buffer.data(), kept);
+            if (isDigested) EVP_DigestUpdate(digest.get(), buffer.data(), kept);
             match(buffer.data(), kept);
         }
         std::array<unsigned char, EVP_MAX_MD_SIZE> made = {};
-        EVP_DigestFinal_ex(digest.get(), made.data(), nullptr);
+        if (isDigested) EVP_DigestFinal_ex(digest.get(), made.data(), nullptr);
     }
 
     DatabasePtr database;
     ScratchPtr scratch;
     hs_stream_t* stream = nullptr;  // closed with the scratch, before both are freed
+    DigestKindPtr md5{EVP_MD_fetch(nullptr, "MD5", nullptr)};  // once: it takes a microsecond
     DigestPtr digest{EVP_MD_CTX_new()};
     RunNormaliser normaliser;
     std::array<char, kChunkLength> buffer = {};

@@ -1,14 +1,8 @@
-#include <algorithm>
-#include <stdexcept>
-
-#include "NormalisedPage.h"
 #include "TextSource.h"
 
 namespace {
 
-constexpr size_t kShortestText = 400;
-constexpr size_t kShortestPart = 5, kLongestPart = 24;
-
+constexpr size_t kShortestLast = 5;
 constexpr std::string_view kBytes = "abcdefghijklmnopqrstuvwxyz0123456789_%";
 
 /// Changes a byte of the second half.
@@ -28,40 +22,19 @@ size_t trigram(const std::string& text, size_t end) {
 
 }  // namespace
 
-PageSource::PageSource(const Pages& rawPages) : trigrams(1 << 24) {
-    for (const std::string& page : rawPages) {
-        texts.push_back(normalisedPage(page));
-        const std::string& text = texts.back();
+PageSource::PageSource(const Pages& rawPages)
+    : CutSource(rawPages, kShortestLast), trigrams(1 << 24) {
+    for (const std::string& text : texts) {
         for (size_t i = 2; i < text.size(); ++i) trigrams[trigram(text, i)] = true;
-        if (texts.back().size() < kShortestText) texts.pop_back();
     }
-    if (texts.empty()) throw std::runtime_error("no page is long enough to cut signatures from");
 }
 
-std::string PageSource::piece(Random& random, size_t least, size_t most) {
-    const std::string& text = random.pick(texts);
-    const size_t length = random.between(least, most);
-    std::string piece = text.substr(random.between(0, text.size() - length), length);
-    makeRare(piece, random);
-    return piece;
+/// Nine parts in ten differ from the page in one byte; the tenth occurs as it is.
+void PageSource::vary(std::string& piece, Random& random) {
+    if (random.chance(90)) changeByte(piece, random);
 }
 
-std::vector<std::string> PageSource::pieces(Random& random, size_t count) {
-    const std::string& text = random.pick(texts);
-    size_t at = random.between(0, text.size() - count * (kLongestPart + 60));
-    std::vector<std::string> pieces;
-    while (pieces.size() < count) {
-        const size_t length = random.between(kShortestPart, kLongestPart);
-        pieces.push_back(text.substr(at, length));
-        // Nine parts in ten differ from the page in one byte; the tenth occurs as it is.
-        if (random.chance(90)) changeByte(pieces.back(), random);
-        at += length + random.between(0, 60);
-    }
-    makeRare(pieces.back(), random);
-    return pieces;
-}
-
-void PageSource::makeRare(std::string& piece, Random& random) const {
+void PageSource::makeRare(std::string& piece, Random& random) {
     constexpr size_t kTries = 1000;
     if (random.chance(50)) changeByte(piece, random);
     // One in a hundred may occur, so that there is something to find.

@@ -1,8 +1,9 @@
 #include "RunNormaliser.h"
 
 #include <array>
-#include <cstring>
 #include <string>
+
+#include "TextBlocks.h"
 
 namespace {
 
@@ -27,6 +28,12 @@ constexpr std::array<Entry, 256> kTable = makeTable();
 
 const Entry& entryOf(char c) {
     return kTable[static_cast<unsigned char>(c)];
+}
+
+/// @return whether a tag with this byte after its '<' may be a script, a declaration or an anchor
+bool isSpecialTag(char second) {
+    const char c = entryOf(second).lowered;
+    return c == 's' || c == '!' || c == 'a';
 }
 
 /// @return whether a tag opens the text, after white space and comments that fill a line
@@ -56,7 +63,7 @@ size_t RunNormaliser::feed(std::string_view chunk, char* out) {
     while (in != inEnd) {
         switch (state) {
             case State::Plain:
-                keepRun(inEnd);
+                keepThrough('\0');
                 break;
             case State::Text:
                 takeText();
@@ -79,7 +86,7 @@ size_t RunNormaliser::feed(std::string_view chunk, char* out) {
 }
 
 void RunNormaliser::takeText() {
-    skipRun(find('<'));
+    skipRun(findByte(in, inEnd, '<'));
     if (in == inEnd) return;
     keepRun(in + 1);
     state = State::Tag;
@@ -87,8 +94,12 @@ void RunNormaliser::takeText() {
 }
 
 void RunNormaliser::takeTag() {
-    if (matched == 0) keepRun(find('>'));
-    if (in == inEnd) return;
+    // The second byte of most tags shows that they are no script, declaration or anchor.
+    if (matched == 1 && !isSpecialTag(*in)) matched = 0;
+    if (matched == 0) {
+        if (keepThrough('>')) state = State::Text;
+        return;
+    }
     const auto [c, isKept] = entryOf(*in);
     const bool isScript = matched == kOpening.size();
     keepRun(in + 1);
@@ -104,8 +115,10 @@ void RunNormaliser::takeTag() {
 }
 
 void RunNormaliser::takeScript() {
-    if (matched == 0) keepRun(find('<'));
-    if (in == inEnd) return;
+    if (matched == 0) {
+        if (keepThrough('<')) matched = 1;
+        return;
+    }
     const auto [c, isKept] = entryOf(*in);
     const bool isClosing = matched == kClosing.size();
     keepRun(in + 1);
@@ -120,7 +133,7 @@ void RunNormaliser::takeScript() {
 }
 
 void RunNormaliser::takeDeclaration() {
-    if (matched == 0) skipRun(find('>'));
+    if (matched == 0) skipRun(findByte(in, inEnd, '>'));
     if (in == inEnd) return;
     const char c = *in;
     if (c == '>') {
@@ -138,7 +151,7 @@ void RunNormaliser::takeDeclaration() {
 }
 
 void RunNormaliser::takeComment() {
-    if (matched == 0) skipRun(find('-'));
+    if (matched == 0) skipRun(findByte(in, inEnd, '-'));
     if (in == inEnd) return;
     const char c = *in;
     if (c == '>' && matched == 2) {
@@ -149,6 +162,14 @@ void RunNormaliser::takeComment() {
     }
     skipRun(in + 1);
     matched = c != '-' ? 0 : matched == 2 ? 2 : matched + 1;
+}
+
+bool RunNormaliser::keepThrough(char stop) {
+    if (keepBlocks(in, inEnd, stop, written)) return true;
+    keepRun(findByte(in, inEnd, stop));
+    if (in == inEnd) return false;
+    keepRun(in + 1);
+    return true;
 }
 
 void RunNormaliser::keepRun(const char* end) {
@@ -164,9 +185,4 @@ void RunNormaliser::keepRun(const char* end) {
 
 void RunNormaliser::skipRun(const char* end) {
     in = end;
-}
-
-const char* RunNormaliser::find(char c) const {
-    const void* found = std::memchr(in, c, static_cast<size_t>(inEnd - in));
-    return found != nullptr ? static_cast<const char*>(found) : inEnd;
 }

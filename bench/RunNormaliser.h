@@ -1,9 +1,10 @@
 // RunNormaliser: the engine's normalised form, made for the peer by other code.
 //
-// It works in runs. A run of bytes to drop is skipped with memchr(); a run of bytes to keep goes
-// through a table that lowers letters and drops white space. Only the few bytes at which an element
-// or a comment may begin or end are taken one by one. Before anything is timed its output is
-// compared with the engine's, see EngineHost.
+// It works in runs. A run of bytes to drop is skipped with memchr(). A run of bytes to keep is
+// taken in blocks of 16: compares find its end, the letters to lower and the white space, and
+// shuffles drop the latter. Only the few bytes at which an element or a comment may begin or end
+// are taken one by one. Before anything is timed its output is compared with the engine's, see
+// EngineHost.
 #pragma once
 
 #include <cstdint>
@@ -27,9 +28,11 @@ class RunNormaliser {
     void takeScript();
     void takeDeclaration();
     void takeComment();
+    /// Keeps bytes up to and including the first `stop`, all if there is none.
+    /// @return whether there was one
+    bool keepThrough(char stop);
     void keepRun(const char* end);
     void skipRun(const char* end);
-    const char* find(char c) const;
 
     State state = State::Plain;
     size_t matched = 0;  // how many bytes of the word that the state waits for have come

@@ -1,17 +1,12 @@
 #include <array>
 
+#include "ScriptWords.h"
 #include "TextSource.h"
 
 namespace {
 
-constexpr std::string_view kDigits = "0123456789", kHex = "0123456789abcdef",
-                           kLetters = "abcdefghijklmnopqrstuvwxyz",
-                           kWord = "abcdefghijklmnopqrstuvwxyz0123456789_",
-                           kBase64 = "abcdefghijklmnopqrstuvwxyz0123456789+/";
-
-std::string name(Random& random) {
-    return random.text(kLetters, 1) + random.text(kWord, random.between(2, 9));
-}
+using ScriptWords::address, ScriptWords::name;
+using ScriptWords::kBase64, ScriptWords::kDigits, ScriptWords::kHex;
 
 std::string percentBytes(Random& random) {
     return std::string("%") + random.text(kHex, 2);
@@ -29,11 +24,8 @@ std::string hexEscapes(Random& random) {
     return std::string("\\x") + random.text(kHex, 2);
 }
 
-std::string address(Random& random) {
-    constexpr std::array<std::string_view, 4> kEnds = {".cn/", ".info/", ".biz/", ".ru/"};
-    return random.text(kWord, random.between(4, 12)) + std::string(random.pick(kEnds)) +
-           random.text(kWord, 5) + (random.chance(50) ? ".js\"" : ".php?id=") +
-           random.text(kDigits, 3);
+std::string download(Random& random) {
+    return address(random) + (random.chance(50) ? ".js\"" : ".php?id=") + random.text(kDigits, 3);
 }
 
 std::string classId(Random& random) {
@@ -64,7 +56,7 @@ constexpr std::array<Construct, 28> kConstructs = {{
     {"document.write(unescape(\"", percentBytes},
     {"document.write(unescape('", percentBytes},
     {"<scriptlanguage=javascript>document.write(unescape(\"", percentBytes},
-    {"document.writeln(\"<iframesrc=http://", address},
+    {"document.writeln(\"<iframesrc=http://", download},
     {"document.write(string.fromcharcode(", charCodes},
     {"eval(string.fromcharcode(", charCodes},
     {"eval(unescape(\"", percentBytes},
@@ -76,15 +68,15 @@ constexpr std::array<Construct, 28> kConstructs = {{
     {"for(i=0;i<", loops},
     {"function", loops},
     {"try{", loops},
-    {"<iframewidth=0height=0src=\"http://", address},
-    {"<iframesrc=\"http://", address},
-    {"<iframestyle=\"display:none\"src=\"http://", address},
-    {"<scriptsrc=\"http://", address},
+    {"<iframewidth=0height=0src=\"http://", download},
+    {"<iframesrc=\"http://", download},
+    {"<iframestyle=\"display:none\"src=\"http://", download},
+    {"<scriptsrc=\"http://", download},
     {"<script>", loops},
     {"<objectclassid=\"clsid:", classId},
     {".setattribute(\"classid\",\"clsid:", classId},
     {"newactivexobject(\"", name},
-    {"document.location=\"http://", address},
+    {"document.location=\"http://", download},
     {"settimeout(\"", loops},
     {"varpayload=\"", blob},
     {".replace(/", hexEscapes},

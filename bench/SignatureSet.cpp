@@ -53,17 +53,22 @@ std::vector<SignaturePart> body(TextSource& source, Random& random) {
 
 }  // namespace
 
-std::vector<Signature> bodySignatures(TextSource& source, size_t count, uint64_t seed) {
-    Random random(seed);
+std::vector<Signature> distinctSignatures(size_t count,
+                                          const std::function<std::vector<SignaturePart>()>& next) {
     std::vector<Signature> signatures;
     std::set<std::string> seen;
     while (signatures.size() < count) {
-        Signature signature = {"", body(source, random)};
+        Signature signature = {"", next()};
         if (!seen.insert(bodyOf(signature)).second) continue;
         signature.name = "Body." + std::to_string(signatures.size());
         signatures.push_back(std::move(signature));
     }
     return signatures;
+}
+
+std::vector<Signature> bodySignatures(TextSource& source, size_t count, uint64_t seed) {
+    Random random(seed);
+    return distinctSignatures(count, [&] { return body(source, random); });
 }
 
 std::string plainLines(size_t count, uint64_t seed) {

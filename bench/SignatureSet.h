@@ -3,10 +3,16 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <vector>
 
 #include "TextSource.h"
 #include "testing/Signature.h"
+
+/// @param next  makes the parts of a signature
+/// @return so many signatures, none twice
+std::vector<Signature> distinctSignatures(size_t count,
+                                          const std::function<std::vector<SignaturePart>()>& next);
 
 /// @return signatures, none twice: 60 % are plain strings of 10 to 60 bytes, 25 % have wildcards
 ///         and alternatives, 15 % have two or three parts with gaps between them

@@ -53,7 +53,7 @@ void small(const BenchOptions& options) {
     fmt::print("microseconds of CPU for begin, {} bytes, end\n{:7} {:>7} {:>8} {:>8} {:>8}\n",
                kSmallLength, "set", "size", "engine", "-md5", "plain");
     Json rows = Json::array();
-    for (const std::string& kind : kSetKinds) {
+    for (const std::string& kind : options.kinds) {
         for (const size_t size : options.sizes) {
             const std::string file = options.setFile(kind, size);
             const auto with = [&](const std::string& kernel, const std::string& update) {

@@ -16,6 +16,9 @@ void BenchOptions::addCorpus(CLI::App& command) {
 
 void BenchOptions::addSets(CLI::App& command) {
     command.add_option("--sets", sets, "folder of the sets")->required();
+    command.add_option("--kinds", kinds, "kinds of sets: " + CLI::detail::join(kSetKinds))
+        ->delimiter(',')
+        ->check(CLI::IsMember(kSetKinds));
     command.add_option("--sizes", sizes, "numbers of signatures, a set of each")->delimiter(',');
 }
 
@@ -41,6 +44,7 @@ int run(int argc, char** argv) {
     addGenerateCommand(app);
     addCompareCommand(app);
     addHostileCommand(app);
+    addAttackCommand(app);
     addSmallCommand(app);
     addStreamsCommand(app);
     addLoadCommand(app);

@@ -7,9 +7,11 @@ from xml.sax.saxutils import escape
 LABELS = {"engine": "engine", "engine_without_md5": "engine, no MD5", "plain": "plain form",
           "plain_without_md5": "plain form, no MD5",
           "hyperscan_same_work": "libhyperscan, same work",
+          "hyperscan_same_work_without_md5": "same work, no MD5",
           "hyperscan_raw": "libhyperscan, raw bytes"}
 COLOURS = {"engine": "#1b6ca8", "engine_without_md5": "#7fb2d9", "plain": "#777777",
            "plain_without_md5": "#bbbbbb", "hyperscan_same_work": "#d9822b",
+           "hyperscan_same_work_without_md5": "#e5a15f",
            "hyperscan_raw": "#f0c08a"}
 LEFT, WIDTH, BAR, GAP, TOP = 190, 640, 14, 26, 40
 

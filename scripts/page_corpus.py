@@ -1,4 +1,7 @@
-"""Pages for the benchmark: documentation, scripts and small pages, from Debian packages."""
+"""Pages for the benchmark: documentation, scripts and small pages, from Debian packages.
+
+A part of the pages is held out: no measurement scans them, and some sets are cut from them.
+"""
 
 import random
 import re
@@ -13,6 +16,7 @@ SCRIPT_PACKAGES = ["libjs-jquery", "libjs-jquery-ui", "libjs-bootstrap4", "libjs
                    "node-react", "node-acorn", "node-typescript"]
 SEED = 20090605
 MEGABYTES = {"document": 48, "script": 24, "small": 8}  # of each kind, at most
+HELD_OUT = 5  # one page of so many
 LARGEST = 1 << 20  # bytes of a page; without it a few large scripts would be most of the corpus
 SMALL = (300, 2000)  # bytes of a small page
 # A page is scanned if its first 256 bytes hold one of these tags and no byte that no text has.
@@ -58,25 +62,30 @@ def write(folder, pages, most):
         (folder / f"{count:06}.html").write_bytes(page)
         total += len(page)
         count += 1
-    print(f"corpus: {count} pages of kind {folder.name}, {total / 1e6:.1f} MB", flush=True)
+    print(f"corpus: {count} pages in {folder.parent.name}/{folder.name}, {total / 1e6:.1f} MB",
+          flush=True)
 
 
 def make_corpus(folder):
-    """Fills folder with a folder of pages for each kind. Does nothing if it exists."""
+    """Fills folder/scanned with a folder of pages for each kind, and folder/held-out with others.
+    Does nothing if the folder exists."""
     if folder.exists():
         return
     rng = random.Random(SEED)
     folder.parent.mkdir(parents=True, exist_ok=True)
     with tempfile.TemporaryDirectory(dir=folder.parent) as name:
-        pages = {}
+        scanned, held_out = {}, {}
         for kind, packages, read in [("document", PAGE_PACKAGES, documents),
                                      ("script", SCRIPT_PACKAGES, scripts)]:
             place = Path(name) / kind
             place.mkdir()
-            pages[kind] = list(dict.fromkeys(read(unpack(packages, place))))
-            rng.shuffle(pages[kind])
-        pages["small"] = small_pages(pages["document"] + pages["script"], rng)
+            pages = list(dict.fromkeys(read(unpack(packages, place))))
+            rng.shuffle(pages)
+            cut = len(pages) // HELD_OUT
+            held_out[kind], scanned[kind] = pages[:cut], pages[cut:]
+        scanned["small"] = small_pages(scanned["document"] + scanned["script"], rng)
         done = Path(name) / "corpus"
-        for kind, megabytes in MEGABYTES.items():
-            write(done / kind, pages[kind], megabytes * 1_000_000)
+        for part, kinds in ("scanned", scanned), ("held-out", held_out):
+            for kind, pages in kinds.items():
+                write(done / part / kind, pages, MEGABYTES[kind] * 1_000_000)
         done.rename(folder)
