@@ -152,8 +152,9 @@ void AnchorWalk::followRuns(uint32_t block, uint32_t at) {
             findRuns(anchors.narrowAnchors, RunAnchor::Narrow, at + place);
         }
         if ((here.pairs & bit) != 0) findShapes(at + place);
-        if (live == nullptr) continue;
-        for (const uint32_t unit : live->takeWoken()) markAhead(unit, at + place + 1);
+        if (live == nullptr || live->wokenUnits().empty()) continue;
+        for (const uint32_t unit : live->wokenUnits()) markAhead(unit, at + place + 1);
+        live->forgetWoken();
     }
 }
 

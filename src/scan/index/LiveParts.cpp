@@ -165,20 +165,21 @@ uint32_t LiveParts::occurRarely(uint32_t unit, uint32_t pos) {
     const PartTree& tree = index->tree;
     const PartTree::Use& use = tree.useOf(unit);
     uint32_t completed = kNoNode;
-    const auto roots = tree.offsetRoots(use);
+    const PartTree::RareUse& rare = tree.rareUseOf(use);
+    const auto& roots = rare.offsetRoots;
     auto root = std::lower_bound(roots.begin(), roots.end(), pos, [&](uint32_t node, uint32_t at) {
         return tree.node(node).minDistance < at;
     });
     for (; root != roots.end() && tree.node(*root).minDistance == pos; ++root) {
         if (isAccepted[*root] == 0) completed = firstCompleted(completed, accept(*root, pos));
     }
-    if (use.crowdedCount != 0) askCrowdedParents(unit);
+    if (!rare.crowded.empty()) askCrowdedParents(unit, rare);
     return completed;
 }
 
 // A unit asks each parent once, so what it costs is bounded by the pairs of units and parents that
 // the set has, and by the parts that the stream holds.
-void LiveParts::askCrowdedParents(uint32_t unit) {
+void LiveParts::askCrowdedParents(uint32_t unit, const PartTree::RareUse& rare) {
     const PartTree& tree = index->tree;
     uint32_t& asked = crowdedAsked.findOrInsert(unit);
     const auto from = asked;
@@ -186,9 +187,8 @@ void LiveParts::askCrowdedParents(uint32_t unit) {
     if (from == count) return;
     touched.push_back(unit);
     asked = count;
-    const auto nodes = tree.crowdedNodes(tree.useOf(unit));
-    if (nodes.size() <= count - from) {
-        for (const uint32_t node : nodes) {
+    if (rare.crowded.size() <= count - from) {
+        for (const uint32_t node : rare.crowded) {
             const uint32_t* const number = crowdedNumbers.find(tree.parentOf(node));
             if (number != nullptr && *number >= from) wait(node, crowdedParents[*number].end);
         }

@@ -68,12 +68,9 @@ class LiveParts {
     /// @throws std::bad_alloc
     uint32_t occur(uint32_t unit, uint32_t pos);
 
-    /// @return the units that occur() woke since the last call; valid until the next occur()
-    std::span<const uint32_t> takeWoken() {
-        wokenBefore.swap(woken);
-        woken.clear();
-        return wokenBefore;
-    }
+    /// @return the units that occur() woke since forgetWoken(); valid until the next occur()
+    std::span<const uint32_t> wokenUnits() const { return woken; }
+    void forgetWoken() { woken.clear(); }
 
     /// Clears the filter's bit of a hash that none of its grams that are alive needs.
     /// @throws std::bad_alloc
@@ -111,7 +108,7 @@ class LiveParts {
     void wait(uint32_t node, uint32_t previousEnd);
     void wake(uint32_t unit);
     uint32_t occurRarely(uint32_t unit, uint32_t pos);
-    void askCrowdedParents(uint32_t unit);
+    void askCrowdedParents(uint32_t unit, const PartTree::RareUse& rare);
     uint32_t firstCompleted(uint32_t one, uint32_t other) const;
 
     const SignatureIndex* index = nullptr;
@@ -130,7 +127,6 @@ class LiveParts {
     std::vector<uint32_t> acceptedNodes;  // what undo() has to take back, as touched
     std::vector<uint32_t> touched;        // part units, some more than once
     std::vector<uint32_t> woken;
-    std::vector<uint32_t> wokenBefore;
     std::vector<CrowdedParent> crowdedParents;    // in the order in which they were accepted
     QLT_SPACE::FlatMap<uint32_t> crowdedNumbers;  // by node, in crowdedParents
     QLT_SPACE::FlatMap<uint32_t> crowdedAsked;    // by unit: how many of them it has asked for

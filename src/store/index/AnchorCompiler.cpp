@@ -15,7 +15,7 @@ constexpr uint32_t kCheckedSpan = 256;  // symbols among which a unit's check by
 constexpr uint32_t kNoRunUnit = 0xFFFFFFFF;
 constexpr size_t kSmallSet = 32768;         // units
 constexpr uint32_t kManyAlike = 128;        // grams of one hash with the same bytes around them
-constexpr uint64_t kDearGrams = 1;         // others that share a gram, on average
+constexpr uint64_t kDearGrams = 1;          // others that share a gram, on average
 constexpr uint32_t kManyInLine = 512;       // grams of one hash
 constexpr std::ptrdiff_t kFewNarrow = 128;  // units
 

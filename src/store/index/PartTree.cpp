@@ -23,6 +23,10 @@ class PartTreeBuilder {
             tree.levelStarts.push_back(static_cast<uint32_t>(tree.nodes.size()));
         }
         listUses(units);
+        tree.nodes.shrink_to_fit();
+        tree.parents.shrink_to_fit();
+        tree.parts.shrink_to_fit();
+        tree.signatureStarts.shrink_to_fit();
     }
 
   private:
@@ -142,28 +146,25 @@ class PartTreeBuilder {
     // Root nodes of one unit ascend by their offset, as the signatures are sorted.
     void listUses(uint32_t units) {
         tree.uses.resize(units);
-        const auto isCrowded = [this](uint32_t number) {
-            const uint32_t parent = tree.parents[number];
-            return parent != kNoNode && tree.nodes[parent].childCount > PartTree::kFewChildren;
-        };
-        const auto count = static_cast<uint32_t>(tree.nodes.size());
-        std::vector<uint32_t> byUnit;
-        for (uint32_t number = 0; number < count; ++number) {
-            if (withOffset[number] || isCrowded(number)) byUnit.push_back(number);
-            const bool isRoot = tree.parents[number] == kNoNode && !withOffset[number];
-            if (isRoot) tree.uses[tree.nodes[number].unit].root = number;
-        }
-        std::stable_sort(byUnit.begin(), byUnit.end(), [this](uint32_t a, uint32_t b) {
-            return tree.nodes[a].unit < tree.nodes[b].unit;
-        });
-        for (const uint32_t number : byUnit) {
+        for (uint32_t number = 0; number < tree.nodes.size(); ++number) {
             PartTree::Use& use = tree.uses[tree.nodes[number].unit];
-            auto& list = withOffset[number] ? tree.offsetNodes : tree.crowded;
-            uint32_t& first = withOffset[number] ? use.firstOffset : use.firstCrowded;
-            uint32_t& many = withOffset[number] ? use.offsetCount : use.crowdedCount;
-            if (many++ == 0) first = static_cast<uint32_t>(list.size());
-            list.push_back(number);
+            const uint32_t parent = tree.parents[number];
+            if (withOffset[number]) {
+                rareUse(use).offsetRoots.push_back(number);
+            } else if (parent == kNoNode) {
+                use.root = number;
+            } else if (tree.nodes[parent].childCount > PartTree::kFewChildren) {
+                rareUse(use).crowded.push_back(number);
+            }
         }
+    }
+
+    PartTree::RareUse& rareUse(PartTree::Use& use) {
+        if (!use.isRare()) {
+            use.rare = static_cast<uint32_t>(tree.rareUses.size());
+            tree.rareUses.emplace_back();
+        }
+        return tree.rareUses[use.rare];
     }
 
     PartTree& tree;

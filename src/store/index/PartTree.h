@@ -72,24 +72,20 @@ class PartTree {
 
     /// How a unit is used in the tree.
     struct Use {
-        uint32_t root = kNoNode;   // the node of first parts without an offset
-        uint32_t firstOffset = 0;  // in offsetRoots
-        uint32_t offsetCount = 0;
-        uint32_t firstCrowded = 0;  // in crowdedNodes
-        uint32_t crowdedCount = 0;
+        uint32_t root = kNoNode;  // the node of first parts without an offset
+        uint32_t rare = kNoNode;  // number of its RareUse; kNoNode: none
 
-        bool isRare() const { return offsetCount != 0 || crowdedCount != 0; }
+        bool isRare() const { return rare != kNoNode; }
     };
     const Use& useOf(uint32_t unit) const { return uses[unit]; }
 
-    /// @return the nodes of a unit's first parts with an offset, by the offset
-    std::span<const uint32_t> offsetRoots(const Use& use) const {
-        return {offsetNodes.data() + use.firstOffset, use.offsetCount};
-    }
-    /// @return the nodes of a unit whose parents have more than kFewChildren
-    std::span<const uint32_t> crowdedNodes(const Use& use) const {
-        return {crowded.data() + use.firstCrowded, use.crowdedCount};
-    }
+    /// The nodes of a unit that are not woken when the part before them is accepted.
+    struct RareUse {
+        std::vector<uint32_t> offsetRoots;  // of first parts with an offset, by the offset
+        std::vector<uint32_t> crowded;      // those whose parents have more than kFewChildren
+    };
+    /// @param use  a rare one
+    const RareUse& rareUseOf(const Use& use) const { return rareUses[use.rare]; }
     uint32_t parentOf(uint32_t number) const { return parents[number]; }
     /// @return the range of a node's children that have a unit
     std::pair<uint32_t, uint32_t> childrenWith(const PartNode& parent, uint32_t unit) const;
@@ -112,8 +108,7 @@ class PartTree {
     std::vector<uint32_t> parents;      // by node; kNoNode of a first part
     std::vector<uint32_t> levelStarts;  // the first node of each level, and the end of the last
     std::vector<Use> uses;              // by unit
-    std::vector<uint32_t> offsetNodes;
-    std::vector<uint32_t> crowded;
+    std::vector<RareUse> rareUses;
     std::vector<RankedPart> parts;          // signature by signature
     std::vector<uint32_t> signatureStarts;  // in parts, and the end of the last
 };

@@ -12,7 +12,7 @@ constexpr size_t kBitsPerGram = 64;
 constexpr size_t kLeastBitsPerGram = 16;
 constexpr size_t kCachedBits = size_t{1} << 20;
 constexpr size_t kLeastLines = 16;
-constexpr size_t kGramsPerLineOnAverage = 4;
+constexpr size_t kMostGramsOnAverage = 5;  // of a line
 constexpr int kMostPrintBitsInFilter = 15;
 constexpr size_t kMostGrams = size_t{1} << 23;  // so that the number of a line has 24 bits
 
@@ -26,7 +26,7 @@ void RunTable::build(const std::vector<Gram>& entries) {
     if (entries.empty()) return;
     if (entries.size() > kMostGrams) throw std::bad_alloc();
     const size_t lineCount =
-        std::bit_ceil(std::max(kLeastLines, entries.size() / kGramsPerLineOnAverage));
+        std::bit_ceil(std::max(kLeastLines, entries.size() / kMostGramsOnAverage));
     const size_t wanted = std::max(std::min(entries.size() * kBitsPerGram, kCachedBits),
                                    entries.size() * kLeastBitsPerGram);
     const size_t bits = std::bit_ceil(
@@ -37,6 +37,8 @@ void RunTable::build(const std::vector<Gram>& entries) {
     lineShift = shiftFor(lineCount);
     filterShift = shiftFor(bits);
     for (const Gram& gram : entries) enter(gram);
+    lines.shrink_to_fit();
+    lanes.shrink_to_fit();
 }
 
 void RunTable::enter(const Gram& gram) {

@@ -20,6 +20,7 @@ void SignatureIndex::build(const TrieTree& trieTree, const BmList& bmList,
     singleRanks = std::move(list.singleRanks);
     compileAnchors(units, tree, QLT_SPACE::includesAvx2(unit), anchors);
     units.shrink_to_fit();
+    singleRanks.shrink_to_fit();
 }
 
 void SignatureIndex::reset() {
