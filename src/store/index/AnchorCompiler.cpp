@@ -1,12 +1,15 @@
 #include "store/index/AnchorCompiler.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
+#include <numeric>
 #include <optional>
-#include <unordered_map>
+#include <span>
 
 #include "store/index/AnchorChoice.h"
 #include "store/index/PartTree.h"
+#include "support/FlatMap.h"
 
 namespace STREAMENGINE_SPACE {
 namespace {
@@ -63,7 +66,17 @@ class AnchorCompiler {
         uint32_t unit;
         uint32_t offset;  // symbol at which its anchor begins
         RunAnchor table;
-        std::vector<RunTable::Gram> grams;  // none of a shape; their values are the places
+        // None of a shape; their values are the places. The first gramCount of them count.
+        std::array<RunTable::Gram, kWideStride> grams;
+        uint32_t gramCount;
+
+        std::span<const RunTable::Gram> allGrams() const { return {grams.data(), gramCount}; }
+    };
+    /// The best anchors of a unit with a row of literals.
+    struct RowAnchors {
+        uint32_t unit;
+        std::optional<Anchor> wide;  // none if no row is long enough
+        Anchor narrow;
     };
 
     bool isPart(uint32_t unit) const { return units[unit].kind() == UnitKind::Part; }
@@ -72,15 +85,19 @@ class AnchorCompiler {
     // them walk over all: it becomes a run unit, of which sixteen bytes are compared at once.
     /// @return the units that get another anchor
     std::vector<uint32_t> enterLongAnchors() {
-        GramCounts counts(kLongGram, symbolCount());
-        forEachUnit([&](uint32_t /*unit*/) { counts.add(literals); });
-        std::vector<GramTable<LongAnchorEntry>::Gram> grams;
         std::vector<uint32_t> others;
+        // In a small set one table for all is probed faster than two, and is not much larger.
+        if (units.size() <= kSmallSet) {
+            others.resize(units.size());
+            std::iota(others.begin(), others.end(), 0U);
+            return others;
+        }
+        const GramCounts counts = countGrams(kLongGram);
+        std::vector<GramTable<LongAnchorEntry>::Gram> grams;
         grams.reserve((units.size() - tree.unitCount()) * kLongStride);
         forEachUnit([&](uint32_t unit) {
-            const auto anchor = isPart(unit) || isSmall
-                                    ? std::nullopt
-                                    : chooseAnchor(literals, kLongStride, counts);
+            const auto anchor =
+                isPart(unit) ? std::nullopt : chooseAnchor(literals, kLongStride, counts);
             if (!anchor || anchor->crowd > kCrowd) {
                 others.push_back(unit);
                 return;
@@ -98,85 +115,96 @@ class AnchorCompiler {
 
     void enterRunAnchors(const std::vector<uint32_t>& others) {
         setWideGram(others);
-        countGrams();
-        isDense = paysToProbeEach(others);
+        std::vector<uint32_t> withoutRow;
+        const std::vector<RowAnchors> anchors = chooseRows(others, withoutRow);
+        const bool isDense = paysToProbeEach(anchors);
         std::vector<Choice> rows;
-        std::vector<Choice> withoutRow;
-        for (const uint32_t unit : others) {
-            literals.assign(units[unit]);
-            if (literals.longest() < kNarrowGram) {
-                withoutRow.push_back(pairOf(unit));
-            } else {
-                rows.push_back(rowOf(unit));
-            }
+        rows.reserve(anchors.size());
+        for (const RowAnchors& each : anchors) {
+            literals.assign(units[each.unit]);
+            const bool isWide = each.wide && !isDense;
+            rows.push_back(rowAt(each.unit, isWide ? each.wide->offset : each.narrow.offset,
+                                 isWide ? RunAnchor::Wide : RunAnchor::Narrow));
         }
-        enterRows(rows, withoutRow);
-        enterShapes(withoutRow);
+        enterShapes(enterRows(rows, withoutRow));
     }
 
-    void countGrams() {
-        wideCounts.emplace(tables.wideAnchors.gramWidth(), symbolCount());
-        narrowCounts.emplace(kNarrowGram, symbolCount());
-        pairCounts.emplace(kPairGram, ShapeTable::kPairs);
-        forEachUnit([&](uint32_t /*unit*/) {
-            wideCounts->add(literals);
-            narrowCounts->add(literals);
-            pairCounts->add(literals);
-        });
+    /// @param withoutRow  the units that have no row of literals are added to it
+    std::vector<RowAnchors> chooseRows(const std::vector<uint32_t>& others,
+                                       std::vector<uint32_t>& withoutRow) {
+        const GramCounts narrowCounts = countGrams(kNarrowGram);
+        const uint32_t wideGram = tables.wideAnchors.gramWidth();
+        std::optional<GramCounts> ownCounts;
+        if (wideGram != kNarrowGram) ownCounts = countGrams(wideGram);
+        const GramCounts& wideCounts = ownCounts ? *ownCounts : narrowCounts;
+        std::vector<RowAnchors> anchors;
+        anchors.reserve(others.size());
+        for (const uint32_t unit : others) {
+            literals.assign(units[unit]);
+            const auto narrow = chooseAnchor(literals, 1, narrowCounts);
+            if (narrow) {
+                anchors.push_back({unit, chooseAnchor(literals, kWideStride, wideCounts), *narrow});
+            } else {
+                withoutRow.push_back(unit);
+            }
+        }
+        return anchors;
     }
 
     // One probe at each position instead of every second finds one gram of a unit instead of two.
     // Where a unit has one rare byte, as "<trclass=4", only one of its grams may have it, and the
     // other one is found all over the text. The set is the sample of the text.
-    bool paysToProbeEach(const std::vector<uint32_t>& others) {
+    static bool paysToProbeEach(const std::vector<RowAnchors>& anchors) {
         uint64_t wideCost = 0, narrowCost = 0;
-        for (const uint32_t unit : others) {
-            literals.assign(units[unit]);
-            if (literals.longest() < shortestWideRow()) continue;
-            wideCost += chooseAnchor(literals, kWideStride, *wideCounts)->crowd;
-            narrowCost += chooseAnchor(literals, 1, *narrowCounts)->crowd;
+        for (const RowAnchors& each : anchors) {
+            if (!each.wide) continue;
+            wideCost += each.wide->crowd;
+            narrowCost += each.narrow.crowd;
         }
-        return wideCost > kDearGrams * others.size() && wideCost > 2 * narrowCost;
+        return wideCost > kDearGrams * anchors.size() && wideCost > 2 * narrowCost;
     }
 
-    /// @return the choice of the unit being worked on, of its rarest pair
-    Choice pairOf(uint32_t unit) const {
-        // Two literal bytes lead every part.
-        return {unit, chooseAnchor(literals, 1, *pairCounts)->offset, RunAnchor::Shape, {}};
-    }
-    /// @return likewise of its rarest grams in a row
-    Choice rowOf(uint32_t unit) const {
-        const bool isWide = !isDense && literals.longest() >= shortestWideRow();
-        const auto row = isWide ? chooseAnchor(literals, kWideStride, *wideCounts)
-                                : chooseAnchor(literals, 1, *narrowCounts);
-        const auto table = isWide ? RunAnchor::Wide : RunAnchor::Narrow;
-        return {unit, row->offset, table, gramsAt(unit, row->offset, table)};
-    }
-
-    /// Enters units with a row of literals, and adds those that are better found by their shape.
-    void enterRows(const std::vector<Choice>& rows, std::vector<Choice>& byShape) {
-        std::unordered_map<uint64_t, uint32_t> crowds;      // by gram: how many rows have it
-        std::unordered_map<uint64_t, uint32_t> likeCrowds;  // by gram and the bytes around it
+    /// Enters units with a row of literals.
+    /// @return the choices of those that are better found by their shape, and of withoutRow
+    std::vector<Choice> enterRows(const std::vector<Choice>& rows,
+                                  const std::vector<uint32_t>& withoutRow) {
+        Crowds crowds;      // by gram: how many rows have it
+        Crowds likeCrowds;  // by gram and the bytes around it
         for (const Choice& choice : rows) {
-            for (const RunTable::Gram& gram : choice.grams) {
-                ++crowds[gram.hash];
-                ++likeCrowds[keyOf(gram)];
+            for (const RunTable::Gram& gram : choice.allGrams()) {
+                ++crowds.findOrInsert(keyOf(gram.hash));
+                ++likeCrowds.findOrInsert(keyAround(gram));
             }
         }
+        const auto isCrowded = [&](const RunTable::Gram& gram) {
+            return *crowds.find(keyOf(gram.hash)) > kManyInLine ||
+                   *likeCrowds.find(keyAround(gram)) > kManyAlike;
+        };
         const bool areFewNarrow = std::count_if(rows.begin(), rows.end(), isNarrow) <= kFewNarrow;
+        std::vector<Choice> byShape;
+        std::vector<uint32_t> byPair = withoutRow;
         for (const Choice& choice : rows) {
-            literals.assign(units[choice.unit]);
-            const bool isCrowded =
-                std::any_of(choice.grams.begin(), choice.grams.end(), [&](const auto& gram) {
-                    return crowds[gram.hash] > kManyInLine || likeCrowds[keyOf(gram)] > kManyAlike;
-                });
-            if (isNarrow(choice) && areFewNarrow) {
-                byShape.push_back({choice.unit, choice.offset, RunAnchor::Shape, {}});
-            } else if (isCrowded) {
-                byShape.push_back(pairOf(choice.unit));
+            if (isVector && isNarrow(choice) && areFewNarrow) {
+                byShape.push_back({choice.unit, choice.offset, RunAnchor::Shape, {}, 0});
+            } else if (std::ranges::any_of(choice.allGrams(), isCrowded)) {
+                byPair.push_back(choice.unit);
             } else {
                 enterRow(choice);
             }
+        }
+        addPairs(byPair, byShape);
+        return byShape;
+    }
+
+    /// Adds the choices of units that are found by their rarest pair. Two literal bytes lead every
+    /// part.
+    void addPairs(const std::vector<uint32_t>& byPair, std::vector<Choice>& byShape) {
+        if (byPair.empty()) return;
+        const GramCounts counts = countGrams(kPairGram);
+        for (const uint32_t unit : byPair) {
+            literals.assign(units[unit]);
+            const uint32_t offset = chooseAnchor(literals, 1, counts)->offset;
+            byShape.push_back({unit, offset, RunAnchor::Shape, {}, 0});
         }
     }
 
@@ -191,28 +219,31 @@ class AnchorCompiler {
             tables.wideAnchors = RunTable(kWideGram - 1);
         }
     }
-    uint32_t shortestWideRow() const { return tables.wideAnchors.gramWidth() + kWideStride - 1; }
     static bool isNarrow(const Choice& choice) { return choice.table == RunAnchor::Narrow; }
 
-    static uint64_t keyOf(const RunTable::Gram& gram) {
-        return gram.hash ^ (uint64_t{gram.check} << 3 | static_cast<uint64_t>(gram.side));
+    using Crowds = QLT_SPACE::FlatMap<uint32_t>;
+    // Grams that share a key look more common than they are, which does no harm.
+    static uint32_t keyOf(uint64_t hash) { return static_cast<uint32_t>(hash >> 33); }
+    static uint32_t keyAround(const RunTable::Gram& gram) {
+        const uint32_t around = uint32_t{gram.check} << 3 | static_cast<uint32_t>(gram.side);
+        return keyOf(gram.hash) ^ around * 0x2C1B3C6DU >> 1;
     }
 
-    /// @return an anchor's grams, the first one first; their values are the places
-    std::vector<RunTable::Gram> gramsAt(uint32_t unit, uint32_t offset, RunAnchor kind) const {
+    /// @return the choice of a row of the unit being worked on
+    Choice rowAt(uint32_t unit, uint32_t offset, RunAnchor kind) const {
         const bool isWide = kind == RunAnchor::Wide;
         const RunTable& table = isWide ? tables.wideAnchors : tables.narrowAnchors;
         const auto rows = literals.all();
         const auto row = std::find_if(rows.begin(), rows.end(),
                                       [offset](const auto& each) { return each.end > offset; });
-        std::vector<RunTable::Gram> grams;
-        for (uint32_t i = 0; i < (isWide ? kWideStride : 1); ++i) {
+        Choice choice = {unit, offset, kind, {}, isWide ? kWideStride : 1};
+        for (uint32_t i = 0; i < choice.gramCount; ++i) {
             const uint32_t begin = offset + i;
-            const uint32_t end = begin + table.gramWidth();
-            const auto [side, check] = checkOf(*row, begin, end);
-            grams.push_back({table.hash(literals.at(begin)), i, side, check, countsAtBegin(unit)});
+            const uint64_t hash = table.hash(literals.at(begin));
+            const auto [side, check] = checkOf(*row, begin, begin + table.gramWidth());
+            choice.grams[i] = {hash, i, side, check, countsAtBegin(unit)};
         }
-        return grams;
+        return choice;
     }
 
     /// @return of the literals around a gram those that an entry knows: the more the better
@@ -231,12 +262,13 @@ class AnchorCompiler {
     }
 
     void enterRow(const Choice& choice) {
+        literals.assign(units[choice.unit]);
         const uint32_t number = addRunUnit(choice.unit, choice.offset, choice.table);
         auto& grams = choice.table == RunAnchor::Wide ? wideGrams : narrowGrams;
         // The last place first, as above.
-        for (auto gram = choice.grams.rbegin(); gram != choice.grams.rend(); ++gram) {
-            grams.push_back(*gram);
-            grams.back().value = RunAnchorEntry(number, gram->value).value;
+        for (uint32_t i = choice.gramCount; i-- > 0;) {
+            grams.push_back(choice.grams[i]);
+            grams.back().value = RunAnchorEntry(number, i).value;
         }
     }
 
@@ -328,6 +360,13 @@ class AnchorCompiler {
         return use.root != kNoNode || use.isRare();
     }
 
+    /// @return how often each gram of a width is in the set
+    GramCounts countGrams(uint32_t width) {
+        GramCounts counts(width, width == kPairGram ? ShapeTable::kPairs : symbolCount());
+        forEachUnit([&](uint32_t /*unit*/) { counts.add(literals); });
+        return counts;
+    }
+
     /// Calls action(unit) for each unit with its literals read.
     template <class Action>
     void forEachUnit(Action action) {
@@ -358,13 +397,8 @@ class AnchorCompiler {
     std::vector<IndexUnit>& units;
     const PartTree& tree;
     const bool isVector;
-    // In a small set one table for all is probed faster than two, and not much larger.
-    const bool isSmall = units.size() <= kSmallSet;
     AnchorTables& tables;
     LiteralRows literals;  // of the unit being worked on
-    // Of the whole set, by the width of their grams.
-    std::optional<GramCounts> wideCounts, narrowCounts, pairCounts;
-    bool isDense = false;  // each position is probed, and no anchors are wide
     std::vector<RunTable::Gram> wideGrams;
     std::vector<RunTable::Gram> narrowGrams;
     std::vector<ShapeTable::Entry> shapes;
