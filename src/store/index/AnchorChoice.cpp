@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <limits>
+#include <numeric>
 
 namespace STREAMENGINE_SPACE {
 namespace {
@@ -38,12 +39,8 @@ uint32_t GramCounts::others(const uint8_t* gram) const {
     return count != 0 ? count - 1U : 0U;
 }
 
-uint32_t GramCounts::rarestPair(const uint8_t* gram) const {
-    uint32_t least = std::numeric_limits<uint32_t>::max();
-    for (uint32_t i = 0; i + 2 <= width(); ++i) {
-        least = std::min(least, pairCounts[pairAt(gram + i)]);
-    }
-    return least;
+uint32_t GramCounts::pair(const uint8_t* bytes) const {
+    return pairCounts[pairAt(bytes)];
 }
 
 namespace {
@@ -52,45 +49,51 @@ namespace {
 // further it may be from the start, the more of a text stays undecided until the next bytes come.
 constexpr uint32_t kAnchorSpan = 256;
 
-// Slides a window of `grams` consecutive grams over each row and keeps the cheapest sum. The cost
-// of a gram has two parts in one number: how many other units share it, in the upper half, decides;
-// among those that nobody shares the rarest pair of bytes does. One pass; the sum of a window is
-// computed anew at each place, as it has four grams at most.
-std::optional<Anchor> rarestWithin(const LiteralRows& literals, uint32_t grams,
-                                   const GramCounts& counts, uint32_t span) {
-    // A gram that others share costs more than any gram that only consists of common pairs.
-    constexpr uint64_t kCostOfOther = uint64_t{1} << 32;
-    constexpr uint32_t kMostGrams = 4;
-    std::array<uint64_t, kMostGrams> costs{};  // of the grams seen last, by their place modulo 4
-    std::optional<Anchor> best;
-    uint64_t bestCost = std::numeric_limits<uint64_t>::max();
-    for (const auto& row : literals.all()) {
-        const uint32_t end = std::min(row.end, span);
-        for (uint32_t i = row.begin; i + counts.width() <= end; ++i) {
-            const uint8_t* const gram = literals.at(i);
-            costs[i % kMostGrams] = counts.others(gram) * kCostOfOther + counts.rarestPair(gram);
-            if (i - row.begin + 1 < grams) continue;
-            uint64_t cost = 0;
-            uint64_t worst = 0;
-            for (uint32_t k = 0; k < grams; ++k) {
-                cost += costs[(i - k) % kMostGrams];
-                worst = std::max(worst, costs[(i - k) % kMostGrams]);
-            }
-            if (cost >= bestCost) continue;
-            bestCost = cost;
-            best = {i + 1 - grams, static_cast<uint32_t>(worst / kCostOfOther)};
-        }
-    }
-    return best;
-}
+// A gram that others share costs more than any gram that only consists of common pairs.
+constexpr uint64_t kCostOfOther = uint64_t{1} << 32;
 
 }  // namespace
 
-std::optional<Anchor> chooseAnchor(const LiteralRows& literals, uint32_t grams,
-                                   const GramCounts& counts) {
-    const auto near = rarestWithin(literals, grams, counts, kAnchorSpan);
-    if ((near && near->crowd <= kCrowd) || literals.all().back().end <= kAnchorSpan) return near;
-    return rarestWithin(literals, grams, counts, kFurthestAnchor);
+// The cost of a gram has two parts in one number: how many other units share it, in the upper half,
+// decides; among those that nobody shares the rarest pair of bytes does.
+void AnchorChooser::read(const LiteralRows& rows) {
+    literals = &rows;
+    const size_t symbols = rows.all().back().end;
+    if (pairs.size() < symbols) pairs.resize(symbols);
+    if (costs.size() < symbols) costs.resize(symbols);
+    const uint32_t width = counts.width();
+    for (const auto& row : rows.all()) {
+        for (uint32_t i = row.begin; i + 1 < row.end; ++i) pairs[i] = counts.pair(rows.at(i));
+        for (uint32_t i = row.begin; i + width <= row.end; ++i) {
+            const auto first = pairs.begin() + i;
+            const uint32_t rarest = *std::min_element(first, first + (width - 1));
+            costs[i] = counts.others(rows.at(i)) * kCostOfOther + rarest;
+        }
+    }
+}
+
+std::optional<Anchor> AnchorChooser::choose(uint32_t grams) const {
+    const auto near = rarestWithin(grams, kAnchorSpan);
+    if ((near && near->crowd <= kCrowd) || literals->all().back().end <= kAnchorSpan) return near;
+    return rarestWithin(grams, kFurthestAnchor);
+}
+
+std::optional<Anchor> AnchorChooser::rarestWithin(uint32_t grams, uint32_t span) const {
+    std::optional<Anchor> best;
+    uint64_t bestCost = std::numeric_limits<uint64_t>::max();
+    const uint32_t length = counts.width() + grams - 1;
+    for (const auto& row : literals->all()) {
+        const uint32_t end = std::min(row.end, span);
+        for (uint32_t i = row.begin; i + length <= end; ++i) {
+            const auto first = costs.begin() + i;
+            const uint64_t cost = std::accumulate(first, first + grams, uint64_t{0});
+            if (cost >= bestCost) continue;
+            bestCost = cost;
+            const uint64_t worst = *std::max_element(first, first + grams);
+            best = {i, static_cast<uint32_t>(worst / kCostOfOther)};
+        }
+    }
+    return best;
 }
 
 }  // namespace STREAMENGINE_SPACE

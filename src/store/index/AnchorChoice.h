@@ -27,8 +27,8 @@ class GramCounts {
 
     /// @return how many other grams counted are equal to this one or share its slot; at most 65534
     uint32_t others(const uint8_t* gram) const;
-    /// @return the count of the rarest pair in a gram
-    uint32_t rarestPair(const uint8_t* gram) const;
+    /// @return the count of a pair of bytes
+    uint32_t pair(const uint8_t* bytes) const;
 
     uint32_t width() const { return hasher.gramWidth(); }
 
@@ -51,11 +51,29 @@ struct Anchor {
 // An anchor that more units than these share is no good one: who finds it has to go over all.
 constexpr uint32_t kCrowd = 64;
 
-/// @param grams  how many consecutive grams an anchor has, each beginning a byte after the one
-///               before
-/// @return the anchor whose grams are rarest in sum, near the beginning if that one is no worse
-///         than kCrowd; none if no row is long enough
-std::optional<Anchor> chooseAnchor(const LiteralRows& literals, uint32_t grams,
-                                   const GramCounts& counts);
+/// Chooses anchors of one unit after the other.
+class AnchorChooser {
+  public:
+    /// @param gramCounts  borrowed
+    explicit AnchorChooser(const GramCounts& gramCounts) : counts(gramCounts) {}
+
+    /// Goes on to a unit.
+    /// @param rows  borrowed until the next unit
+    void read(const LiteralRows& rows);
+
+    /// @param grams  how many consecutive grams an anchor has, each beginning a byte after the one
+    ///               before
+    /// @return the anchor of the unit whose grams are rarest in sum, near the beginning if that one
+    ///         is no worse than kCrowd; none if no row is long enough
+    std::optional<Anchor> choose(uint32_t grams) const;
+
+  private:
+    std::optional<Anchor> rarestWithin(uint32_t grams, uint32_t span) const;
+
+    const GramCounts& counts;
+    const LiteralRows* literals = nullptr;
+    std::vector<uint32_t> pairs;  // by symbol: the count of the pair that begins there
+    std::vector<uint64_t> costs;  // by symbol: of the gram that begins there
+};
 
 }  // namespace STREAMENGINE_SPACE

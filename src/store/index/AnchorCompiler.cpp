@@ -18,7 +18,7 @@ constexpr uint32_t kCheckedSpan = 256;  // symbols among which a unit's check by
 constexpr uint32_t kNoRunUnit = 0xFFFFFFFF;
 constexpr size_t kSmallSet = 32768;         // units
 constexpr uint32_t kManyAlike = 128;        // grams of one hash with the same bytes around them
-constexpr uint64_t kDearGrams = 1;          // others that share a gram, on average
+constexpr uint64_t kDearWithoutBmi = 8;     // others that share a gram, on average
 constexpr uint32_t kManyInLine = 512;       // grams of one hash
 constexpr std::ptrdiff_t kFewNarrow = 128;  // units
 
@@ -93,11 +93,15 @@ class AnchorCompiler {
             return others;
         }
         const GramCounts counts = countGrams(kLongGram);
+        AnchorChooser chooser(counts);
         std::vector<GramTable<LongAnchorEntry>::Gram> grams;
         grams.reserve((units.size() - tree.unitCount()) * kLongStride);
         forEachUnit([&](uint32_t unit) {
-            const auto anchor =
-                isPart(unit) ? std::nullopt : chooseAnchor(literals, kLongStride, counts);
+            std::optional<Anchor> anchor;
+            if (!isPart(unit)) {
+                chooser.read(literals);
+                anchor = chooser.choose(kLongStride);
+            }
             if (!anchor || anchor->crowd > kCrowd) {
                 others.push_back(unit);
                 return;
@@ -136,14 +140,17 @@ class AnchorCompiler {
         const uint32_t wideGram = tables.wideAnchors.gramWidth();
         std::optional<GramCounts> ownCounts;
         if (wideGram != kNarrowGram) ownCounts = countGrams(wideGram);
-        const GramCounts& wideCounts = ownCounts ? *ownCounts : narrowCounts;
+        AnchorChooser chooser(narrowCounts);
+        AnchorChooser ownChooser(ownCounts ? *ownCounts : narrowCounts);
+        AnchorChooser& wideChooser = ownCounts ? ownChooser : chooser;
         std::vector<RowAnchors> anchors;
         anchors.reserve(others.size());
         for (const uint32_t unit : others) {
             literals.assign(units[unit]);
-            const auto narrow = chooseAnchor(literals, 1, narrowCounts);
-            if (narrow) {
-                anchors.push_back({unit, chooseAnchor(literals, kWideStride, wideCounts), *narrow});
+            chooser.read(literals);
+            if (ownCounts) ownChooser.read(literals);
+            if (const auto narrow = chooser.choose(1)) {
+                anchors.push_back({unit, wideChooser.choose(kWideStride), *narrow});
             } else {
                 withoutRow.push_back(unit);
             }
@@ -154,14 +161,15 @@ class AnchorCompiler {
     // One probe at each position instead of every second finds one gram of a unit instead of two.
     // Where a unit has one rare byte, as "<trclass=4", only one of its grams may have it, and the
     // other one is found all over the text. The set is the sample of the text.
-    static bool paysToProbeEach(const std::vector<RowAnchors>& anchors) {
+    bool paysToProbeEach(const std::vector<RowAnchors>& anchors) const {
         uint64_t wideCost = 0, narrowCost = 0;
         for (const RowAnchors& each : anchors) {
             if (!each.wide) continue;
             wideCost += each.wide->crowd;
             narrowCost += each.narrow.crowd;
         }
-        return wideCost > kDearGrams * anchors.size() && wideCost > 2 * narrowCost;
+        return wideCost > (isVector ? 1 : kDearWithoutBmi) * anchors.size() &&
+               wideCost > 2 * narrowCost;
     }
 
     /// Enters units with a row of literals.
@@ -201,10 +209,11 @@ class AnchorCompiler {
     void addPairs(const std::vector<uint32_t>& byPair, std::vector<Choice>& byShape) {
         if (byPair.empty()) return;
         const GramCounts counts = countGrams(kPairGram);
+        AnchorChooser chooser(counts);
         for (const uint32_t unit : byPair) {
             literals.assign(units[unit]);
-            const uint32_t offset = chooseAnchor(literals, 1, counts)->offset;
-            byShape.push_back({unit, offset, RunAnchor::Shape, {}, 0});
+            chooser.read(literals);
+            byShape.push_back({unit, chooser.choose(1)->offset, RunAnchor::Shape, {}, 0});
         }
     }
 
