@@ -4,7 +4,6 @@
 #include <array>
 #include <bit>
 #include <limits>
-#include <numeric>
 
 namespace STREAMENGINE_SPACE {
 namespace {
@@ -73,27 +72,34 @@ void AnchorChooser::read(const LiteralRows& rows) {
 }
 
 std::optional<Anchor> AnchorChooser::choose(uint32_t grams) const {
-    const auto near = rarestWithin(grams, kAnchorSpan);
+    const auto within = [&](uint32_t span) {
+        return grams == 1   ? rarestWithin<1>(span)
+               : grams == 2 ? rarestWithin<2>(span)
+                            : rarestWithin<4>(span);
+    };
+    const auto near = within(kAnchorSpan);
     if ((near && near->crowd <= kCrowd) || literals->all().back().end <= kAnchorSpan) return near;
-    return rarestWithin(grams, kFurthestAnchor);
+    return within(kFurthestAnchor);
 }
 
-std::optional<Anchor> AnchorChooser::rarestWithin(uint32_t grams, uint32_t span) const {
-    std::optional<Anchor> best;
+template <uint32_t kGrams>
+std::optional<Anchor> AnchorChooser::rarestWithin(uint32_t span) const {
+    uint32_t best = span;
     uint64_t bestCost = std::numeric_limits<uint64_t>::max();
-    const uint32_t length = counts.width() + grams - 1;
+    const uint32_t length = counts.width() + kGrams - 1;
     for (const auto& row : literals->all()) {
         const uint32_t end = std::min(row.end, span);
         for (uint32_t i = row.begin; i + length <= end; ++i) {
-            const auto first = costs.begin() + i;
-            const uint64_t cost = std::accumulate(first, first + grams, uint64_t{0});
+            uint64_t cost = 0;
+            for (uint32_t k = 0; k < kGrams; ++k) cost += costs[i + k];
             if (cost >= bestCost) continue;
             bestCost = cost;
-            const uint64_t worst = *std::max_element(first, first + grams);
-            best = {i, static_cast<uint32_t>(worst / kCostOfOther)};
+            best = i;
         }
     }
-    return best;
+    if (best == span) return std::nullopt;
+    const uint64_t worst = *std::max_element(&costs[best], &costs[best] + kGrams);
+    return Anchor{best, static_cast<uint32_t>(worst / kCostOfOther)};
 }
 
 }  // namespace STREAMENGINE_SPACE

@@ -62,13 +62,14 @@ class AnchorChooser {
     void read(const LiteralRows& rows);
 
     /// @param grams  how many consecutive grams an anchor has, each beginning a byte after the one
-    ///               before
+    ///               before: 1, 2 or 4
     /// @return the anchor of the unit whose grams are rarest in sum, near the beginning if that one
     ///         is no worse than kCrowd; none if no row is long enough
     std::optional<Anchor> choose(uint32_t grams) const;
 
   private:
-    std::optional<Anchor> rarestWithin(uint32_t grams, uint32_t span) const;
+    template <uint32_t kGrams>
+    std::optional<Anchor> rarestWithin(uint32_t span) const;
 
     const GramCounts& counts;
     const LiteralRows* literals = nullptr;
