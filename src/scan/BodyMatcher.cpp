@@ -17,6 +17,13 @@ void BodyMatcher::reset() {
     walksLoaded = mustWalkLoaded();
 }
 
+uint32_t BodyMatcher::resetAfter(const BodyMatch& match) {
+    const bool mayKeep = !walksLoaded && !mustWalkLoaded() && !match.isTrie;
+    if (mayKeep) return indexScanner.resetAfterString(match.end);
+    reset();
+    return 0;
+}
+
 bool BodyMatcher::mustWalkLoaded() const {
     return form == SearchForm::Loaded || Log::debugIsOn();
 }

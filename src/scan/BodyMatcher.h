@@ -32,8 +32,11 @@ class BodyMatcher {
     BodyMatcher(const BodyMatcher&) = delete;
     BodyMatcher& operator=(const BodyMatcher&) = delete;
 
-    /// Forgets the progress of multi-part signatures, as after a detection.
+    /// Forgets the progress of multi-part signatures, as at the beginning of a stream.
     void reset();
+    /// Does the same after a match in the last text.
+    /// @return decidedTo of the next text, which begins just after the match
+    uint32_t resetAfter(const BodyMatch& match);
 
     /// @param feed  part of it may be digested on the way
     /// @return the first match, or none

@@ -59,6 +59,10 @@ void StreamScanner::beginDetection() {
 /// The digest is not reset: it runs over a whole stream, past its detections.
 void StreamScanner::resetMatchers() {
     matcher.reset();
+    resetReport();
+}
+
+void StreamScanner::resetReport() {
     reporter.reset();
     tailDecidedTo = 0;
     if (typeScanner) typeScanner->reset();
@@ -153,7 +157,8 @@ StreamScanner::Outcome StreamScanner::reportDetection(const BodyMatch& match, Wi
     switch (sendDetection(match.pattern->virName)) {
         case 0:
             window.dropFront(match.end, end);
-            resetMatchers();
+            window.decidedTo = matcher.resetAfter(match);
+            resetReport();
             return Outcome::Resume;
         case 1:
         case 3:

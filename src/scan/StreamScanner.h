@@ -89,6 +89,7 @@ class StreamScanner {
 
     void reset();
     void resetMatchers();
+    void resetReport();
     int runCycles(Window& window, const char* data, unsigned int len);
     int findType(const Window& window, const char* data, unsigned int len);
     /// Prepares the window for the next cycle after nothing was found in its end bytes.

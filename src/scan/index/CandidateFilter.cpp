@@ -28,7 +28,6 @@ void CandidateFilter::compare(uint32_t number, uint32_t start) {
     const IndexUnit& unit = index.units[number];
     const uint32_t rest = text.length - start;
     ZVK_COUNT(compared, 1);
-    if (unit.kind() == UnitKind::PlainString && !isBefore(start, number)) return;
     if (!matchesAt(unit, text.bytes + start, std::min(unit.length, rest))) return;
     if (unit.length > rest) {
         undecided = std::min(undecided, start);  // the next bytes decide
@@ -42,15 +41,10 @@ void CandidateFilter::accept(uint32_t number, uint32_t start) {
     if (unit.kind() == UnitKind::Part) return acceptPart(number, start);
     if (!unit.pattern->beginsAt(text.offsetOf(start))) return;
     if (unit.kind() == UnitKind::PlainString) {
-        if (isBefore(start, number)) firstString = {start, number};
+        strings.push_back({text.offsetOf(start), number});
     } else {
         complete({start, index.rankOfSingle(number), &unit.trie()});
     }
-}
-
-/// @return whether a plain string at a start would come before the one that was found
-bool CandidateFilter::isBefore(uint32_t start, uint32_t number) const {
-    return start != firstString.start ? start < firstString.start : number < firstString.unit;
 }
 
 void CandidateFilter::acceptPart(uint32_t number, uint32_t start) {
@@ -63,12 +57,6 @@ void CandidateFilter::complete(const Completion& found) {
     const bool isFirst = found.start != completed.start ? found.start < completed.start
                                                         : found.rank < completed.rank;
     if (isFirst) completed = found;
-}
-
-BodyMatch CandidateFilter::stringMatch() const {
-    if (firstString.unit == kNoUnit) return {};
-    const IndexUnit& unit = index.units[firstString.unit];
-    return {unit.pattern, false, firstString.start + unit.length};
 }
 
 }  // namespace STREAMENGINE_SPACE

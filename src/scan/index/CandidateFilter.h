@@ -10,13 +10,19 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <vector>
 
 #include "scan/index/LiveParts.h"
-#include "scan/report/BodyMatch.h"
 #include "scan/text/SearchText.h"
 #include "store/index/SignatureIndex.h"
 
 namespace STREAMENGINE_SPACE {
+
+/// A plain string in the text.
+struct FoundString {
+    uint32_t start;  // stream offset
+    uint32_t unit;
+};
 
 /// A signature of the automaton that is complete; nothing after it counts.
 struct Completion {
@@ -31,8 +37,14 @@ class CandidateFilter {
   public:
     /// Borrows all for the search.
     /// @param parts  the stream's; null if the index has no parts
-    CandidateFilter(const SignatureIndex& searched, const SearchText& searchText, LiveParts* parts)
-        : index(searched), text(searchText), live(parts), undecided(searchText.decidedTo) {
+    /// @param found  the plain strings are added to it
+    CandidateFilter(const SignatureIndex& searched, const SearchText& searchText, LiveParts* parts,
+                    std::vector<FoundString>& found)
+        : index(searched),
+          text(searchText),
+          live(parts),
+          strings(found),
+          undecided(searchText.decidedTo) {
         // A unit that begins in the last `hidden` bytes may have its anchor after the text.
         const uint32_t hidden = index.anchors.reach + GramFilter::kReadLength;
         if (text.length > hidden) undecided = std::max(undecided, text.length - hidden);
@@ -77,22 +89,11 @@ class CandidateFilter {
 
     const Completion& completion() const { return completed; }
 
-    /// @return where the first plain string begins; above every index if none was found
-    uint32_t stringStart() const { return firstString.start; }
-    /// @return the first plain string, or no match
-    BodyMatch stringMatch() const;
-
   private:
-    struct FoundString {
-        uint32_t start;
-        uint32_t unit;
-    };
-
     bool canMatter(uint32_t start) const {
         return start >= text.decidedTo && start <= completed.start;
     }
     static bool windowFits(const RunUnit& unit, const uint8_t* at);
-    bool isBefore(uint32_t start, uint32_t number) const;
     void compare(uint32_t number, uint32_t start);
     void accept(uint32_t number, uint32_t start);
     void acceptPart(uint32_t number, uint32_t start);
@@ -101,9 +102,9 @@ class CandidateFilter {
     const SignatureIndex& index;
     const SearchText& text;
     LiveParts* const live;
+    std::vector<FoundString>& strings;
     uint32_t undecided;
     Completion completed;
-    FoundString firstString{std::numeric_limits<uint32_t>::max(), kNoUnit};
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <limits>
 #include <optional>
 #include <tuple>
 #include <vector>
@@ -28,7 +29,44 @@ bool isSplitBy(const PartTree& tree, uint32_t node, uint32_t rank) {
 void IndexScanner::reset() {
     if (!log.empty()) ++epoch;
     log.clear();
+    forgetLeast();
+    areStringsKept = false;
+    offsetsCameAgain = false;
     continuedWithoutReset = false;
+}
+
+void IndexScanner::forgetLeast() {
+    considered = 0;
+    leastStart = std::numeric_limits<uint32_t>::max();
+}
+
+// The search went on to the end of the text, past the string, because a signature of the automaton
+// would have come before it. If all parts that it accepted begin after the string, a search from
+// there would accept the same and find the same strings. So a text that repeats a string costs no
+// search for each of them.
+uint32_t IndexScanner::resetAfterString(uint32_t end) {
+    const uint32_t from = lastOffset + end;
+    const bool staysTrue = isWholeTextSearched && decidedEnd > end && !ops.wantsDetail() &&
+                           !offsetsCameAgain && firstAccepted() >= from;
+    if (!staysTrue) {
+        reset();
+        return 0;
+    }
+    // What begins at decidedEnd or later is found again.
+    while (!strings.empty() && strings.back().start - lastOffset >= decidedEnd) strings.pop_back();
+    const auto isOver = [&](const FoundString& found) { return found.start - lastOffset < end; };
+    while (nextString < strings.size() && isOver(strings[nextString])) ++nextString;
+    continuedWithoutReset = false;
+    areStringsKept = true;
+    return decidedEnd - end;
+}
+
+/// @return the least stream offset at which an accepted part begins
+uint32_t IndexScanner::firstAccepted() {
+    for (; considered < log.size(); ++considered) {
+        leastStart = std::min(leastStart, log[considered].start);
+    }
+    return leastStart;
 }
 
 StreamKey IndexScanner::key() {
@@ -50,6 +88,8 @@ bool IndexScanner::mustWalk(const SearchText& text) const {
 /// Drops what was accepted after the last match: the search had gone ahead.
 void IndexScanner::goOnAfterMatch() {
     ++epoch;
+    forgetLeast();
+    offsetsCameAgain = true;
     const auto isAfter = [this](const AcceptedPart& part) {
         if (part.start != lastMatch.start) return part.start > lastMatch.start;
         const PartNode& node = index.tree.node(part.node);
@@ -62,6 +102,9 @@ void IndexScanner::goOnAfterMatch() {
 
 BodyMatch IndexScanner::virusFound(const SearchText& text, DigestFeed& feed) {
     decidedEnd = text.length;
+    lastOffset = text.streamOffset;
+    if (!areStringsKept) forgetStrings();
+    areStringsKept = false;
     if (index.units.empty()) return {};
     if (index.tree.unitCount() == 0) return search(text, nullptr, feed);
     if (continuedWithoutReset) goOnAfterMatch();
@@ -78,28 +121,58 @@ BodyMatch IndexScanner::virusFound(const SearchText& text, DigestFeed& feed) {
 // completed signature is the first one as soon as the walk is that far past its start.
 BodyMatch IndexScanner::search(const SearchText& text, LiveParts* live, DigestFeed& feed) {
     newestEntry = static_cast<std::ptrdiff_t>(log.size());
-    CandidateFilter filter(index, text, live);
+    const size_t sorted = strings.size();
+    CandidateFilter filter(index, text, live, strings);
     AnchorWalk walk(index, text, live, filter, feed);
     const uint32_t reach = index.anchors.reach;
     uint32_t stretch = kProbeBlock;
-    for (uint32_t at = text.decidedTo; at < text.length;) {
+    uint32_t at = text.decidedTo;
+    while (at < text.length) {
         const uint32_t stop = text.length - at > stretch ? at + stretch : text.length;
         walk.advance(at, stop);
         at = stop;
         stretch = std::min(2 * stretch, AnchorWalk::kLongestStretch);
         const uint32_t bound = at < text.length ? at - std::min(at, reach) : text.length;
         if (filter.completion().start < bound) break;
-        if (filter.stringStart() < bound && !index.hasTrieUnits()) break;
+        if (!index.hasTrieUnits() && hasStringBefore(text, bound)) break;
     }
     const Completion& found = filter.completion();
     addDetails(text, found);
     decidedEnd = filter.undecidedFrom();
+    isWholeTextSearched = at == text.length;
     if (found.pattern == nullptr) {
         lastMatch = {text.offsetOf(text.length), kNoRank};
-        return filter.stringMatch();
+        return firstString(text, sorted);
     }
     lastMatch = {text.offsetOf(found.start), found.rank};
     return {found.pattern, true, found.start + found.pattern->length};
+}
+
+bool IndexScanner::hasStringBefore(const SearchText& text, uint32_t bound) const {
+    return std::any_of(strings.begin(), strings.end(), [&](const FoundString& found) {
+        return found.start - text.streamOffset < bound;
+    });
+}
+
+/// Takes the first of the strings that were not reported yet.
+BodyMatch IndexScanner::firstString(const SearchText& text, size_t sorted) {
+    // Those that the search added begin after all that were kept.
+    const auto placeOf = [&](const FoundString& found) {
+        return std::pair(found.start - text.streamOffset, found.unit);  // offsets may wrap
+    };
+    std::sort(strings.begin() + static_cast<std::ptrdiff_t>(sorted), strings.end(),
+              [&](const auto& a, const auto& b) { return placeOf(a) < placeOf(b); });
+    if (nextString == strings.size()) return {};
+    const FoundString& first = strings[nextString];
+    const IndexUnit& unit = index.units[first.unit];
+    return {unit.pattern, false, first.start - text.streamOffset + unit.length};
+}
+
+void IndexScanner::forgetStrings() {
+    constexpr size_t kKept = 64;  // an idle stream keeps no more room
+    if (strings.capacity() > kKept) strings = {};
+    strings.clear();
+    nextString = 0;
 }
 
 /// Records the parts that the search accepted, up to the match, as the loaded form does: each part
@@ -170,6 +243,8 @@ bool IndexScanner::importProgress(const TrieScanner& scanner) {
         taken.push_back({number, end ? *end - index.units[node.unit].length : 0});
     }
     log = std::move(taken);
+    forgetLeast();
+    offsetsCameAgain = true;
     ++epoch;
     continuedWithoutReset = false;
     decidedEnd = 0;  // the loaded form decides nothing for good

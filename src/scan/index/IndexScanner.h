@@ -18,6 +18,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <vector>
 
 #include "scan/digest/DigestFeed.h"
 #include "scan/index/CandidateFilter.h"
@@ -40,6 +42,10 @@ class IndexScanner {
 
     /// Forgets the progress of multi-part signatures.
     void reset();
+    /// Does the same after a plain string, but keeps what the search found ahead if it stays true.
+    /// @param end  index in the last text just after the string: the next text begins there
+    /// @return decidedTo of the next text
+    uint32_t resetAfterString(uint32_t end);
 
     /// @return whether the text has to be searched by the loaded form: exportProgress() first
     bool mustWalk(const SearchText& text) const;
@@ -68,6 +74,11 @@ class IndexScanner {
     };
 
     BodyMatch search(const SearchText& text, LiveParts* live, DigestFeed& feed);
+    BodyMatch firstString(const SearchText& text, size_t sorted);
+    bool hasStringBefore(const SearchText& text, uint32_t bound) const;
+    void forgetStrings();
+    uint32_t firstAccepted();
+    void forgetLeast();
     void goOnAfterMatch();
     void addDetails(const SearchText& text, const Completion& completion);
     StreamKey key();
@@ -78,10 +89,18 @@ class IndexScanner {
     uint64_t ownNumber = 0;  // of this scanner among all of the process; 0: not given yet
     uint64_t epoch = 0;      // counts what made the log shorter
     LastMatch lastMatch;
+    std::vector<FoundString> strings;  // of the last text; sorted after a search
+    size_t nextString = 0;             // the first of them that was not reported
+    bool areStringsKept = false;       // for the next text
+    size_t considered = 0;             // entries of the log of which leastStart is the first start
+    uint32_t leastStart = std::numeric_limits<uint32_t>::max();
+    uint32_t lastOffset = 0;         // stream offset of the last text
     std::ptrdiff_t newestEntry = 0;  // of the log: the first that the last search added
     // The last search found something and no reset followed: its bytes are forgotten and their
     // offsets come again, so that a gap that had grown too wide may fit once more.
     bool continuedWithoutReset = false;
+    bool offsetsCameAgain = false;  // since the last reset: the log may hold later offsets
+    bool isWholeTextSearched = false;
     uint32_t decidedEnd = 0;
 };
 
