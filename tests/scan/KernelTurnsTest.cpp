@@ -131,12 +131,14 @@ class KernelTurns : public testing::TestWithParam<Variant> {
         }
         while (!open.empty()) {
             Handle& handle = *random.pick(open);
-            for (size_t turns = random.between(1, 3); turns != 0 && !handle.isOver(); --turns) {
-                if (useTwo && random.chance(50)) {
-                    helper.run([&] { handle.takeTurn(); });
-                } else {
-                    handle.takeTurn();
-                }
+            const size_t most = random.between(1, 4);
+            const auto takeTurns = [&] {
+                for (size_t i = 0; i < most && !handle.isOver(); ++i) handle.takeTurn();
+            };
+            if (useTwo && random.chance(50)) {
+                helper.run(takeTurns);
+            } else {
+                takeTurns();
             }
             if (handle.isOver()) std::erase(open, &handle);
         }
@@ -163,7 +165,7 @@ TEST_P(KernelTurns, AgreeWithStreamsAlone) {
             reload(round % 2, 2 * (kRounds * seed + round));
             const std::vector<Task> tasks = makeTasks();
             for (const Kernel& kernel : loaded[0].kernels) {
-                expectSame(tasks, kernel.unit, Random(seed), round >= kRounds / 2);
+                expectSame(tasks, kernel.unit, Random(seed), round == 0);
             }
         }
     }
