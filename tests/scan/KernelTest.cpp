@@ -33,7 +33,7 @@ class Kernels : public testing::Test {
 };
 
 TEST_F(Kernels, AgreeOverStreams) {
-    constexpr uint64_t kSets = 1000;
+    constexpr uint64_t kSets = 800;
     size_t detections = 0;
     for (uint64_t seed = 0; seed < kSets && !HasFailure(); ++seed) {
         RandomSet set(kProfile, seed);

@@ -5,8 +5,11 @@
 // same container, or for a stream that another thread has scanned so far.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <functional>
+#include <list>
+#include <optional>
 #include <semaphore>
 #include <thread>
 
