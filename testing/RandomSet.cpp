@@ -1,5 +1,7 @@
 #include "testing/RandomSet.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr size_t kShortestLoaded = 10;  // bytes of a signature without wildcards and gaps
@@ -21,12 +23,18 @@ void addWildcards(SignaturePart& part, Random& random) {
 RandomSet::RandomSet(const SetProfile& setProfile, uint64_t seed)
     : random(seed), profile(setProfile) {
     for (std::string& each : words) each = makeWord();
+    longHead = random.text(profile.alphabet, random.between(257, 300));
     if (random.chance(33)) shared = makePart();
+    familyParts.resize(random.between(2, 9));
+    for (SignaturePart& part : familyParts) part = makePart();
     signatures.resize(random.between(1, profile.mostSignatures));
     for (size_t i = 0; i < signatures.size(); ++i) {
         // Some signatures are those of another name once more.
         const bool isCopy = i != 0 && random.chance(25);
-        signatures[i] = isCopy ? signatures[random.between(0, i - 1)] : makeSignature();
+        const bool isRelative = i != 0 && random.chance(profile.familyPercent);
+        signatures[i] = isCopy       ? signatures[random.between(0, i - 1)]
+                        : isRelative ? makeRelative(i)
+                                     : makeSignature();
         signatures[i].name = std::to_string(i).insert(0, 1, 'N');
     }
 }
@@ -41,9 +49,22 @@ std::string RandomSet::makeWord() {
 }
 
 SignaturePart RandomSet::makePart() {
-    SignaturePart part = literalPart(word());
+    if (random.chance(profile.sparsePercent)) return makeSparsePart();
+    SignaturePart part;
+    if (random.chance(profile.longHeadPercent)) appendLiteral(part, longHead);
+    appendLiteral(part, word());
     if (random.chance(33)) appendLiteral(part, word());
     if (random.chance(33)) addWildcards(part, random);
+    return part;
+}
+
+/// Makes a short beginning that many parts share, and after it a wildcard after each byte or two.
+SignaturePart RandomSet::makeSparsePart() {
+    SignaturePart part = literalPart(words[random.between(0, 2)].substr(0, random.between(2, 6)));
+    for (size_t groups = random.between(2, 9); groups != 0; --groups) {
+        part.elements.emplace_back();
+        appendLiteral(part, random.text(profile.alphabet, random.between(1, 2)));
+    }
     return part;
 }
 
@@ -52,6 +73,25 @@ Gap RandomSet::makeGap() {
     const auto most = least + static_cast<uint32_t>(random.between(0, profile.mostGap));
     return random.pick(std::array{Gap(), Gap::exactly(least), Gap::between(least, most),
                                   Gap::atLeast(least), Gap::atMost(most)});
+}
+
+Gap RandomSet::makeFamilyGap() {
+    const Gap neverFits = Gap::between(9, 3);
+    const Gap far = Gap::atLeast(static_cast<uint32_t>(random.between(20, 400)));
+    return random.pick(std::array{neverFits, far, far, makeGap(), makeGap(), Gap()});
+}
+
+/// Makes a signature that goes on from the beginning of one of the first ones. Most take the
+/// oldest, so that a part gets many successors.
+Signature RandomSet::makeRelative(size_t others) {
+    Signature made = signatures[random.between(0, std::min<size_t>(others, 4) - 1)];
+    made.parts.resize(random.between(1, made.parts.size()));
+    if (random.chance(12)) made.offset = static_cast<uint32_t>(random.between(0, 59));
+    for (size_t more = random.between(1, 3); more > 0; --more) {
+        made.parts.push_back(random.pick(familyParts));
+        made.parts.back().gap = makeFamilyGap();
+    }
+    return made;
 }
 
 Signature RandomSet::makeSignature() {
@@ -68,10 +108,15 @@ Signature RandomSet::makeSignature() {
     return made;
 }
 
+std::string RandomSet::makePiece() {
+    if (random.chance(profile.familyPercent / 2)) return textOf(random.pick(familyParts));
+    return random.chance(50) ? word() : textOf(random.pick(signatures));
+}
+
 std::string RandomSet::text(size_t length) {
     std::string out;
     while (out.size() < length) {
-        std::string piece = random.chance(50) ? word() : textOf(random.pick(signatures));
+        std::string piece = makePiece();
         if (random.chance(25))
             piece[random.between(0, piece.size() - 1)] = random.pick(profile.noise);
         if (random.chance(17)) piece.resize(random.between(1, piece.size()));

@@ -22,6 +22,12 @@ struct SetProfile {
     size_t mostSignatures;
     size_t mostGap;     // bytes by which a gap's two bounds differ at most
     bool mayBeRefused;  // whether there may be signatures that are too short to be loaded
+    // How many of 100 signatures go on from the first parts of another one with parts that many
+    // have, how many of 100 parts have no three literals in a row behind their beginning, and how
+    // many begin with a text of several hundred bytes.
+    size_t familyPercent = 0;
+    size_t sparsePercent = 0;
+    size_t longHeadPercent = 0;
 };
 
 class RandomSet {
@@ -38,12 +44,18 @@ class RandomSet {
     std::string makeWord();
     const std::string& word() { return random.pick(words); }
     SignaturePart makePart();
+    SignaturePart makeSparsePart();
     Gap makeGap();
+    Gap makeFamilyGap();
     Signature makeSignature();
+    Signature makeRelative(size_t others);
+    std::string makePiece();
 
     const SetProfile profile;
     std::array<std::string, 12> words;
     SignaturePart shared;  // the first part of most signatures of some sets; empty in the others
+    std::string longHead;
+    std::vector<SignaturePart> familyParts;  // of these each family is made
 };
 
 /// Cuts a text into chunks; how long they are at most is drawn once for all of them.

@@ -1,24 +1,9 @@
 // Every kernel against the plain one, over sets and streams that are thick with near misses.
-//
-// The plain kernel walks the lists and trees as they were loaded. What it reports, with which
-// offsets and in which call, is what every other kernel has to report.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <list>
-#include <optional>
-
-#include "pattern/line/SignatureLine.h"
-#include "scan/StreamScanner.h"
-#include "store/PatternContainer.h"
-#include "support/EngineOption.h"
-#include "support/Refusal.h"
-#include "testing/RandomSet.h"
+#include "scan/Kernels.h"
 
 namespace {
-
-using namespace STREAMENGINE_SPACE;
-using QLT_SPACE::VectorUnit;
 
 constexpr SetProfile kProfile = {.alphabet = "aab<>/s-\xe9",
                                  .noise = "ab< \n>",
@@ -27,90 +12,28 @@ constexpr SetProfile kProfile = {.alphabet = "aab<>/s-\xe9",
                                  .mayBeRefused = true};
 constexpr int kStreams = 60;  // of each set
 
-/// A host whose answers are given and whose events are written to a transcript.
-struct Witness {
-    std::vector<int32_t> answers;
-    std::string transcript = {};
-    size_t detections = 0;
-
-    static int32_t onEvent(void* /*reserved*/, ZVK_ENGINE_EVENT_TYPE type, const void* data,
-                           void* userData) {
-        auto& self = *static_cast<Witness*>(userData);
-        if (type == ZVK_EVENT_DATA_DUMP) {
-            self.transcript += std::to_string(static_cast<const _ZVKDumpEvent*>(data)->length);
-            return 0;
-        }
-        self.transcript += static_cast<const ZVKVirusEvent*>(data)->name;
-        const size_t index = self.detections++;
-        return index < self.answers.size() ? self.answers[index] : 0;
-    }
-    static constexpr ZVKScanEngineCallbacks kCallbacks = {onEvent};
-};
-
-/// A set as it is loaded for one kernel, and a scanner that all streams use in turn.
-struct Kernel {
-    PatternContainer set;
-    std::optional<StreamScanner> scanner = {};
-
-    const char* name() const { return vectorUnitName(set.vectorUnit); }
-};
-
-/// One set, loaded once for each kernel of this machine, the plain one first.
 class Kernels : public testing::Test {
   protected:
-    void TearDown() override {
-        unsetenv("ZVK_KERNEL");
-        ops = {};
-    }
+    void TearDown() override { ops = {}; }
 
-    void load(const std::vector<Signature>& signatures) {
-        kernels.clear();
-        for (const VectorUnit unit :
-             {VectorUnit::None, VectorUnit::Baseline, VectorUnit::Avx2, VectorUnit::Avx512}) {
-            if (!hasVectorUnit(unit)) continue;
-            setenv("ZVK_KERNEL", vectorUnitName(unit), 1);
-            Kernel& kernel = kernels.emplace_back();
-            for (const Signature& signature : signatures) {
-                // Of a refused line the parts before the short one stay and take part.
-                refusalOf(
-                    [&] { addSignatureLine(kernel.set, lineOf(signature).c_str(), 3, true); });
-            }
-            kernel.set.prepare();
-            kernel.scanner.emplace(kernel.set, &Witness::kCallbacks, nullptr, 0);
-        }
-    }
+    void load(const std::vector<Signature>& signatures) { loaded.load(signatures); }
 
     /// Runs a search with each kernel and compares the transcripts.
     /// @param search  makes the transcript of one kernel
     /// @return how often the mark is in the transcript
     size_t expectEqual(const auto& search, char mark, uint64_t seed) {
-        const std::string expected = search(kernels.front());
-        for (Kernel& kernel : kernels) {
+        const std::string expected = search(loaded.plain());
+        for (Kernel& kernel : loaded.kernels) {
             EXPECT_EQ(search(kernel), expected) << kernel.name() << ", seed " << seed;
         }
         return static_cast<size_t>(std::count(expected.begin(), expected.end(), mark));
     }
 
-    std::list<Kernel> kernels;
+    KernelSet loaded;
 };
 
-/// @return the events of a stream, the result of each call, and the stream's safe length
-std::string scanStream(StreamScanner& scanner, const std::vector<std::string>& chunks,
-                       Witness witness) {
-    const auto feed = [&](const std::string& chunk, bool typePass) {
-        const auto length = static_cast<unsigned int>(chunk.size());
-        const int count = scanner.scanBuffer(chunk.data(), length, typePass);
-        witness.transcript += "=" + std::to_string(count) + "\n";
-    };
-    scanner.begin(&Witness::kCallbacks, &witness);
-    feed(chunks.front(), true);
-    scanner.beginDetection();
-    for (const std::string& chunk : chunks) feed(chunk, false);
-    return witness.transcript + std::to_string(scanner.safeLength());
-}
-
 TEST_F(Kernels, AgreeOverStreams) {
-    constexpr uint64_t kSets = 1000;
+    constexpr uint64_t kSets = 800;
     size_t detections = 0;
     for (uint64_t seed = 0; seed < kSets && !HasFailure(); ++seed) {
         RandomSet set(kProfile, seed);
@@ -122,10 +45,9 @@ TEST_F(Kernels, AgreeOverStreams) {
             const size_t length = random.chance(1) ? 20000 : random.between(1, 700);
             const std::string opening = random.chance(50) ? "<html>" : "x<br>";
             const auto chunks = cutIntoChunks(opening + set.text(length), random);
-            const Witness witness = {randomAnswers(random)};
+            const Stream scanned = {chunks, randomAnswers(random)};
             detections += expectEqual(
-                [&](Kernel& kernel) { return scanStream(*kernel.scanner, chunks, witness); }, 'N',
-                seed);
+                [&](Kernel& kernel) { return scanStream(*kernel.scanner, scanned); }, 'N', seed);
         }
     }
     EXPECT_GT(detections, kSets * kStreams);
@@ -196,7 +118,7 @@ TEST_F(Kernels, AgreeWhereOffsetsWrap) {
 // A gap that was too wide at an offset is narrow enough at the same offset, 4 GiB later.
 TEST_F(Kernels, AgreeWhereOffsetsComeAgain) {
     load({parseLine("P:0:*:71777274{-10}7a78")});
-    for (const Kernel& kernel : kernels) {
+    for (const Kernel& kernel : loaded.kernels) {
         ScanResult details;
         BodyMatcher matcher(kernel.set, details);
         int found = 0;
