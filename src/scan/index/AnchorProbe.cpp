@@ -97,6 +97,7 @@ ProbeAll choose([[maybe_unused]] QLT_SPACE::VectorUnit unit) {
 
 template <bool kLong>
 ProbeAll chooseWith(const ProbeFilters& filters, QLT_SPACE::VectorUnit unit) {
+    if (!filters.hasWide && !filters.hasNarrow) return choose<kLong, false, false>(unit);
     if (!filters.hasNarrow) return choose<kLong, true, false>(unit);
     return filters.hasWide ? choose<kLong, true, true>(unit) : choose<kLong, false, true>(unit);
 }

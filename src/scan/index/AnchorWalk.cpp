@@ -226,8 +226,8 @@ void AnchorWalk::findShapes(uint32_t at) {
     if (!anchors.shapes.hasPair(pair)) return;
     for (const auto& group : anchors.shapes.groupsOf(pair)) {
         ZVK_COUNT(shapeLookups, 1);
-        const int64_t windowAt = int64_t{at} + group.windowAfter;
-        if (windowAt < 0 || windowAt >= text.length) continue;
+        const uint32_t windowAt = at + group.windowAfter;
+        if (windowAt >= text.length) continue;
         anchors.shapes.forEachAt(group, text.bytes + windowAt, [&](uint32_t runUnit) {
             ZVK_COUNT(runEntries, 1);
             if (filter.isAlive(runUnit)) filter.considerRun(runUnit, at);

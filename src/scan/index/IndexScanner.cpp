@@ -108,7 +108,7 @@ BodyMatch IndexScanner::virusFound(const SearchText& text, DigestFeed& feed) {
     if (index.units.empty()) return {};
     if (index.tree.unitCount() == 0) return search(text, nullptr, feed);
     if (continuedWithoutReset) goOnAfterMatch();
-    LiveParts& live = LiveParts::ofThread();
+    LiveParts& live = LiveParts::ofThread(index);
     live.adopt(index, key(), log);
     const BodyMatch match = search(text, &live, feed);
     live.release(key());

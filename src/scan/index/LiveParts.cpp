@@ -1,15 +1,18 @@
 #include "scan/index/LiveParts.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 #include "scan/index/SearchCounts.h"
 
 namespace STREAMENGINE_SPACE {
 
-LiveParts& LiveParts::ofThread() {
-    thread_local LiveParts state;
-    return state;
+LiveParts& LiveParts::ofThread(const SignatureIndex& searched) {
+    thread_local std::array<LiveParts, 2> states;
+    thread_local size_t last = 0;
+    if (states[last].buildNumber != searched.buildNumber) last = 1 - last;
+    return states[last];
 }
 
 void LiveParts::adopt(const SignatureIndex& searched, const StreamKey& stream, PartLog& accepted) {

@@ -38,8 +38,9 @@ struct StreamKey {
 
 class LiveParts {
   public:
-    /// @return the state that the calling thread searches with
-    static LiveParts& ofThread();
+    /// @return the state that the calling thread searches an index with. It has two, so that the
+    ///         streams of a set and of its successor do not take one from each other.
+    static LiveParts& ofThread(const SignatureIndex& searched);
 
     LiveParts() = default;
     LiveParts(const LiveParts&) = delete;

@@ -17,7 +17,6 @@ struct SearchCounts {
     uint64_t shapeLookups = 0;  // groups that were asked
     uint64_t runEntries = 0;    // run units that the last three led to
     uint64_t idle = 0;          // of these: found before, over, or not awake yet
-    uint64_t otherWindow = 0;   // of these: with other bytes
     uint64_t compared = 0;      // units of any table that were compared with their record
     uint64_t ignored = 0;       // marks of which the filter's bit was cleared
     uint64_t occurrences = 0;   // of parts that were alive

@@ -340,7 +340,7 @@ class AnchorCompiler {
         setWindow(window, units[choice.unit], windowAt);
         ShapeTable::Entry entry;
         entry.group.pair = ShapeTable::pairAt(literals.at(choice.offset));
-        entry.group.windowAfter = static_cast<int32_t>(windowAt - choice.offset);
+        entry.group.windowAfter = windowAt - choice.offset;
         entry.bytes = window.bytes;
         entry.anchor = classBytesAt(choice.offset);
         entry.runUnit = kNoRunUnit;

@@ -34,10 +34,4 @@ void GramFilter::reserve(size_t grams) {
     isFilled = true;
 }
 
-void GramFilter::fill(const std::vector<uint64_t>& hashes) {
-    if (hashes.empty()) return;
-    reserve(hashes.size());
-    for (const uint64_t hash : hashes) enter(hash);
-}
-
 }  // namespace STREAMENGINE_SPACE

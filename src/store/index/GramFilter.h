@@ -51,15 +51,8 @@ class GramFilter {
     /// @return the hash of the gram at `at`, of which kReadLength bytes have to be readable
     uint64_t hash(const uint8_t* at) const { return view().hash(at); }
 
-    /// @return false if no gram of the set has this hash
-    bool mayHold(uint64_t hash) const { return (view().test(hash) & 1) != 0; }
-
     bool isEmpty() const { return !isFilled; }
     uint32_t gramWidth() const { return width; }
-
-    /// Fills an empty filter with the grams of these hashes.
-    /// @throws std::bad_alloc
-    void fill(const std::vector<uint64_t>& hashes);
 
   protected:
     /// Makes room for a number of grams.

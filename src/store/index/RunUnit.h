@@ -26,8 +26,11 @@ struct RunUnit {
     uint32_t length = 0;   // symbols
     uint32_t unit = 0;     // number of the IndexUnit
 
-    /// @return the first gram of the anchor, GramFilter::kReadLength bytes of which are readable
-    const uint8_t* gram() const { return bytes.data() + (anchor - windowAt); }
+    /// @return the first gram of the anchor. Eight bytes from there on, and from the next byte on,
+    ///         are readable: those that are not in the window are other fields.
+    const uint8_t* gram() const {
+        return reinterpret_cast<const uint8_t*>(this) + (anchor - windowAt);
+    }
 };
 static_assert(sizeof(RunUnit) == 32);
 

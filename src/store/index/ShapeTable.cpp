@@ -26,7 +26,6 @@ void ShapeTable::build(std::vector<Entry> entries) {
         if (groups.empty() || groups.back() != group) {
             Range& range = ranges.findOrInsert(group.pair);
             if (range.count++ == 0) range.first = static_cast<uint32_t>(groups.size());
-            most = std::max<size_t>(most, range.count);
             groups.push_back(group);
             pairs[group.pair / 64] |= uint64_t{1} << (group.pair % 64);
         }
@@ -54,9 +53,7 @@ uint32_t ShapeTable::keyOf(const Group& group, const uint8_t* window) {
     };
     uint64_t mixed = masked(0) * kFactor;
     mixed = (mixed ^ (mixed >> 32) ^ masked(8)) * kFactor;
-    mixed = (mixed ^ (mixed >> 32) ^
-             (uint64_t{group.pair} << 32 | static_cast<uint32_t>(group.windowAfter))) *
-            kFactor;
+    mixed = (mixed ^ (mixed >> 32) ^ (uint64_t{group.pair} << 32 | group.windowAfter)) * kFactor;
     return static_cast<uint32_t>(mixed >> 33);  // never FlatMap's kNoKey
 }
 

@@ -35,7 +35,7 @@ class ShapeTable {
     struct Group {
         Window mask{};  // 0xFF at literals, 0 elsewhere
         uint16_t pair = 0;
-        int32_t windowAfter = 0;  // bytes from the pair to the window; negative: it is before
+        uint32_t windowAfter = 0;  // bytes from the pair to the window
 
         bool operator==(const Group& other) const = default;
     };
@@ -62,8 +62,6 @@ class ShapeTable {
     const ByteClasses& classes() const { return byteClasses; }
     /// @return the groups of a pair
     std::span<const Group> groupsOf(uint16_t pair) const;
-    /// @return the largest number of groups of one pair
-    size_t mostGroups() const { return most; }
 
     /// Visits the units of a group with the bytes at `window`, and perhaps others.
     /// @param window  kWindow readable bytes
@@ -94,7 +92,6 @@ class ShapeTable {
     QLT_SPACE::FlatMap<Range> ranges;    // by pair
     QLT_SPACE::FlatMap<uint32_t> heads;  // by key: the first link
     std::vector<Link> links;
-    size_t most = 0;
 };
 
 }  // namespace STREAMENGINE_SPACE
