@@ -53,6 +53,29 @@ TEST_F(Kernels, AgreeOverStreams) {
     EXPECT_GT(detections, kSets * kStreams);
 }
 
+// In a large set, whole signatures with a long row of literals have an anchor table of their own.
+TEST_F(Kernels, AgreeInLargeSets) {
+    constexpr size_t kMore = 33000;  // signatures that occur nowhere
+    constexpr uint64_t kSets = 20;
+    size_t detections = 0;
+    for (uint64_t seed = 0; seed < kSets && !HasFailure(); ++seed) {
+        RandomSet set(kProfile, seed);
+        std::vector<Signature> signatures = set.signatures;
+        for (size_t i = 0; i < kMore; ++i) {
+            signatures.push_back({"More", {literalPart(set.random.text("ab01234567", 16))}});
+        }
+        load(signatures);
+        for (int stream = 0; stream < 4 * kStreams; ++stream) {
+            const auto chunks =
+                cutIntoChunks("x<br>" + set.text(set.random.between(1, 900)), set.random);
+            const Stream scanned = {chunks, randomAnswers(set.random)};
+            detections += expectEqual(
+                [&](Kernel& kernel) { return scanStream(*kernel.scanner, scanned); }, 'N', seed);
+        }
+    }
+    EXPECT_GT(detections, kSets * 4 * kStreams);
+}
+
 /// Searches chunks as a stream does whose first byte has the offset base.
 /// @return the names, each with the offset of its end
 std::string searchFrom(uint32_t base, const PatternContainer& container,
