@@ -6,8 +6,8 @@
 // shift table.
 //
 // Making a matcher allocates nothing, so one may live on the stack for the length of a call. With
-// the detail options off a search allocates only room for multi-part signatures under way, which is
-// kept, and room for a text that is full of their parts.
+// the detail options off a search allocates only room for parts that were accepted and for plain
+// strings that were found, which is kept, and once for each thread its LiveParts.
 //
 // Threads: one at a time; the set is shared and only read.
 #pragma once

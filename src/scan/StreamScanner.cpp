@@ -72,7 +72,8 @@ void StreamScanner::resetReport() {
 // keeps only the tail: of a million open streams each costs its tail and not a window of 16 KiB.
 int StreamScanner::scanBuffer(const char* data, unsigned int len, bool typePass) {
     WorkBuffer<kInlineOverlap + kCycleLength + kSlack> work(capacity() + kSlack);
-    Window window = {work.data(), static_cast<uint32_t>(tail.size()), tailOffset, tailDecidedTo};
+    Window window = {work.data(), work.data(), static_cast<uint32_t>(tail.size()), tailOffset,
+                     tailDecidedTo};
     if (!tail.empty()) std::memcpy(window.text, tail.data(), tail.size());
     if (typePass) return findType(window, data, len);
     const int count = runCycles(window, data, len);
@@ -114,6 +115,7 @@ int StreamScanner::runCycles(Window& window, const char* data, unsigned int len)
                       static_cast<int>(overlap));
             return count;
         }
+        if (len != 0) window.moveToFront();
         char* const added = window.text + window.used;
         const unsigned int produced = normaliser.getBuffer(data, len, added, room);
         if (produced == 0 && !isResumed) {
@@ -170,8 +172,14 @@ StreamScanner::Outcome StreamScanner::reportDetection(const BodyMatch& match, Wi
 
 void StreamScanner::Window::dropFront(uint32_t count, uint32_t end) {
     used = end - count;
-    if (count != 0) std::memmove(text, text + count, used);
+    text += count;
     streamOffset += count;
+}
+
+void StreamScanner::Window::moveToFront() {
+    if (text == buffer) return;
+    std::memmove(buffer, text, used);
+    text = buffer;
 }
 
 int StreamScanner::sendDetection(const char* name) {

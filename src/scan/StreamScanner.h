@@ -75,7 +75,8 @@ class StreamScanner {
 
     /// The part of the normalised stream that is being searched.
     struct Window {
-        char* text;
+        char* buffer;           // what the window is part of
+        char* text;             // its first byte
         uint32_t used;          // bytes of it that hold data
         uint32_t streamOffset;  // of its first byte
         uint32_t decidedTo;     // index before which no match begins
@@ -83,8 +84,10 @@ class StreamScanner {
         SearchText searchText(uint32_t end) const {
             return {reinterpret_cast<const uint8_t*>(text), end, streamOffset, decidedTo};
         }
-        /// Drops the first count of the end bytes that it holds.
+        /// Drops the first count of the end bytes that it holds. The rest stays where it is.
         void dropFront(uint32_t count, uint32_t end);
+        /// Moves the bytes to the front of the buffer, so that others have room after them.
+        void moveToFront();
     };
 
     void reset();

@@ -9,9 +9,8 @@ namespace STREAMENGINE_SPACE {
 
 /// Borrows its bytes for the search.
 struct SearchText {
-    /// Bytes after the last one that have to be readable. Loads of fixed width and whole blocks
-    /// reach into them;
-    /// their values never matter.
+    /// Bytes after the last one that have to be readable. Loads of fixed width and probes of whole
+    /// blocks reach into them; their values never matter.
     static constexpr size_t kSlack = 80;
 
     const uint8_t* bytes;

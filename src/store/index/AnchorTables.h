@@ -12,13 +12,16 @@
 //       probes  ^   ^   ^   ^   ^        the one at 8 finds "defghij"
 //
 //   - Wide anchors: of five consecutive literals two grams of four bytes, for every second
-//   position.
-//     All parts with such a row are entered here, because what counts of this table changes with
-//     the stream; and in small sets everything, so that one table is probed instead of two.
-//   - Narrow anchors: four literals, one gram, for each position. Only if many units need it.
-//   - Shapes: what has no such row, or none that few others share.
+//     position. (Without shuffles two of three bytes, if there are rows of four.)
+//   - Narrow anchors: four literals, one gram, for each position. Either all rows of a set are
+//     entered here, because one of two grams would be found too often, or those that are too short
+//     for wide anchors, if there are many.
+//   - Shapes: what has no such row, few rows that are too short, and rows whose grams too many
+//     units share.
 //
-// The last three lead to run units. Positions are probed for the tables that a set needs.
+// The last three lead to run units: all parts, because what counts of these tables changes with the
+// stream, and in small sets everything, so that one table is probed instead of two. Positions are
+// probed for the tables that a set needs.
 #pragma once
 
 #include <cstdint>

@@ -27,8 +27,8 @@ struct IndexUnit {
     uint32_t length;  // symbols
     uint32_t kindBits : 2;
     uint32_t anchor : 14;  // symbol at which the anchor's (first) gram begins
-    // The last literal among the first 256 symbols, and its value. Most candidates fail here,
-    // before the record is read.
+    // The last literal among the first 256 symbols, and its value. Most candidates of long
+    // anchors fail here, before the record is read.
     uint32_t checkOffset : 8;
     uint32_t checkByte : 8;
 
