@@ -8,9 +8,9 @@
 //   CandidateFilter  compares what is left with the units                   (filter)
 //   LiveParts        accepts parts, and knows which parts count             (accept)
 //
-// From one search to the next a stream keeps its PartLog, and the index up to which the last text is
-// decided: each position is decided once. After a plain string it may also keep the strings that it
-// found ahead.
+// From one search to the next a stream keeps its PartLog, and the index up to which the last text
+// is decided: each position is decided once. After a plain string it may also keep the strings that
+// it found ahead.
 //
 // Two things that are rare are left to the loaded form (mustWalk): a text in which stream offsets
 // pass 4 GiB, where "later" is not "greater"; and a stream that goes on after a match without a

@@ -198,9 +198,9 @@ void LiveParts::askCrowdedParents(uint32_t unit, const PartTree::RareUse& rare) 
         return;
     }
     for (uint32_t i = from; i < count; ++i) {
-        const auto [parent, end] = crowdedParents[i];
-        const auto [first, behind] = tree.childrenWith(tree.node(parent), unit);
-        for (uint32_t node = first; node != behind; ++node) wait(node, end);
+        const auto [parent, partEnd] = crowdedParents[i];
+        const auto [first, last] = tree.childrenWith(tree.node(parent), unit);
+        for (uint32_t node = first; node != last; ++node) wait(node, partEnd);
     }
 }
 

@@ -182,10 +182,10 @@ std::pair<uint32_t, uint32_t> PartTree::childrenWith(const PartNode& parent, uin
     const auto end = first + parent.childCount;
     const auto begin = std::lower_bound(
         first, end, unit, [](const PartNode& node, uint32_t sought) { return node.unit < sought; });
-    auto behind = begin;
-    while (behind != end && behind->unit == unit) ++behind;
+    const auto last =
+        std::find_if(begin, end, [unit](const PartNode& node) { return node.unit != unit; });
     return {static_cast<uint32_t>(begin - nodes.begin()),
-            static_cast<uint32_t>(behind - nodes.begin())};
+            static_cast<uint32_t>(last - nodes.begin())};
 }
 
 uint32_t PartTree::depthOf(uint32_t number) const {

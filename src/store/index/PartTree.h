@@ -87,7 +87,7 @@ class PartTree {
     /// @param use  a rare one
     const RareUse& rareUseOf(const Use& use) const { return rareUses[use.rare]; }
     uint32_t parentOf(uint32_t number) const { return parents[number]; }
-    /// @return the range of a node's children that have a unit
+    /// @return the first of a node's children that have a unit, and the one after their last
     std::pair<uint32_t, uint32_t> childrenWith(const PartNode& parent, uint32_t unit) const;
 
     /// @return how many parts lead to a node, itself included
