@@ -123,7 +123,7 @@ void AnchorWalk::followLong(uint64_t marks, uint32_t at) {
 
 /// Loads the lines of a block's marks, while the block before is followed.
 void AnchorWalk::prefetchRuns(uint32_t block) const {
-    const uint8_t* const from = text.bytes + stretchAt + block * kProbeBlock;
+    const uint8_t* const from = text.bytes + stretchAt + size_t{block} * kProbeBlock;
     const auto load = [from](const RunTable& table, uint64_t marks) {
         for (; marks != 0; marks &= marks - 1) {
             const uint64_t hash = table.hash(from + std::countr_zero(marks));
@@ -139,6 +139,7 @@ void AnchorWalk::followRuns(uint32_t block, uint32_t at) {
     ProbeMarks& marks = bits[block];
     while (marks.ofRuns() != 0) {
         const auto place = static_cast<uint32_t>(std::countr_zero(marks.ofRuns()));
+        if (!filter.mayMatter(at + place)) return;
         const uint64_t bit = uint64_t{1} << place;
         const ProbeMarks here = marks;
         ZVK_COUNT(wideMarks, here.wide >> place & 1);

@@ -56,7 +56,9 @@ void CandidateFilter::acceptPart(uint32_t number, uint32_t start) {
 void CandidateFilter::complete(const Completion& found) {
     const bool isFirst = found.start != completed.start ? found.start < completed.start
                                                         : found.rank < completed.rank;
-    if (isFirst) completed = found;
+    if (!isFirst) return;
+    completed = found;
+    lastGram = found.start + index.anchors.reach;
 }
 
 }  // namespace STREAMENGINE_SPACE

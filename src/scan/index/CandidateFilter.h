@@ -89,6 +89,9 @@ class CandidateFilter {
 
     const Completion& completion() const { return completed; }
 
+    /// @return whether a gram at this index may belong to a unit that still matters
+    bool mayMatter(uint32_t gramInText) const { return gramInText <= lastGram; }
+
   private:
     bool canMatter(uint32_t start) const {
         return start >= text.decidedTo && start <= completed.start;
@@ -105,6 +108,7 @@ class CandidateFilter {
     std::vector<FoundString>& strings;
     uint32_t undecided;
     Completion completed;
+    uint32_t lastGram = std::numeric_limits<uint32_t>::max();  // index of the last that may matter
 };
 
 }  // namespace STREAMENGINE_SPACE

@@ -45,20 +45,20 @@ void IndexScanner::forgetLeast() {
 // there would accept the same and find the same strings. So a text that repeats a string costs no
 // search for each of them.
 uint32_t IndexScanner::resetAfterString(uint32_t end) {
-    const uint32_t from = lastOffset + end;
-    const bool staysTrue = isWholeTextSearched && decidedEnd > end && !ops.wantsDetail() &&
-                           !offsetsCameAgain && firstAccepted() >= from;
+    const bool staysTrue = isWholeTextSearched && !ops.wantsDetail() && !offsetsCameAgain &&
+                           firstAccepted() >= lastOffset + end;
     if (!staysTrue) {
         reset();
         return 0;
     }
-    // What begins at decidedEnd or later is found again.
-    while (!strings.empty() && strings.back().start - lastOffset >= decidedEnd) strings.pop_back();
     const auto isOver = [&](const FoundString& found) { return found.start - lastOffset < end; };
     while (nextString < strings.size() && isOver(strings[nextString])) ++nextString;
+    lastOffset += end;
+    lastLength -= end;
+    decidedEnd -= std::min(decidedEnd, end);
     continuedWithoutReset = false;
     areStringsKept = true;
-    return decidedEnd - end;
+    return decidedEnd;
 }
 
 /// @return the least stream offset at which an accepted part begins
@@ -101,10 +101,24 @@ void IndexScanner::goOnAfterMatch() {
 }
 
 BodyMatch IndexScanner::virusFound(const SearchText& text, DigestFeed& feed) {
+    // A text that only lost its beginning was searched to its end already.
+    const bool isSearched = areStringsKept && text.length == lastLength;
+    const BodyMatch match = isSearched ? firstString(text) : searchNew(text, feed);
+    areStringsKept = false;
+    continuedWithoutReset = match.pattern != nullptr;
+    return match;
+}
+
+BodyMatch IndexScanner::searchNew(const SearchText& text, DigestFeed& feed) {
+    if (areStringsKept) {
+        forgetUndecidedStrings();
+    } else {
+        forgetStrings();
+    }
+    areStringsKept = false;  // whatever happens
     decidedEnd = text.length;
     lastOffset = text.streamOffset;
-    if (!areStringsKept) forgetStrings();
-    areStringsKept = false;
+    lastLength = text.length;
     if (index.units.empty()) return {};
     if (index.tree.unitCount() == 0) return search(text, nullptr, feed);
     if (continuedWithoutReset) goOnAfterMatch();
@@ -112,7 +126,6 @@ BodyMatch IndexScanner::virusFound(const SearchText& text, DigestFeed& feed) {
     live.adopt(index, key(), log);
     const BodyMatch match = search(text, &live, feed);
     live.release(key());
-    continuedWithoutReset = match.pattern != nullptr;
     return match;
 }
 
@@ -142,7 +155,8 @@ BodyMatch IndexScanner::search(const SearchText& text, LiveParts* live, DigestFe
     isWholeTextSearched = at == text.length;
     if (found.pattern == nullptr) {
         lastMatch = {text.offsetOf(text.length), kNoRank};
-        return firstString(text, sorted);
+        sortStrings(text, sorted);
+        return firstString(text);
     }
     lastMatch = {text.offsetOf(found.start), found.rank};
     return {found.pattern, true, found.start + found.pattern->length};
@@ -154,18 +168,29 @@ bool IndexScanner::hasStringBefore(const SearchText& text, uint32_t bound) const
     });
 }
 
-/// Takes the first of the strings that were not reported yet.
-BodyMatch IndexScanner::firstString(const SearchText& text, size_t sorted) {
-    // Those that the search added begin after all that were kept.
+/// Sorts the strings that a search added; they begin after all that were kept.
+void IndexScanner::sortStrings(const SearchText& text, size_t sorted) {
     const auto placeOf = [&](const FoundString& found) {
         return std::pair(found.start - text.streamOffset, found.unit);  // offsets may wrap
     };
     std::sort(strings.begin() + static_cast<std::ptrdiff_t>(sorted), strings.end(),
               [&](const auto& a, const auto& b) { return placeOf(a) < placeOf(b); });
+}
+
+/// @return the first of the strings that were not reported yet
+BodyMatch IndexScanner::firstString(const SearchText& text) const {
     if (nextString == strings.size()) return {};
     const FoundString& first = strings[nextString];
     const IndexUnit& unit = index.units[first.unit];
     return {unit.pattern, false, first.start - text.streamOffset + unit.length};
+}
+
+/// Drops the kept strings that a search of the new text finds again.
+void IndexScanner::forgetUndecidedStrings() {
+    const auto isDecided = [this](const FoundString& found) {
+        return found.start - lastOffset < decidedEnd;
+    };
+    while (strings.size() > nextString && !isDecided(strings.back())) strings.pop_back();
 }
 
 void IndexScanner::forgetStrings() {

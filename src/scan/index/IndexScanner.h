@@ -75,8 +75,11 @@ class IndexScanner {
     };
 
     BodyMatch search(const SearchText& text, LiveParts* live, DigestFeed& feed);
-    BodyMatch firstString(const SearchText& text, size_t sorted);
+    BodyMatch searchNew(const SearchText& text, DigestFeed& feed);
+    void sortStrings(const SearchText& text, size_t sorted);
+    BodyMatch firstString(const SearchText& text) const;
     bool hasStringBefore(const SearchText& text, uint32_t bound) const;
+    void forgetUndecidedStrings();
     void forgetStrings();
     uint32_t firstAccepted();
     void forgetLeast();
@@ -95,7 +98,8 @@ class IndexScanner {
     bool areStringsKept = false;       // for the next text
     size_t considered = 0;             // entries of the log of which leastStart is the first start
     uint32_t leastStart = std::numeric_limits<uint32_t>::max();
-    uint32_t lastOffset = 0;         // stream offset of the last text
+    uint32_t lastOffset = 0;         // stream offset of the last text, without what was resumed
+    uint32_t lastLength = 0;         // of it
     std::ptrdiff_t newestEntry = 0;  // of the log: the first that the last search added
     // The last search found something and no reset followed: its bytes are forgotten and their
     // offsets come again, so that a gap that had grown too wide may fit once more.

@@ -44,6 +44,7 @@ void LiveParts::install(const SignatureIndex& searched) {
     for (uint32_t unit = 0; unit < tree.unitCount(); ++unit) {
         const PartTree::Use& use = tree.useOf(unit);
         baseStates[unit] = static_cast<uint8_t>((use.root != kNoNode ? kRootOpen : 0) |
+                                                (use.crowded != kNoNode ? kCrowdedOpen : 0) |
                                                 (use.isRare() ? kRare : 0));
     }
     states = baseStates;
@@ -84,10 +85,8 @@ void LiveParts::replay() {
     for (const AcceptedPart& part : *log) {
         const PartNode& node = index->tree.node(part.node);
         const PartTree::Use& use = index->tree.useOf(node.unit);
-        if (use.root == part.node) {
-            touched.push_back(node.unit);
-            states[node.unit] &= static_cast<uint8_t>(~kRootOpen);
-        }
+        if (use.root == part.node) close(node.unit, kRootOpen);
+        if (use.crowded == part.node) close(node.unit, kCrowdedOpen);
         wakeChildren(node, part.node, part.start + index->units[node.unit].length);
     }
     woken.clear();
@@ -98,14 +97,16 @@ uint32_t LiveParts::occur(uint32_t unit, uint32_t pos) {
     uint32_t completed = kNoNode;
     const uint8_t before = states[unit];
     if ((before & kRootOpen) != 0) {
-        touched.push_back(unit);
+        close(unit, kRootOpen);
         completed = accept(index->tree.useOf(unit).root, pos);
-        states[unit] &= static_cast<uint8_t>(~kRootOpen);
+    }
+    if ((before & kCrowdedOpen) != 0) {
+        completed = firstCompleted(completed, occurAmongMany(unit, pos));
     }
     if ((before & kRare) != 0) completed = firstCompleted(completed, occurRarely(unit, pos));
     if ((states[unit] & kWaiting) == 0) return completed;
     while (heaps[unit] != WaitingHeaps::kEmpty) {
-        const auto [earliest, number, left, right] = waiting.top(heaps[unit]);
+        const auto [earliest, number, child, sibling] = waiting.top(heaps[unit]);
         if (earliest > pos) return completed;
         heaps[unit] = waiting.drop(heaps[unit]);
         if (!index->tree.node(number).reaches(pos, earliest)) continue;
@@ -162,6 +163,18 @@ void LiveParts::wake(uint32_t unit) {
     }
     woken.push_back(unit);
     ZVK_COUNT(woken, 1);
+}
+
+// It is over for good if it occurs and its gap has grown too wide.
+uint32_t LiveParts::occurAmongMany(uint32_t unit, uint32_t pos) {
+    const uint32_t number = index->tree.useOf(unit).crowded;
+    const uint32_t* const parent = crowdedNumbers.find(index->tree.parentOf(number));
+    if (parent == nullptr) return kNoNode;
+    const PartNode& node = index->tree.node(number);
+    const uint64_t earliest = node.earliest(crowdedParents[*parent].end);
+    if (pos < earliest) return kNoNode;
+    close(unit, kCrowdedOpen);
+    return node.reaches(pos, static_cast<uint32_t>(earliest)) ? accept(number, pos) : kNoNode;
 }
 
 uint32_t LiveParts::occurRarely(uint32_t unit, uint32_t pos) {

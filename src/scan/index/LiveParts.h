@@ -91,9 +91,10 @@ class LiveParts {
 
   private:
     enum State : uint8_t {
-        kRootOpen = 1,  // its first part was not found yet
-        kWaiting = 2,   // its heap is not empty
-        kRare = 4  // it has first parts with an offset, or parts after one with many successors
+        kRootOpen = 1,     // its first part was not found yet
+        kWaiting = 2,      // its heap is not empty
+        kCrowdedOpen = 4,  // its one part that is one of many children was not found yet
+        kRare = 8          // it has first parts with an offset, or several of many children
     };
     /// A part that was accepted and has many children: these ask for it when they occur.
     struct CrowdedParent {
@@ -103,11 +104,17 @@ class LiveParts {
 
     void install(const SignatureIndex& searched);
     void undo();
+    /// Clears a bit of a unit's state.
+    void close(uint32_t unit, State bit) {
+        touched.push_back(unit);
+        states[unit] &= static_cast<uint8_t>(~bit);
+    }
     void replay();
     uint32_t accept(uint32_t node, uint32_t pos);
     void wakeChildren(const PartNode& parent, uint32_t number, uint32_t end);
     void wait(uint32_t node, uint32_t previousEnd);
     void wake(uint32_t unit);
+    uint32_t occurAmongMany(uint32_t unit, uint32_t pos);
     uint32_t occurRarely(uint32_t unit, uint32_t pos);
     void askCrowdedParents(uint32_t unit, const PartTree::RareUse& rare);
     uint32_t firstCompleted(uint32_t one, uint32_t other) const;

@@ -3,8 +3,9 @@
 // When the unit occurs, those are taken whose time has come: each is accepted or, if the occurrence
 // is too far away, over for good. So a part is looked at once, however often its unit occurs.
 //
-// Skew heaps (Sleator and Tarjan, "Self-adjusting heaps", SIAM Journal on Computing 15(1), 1986) in
-// one array. Adding and taking cost the logarithm of the heap's size, averaged over all calls.
+// Pairing heaps (Fredman, Sedgewick, Sleator and Tarjan, "The pairing heap: a new form of
+// self-adjusting heap", Algorithmica 1, 1986) in one array. Adding costs a comparison, taking the
+// logarithm of the heap's size, averaged over all calls.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +21,8 @@ class WaitingHeaps {
     struct Waiting {
         uint32_t earliest;  // stream offset at which the part may begin
         uint32_t node;      // of the PartTree
-        uint32_t left = kEmpty;
-        uint32_t right = kEmpty;
+        uint32_t firstChild = kEmpty;
+        uint32_t sibling = kEmpty;  // the next child of the same one
     };
 
     const Waiting& top(uint32_t root) const { return all[root]; }
@@ -29,29 +30,44 @@ class WaitingHeaps {
     /// @return the new root
     /// @throws std::bad_alloc with nothing changed
     uint32_t add(uint32_t root, uint32_t earliest, uint32_t node) {
+        const auto added = static_cast<uint32_t>(all.size());
         all.push_back({earliest, node});
-        return merge(root, static_cast<uint32_t>(all.size() - 1));
+        return root != kEmpty ? merge(root, added) : added;
     }
 
     /// Drops the top of a heap.
     /// @return the new root
-    uint32_t drop(uint32_t root) { return merge(all[root].left, all[root].right); }
+    uint32_t drop(uint32_t root) { return mergePairs(all[root].firstChild); }
 
     void clear() { all.clear(); }
 
   private:
+    /// @return the root of two heaps that are not empty
     uint32_t merge(uint32_t one, uint32_t other) {
-        uint32_t root = kEmpty;
-        uint32_t* link = &root;
-        while (one != kEmpty && other != kEmpty) {
-            if (all[other].earliest < all[one].earliest) std::swap(one, other);
-            Waiting& upper = all[one];
-            *link = one;
-            one = upper.right;
-            upper.right = upper.left;
-            link = &upper.left;
+        if (all[other].earliest < all[one].earliest) std::swap(one, other);
+        all[other].sibling = all[one].firstChild;
+        all[one].firstChild = other;
+        return one;
+    }
+
+    /// Merges siblings: two and two from the first to the last, then these from the last to the
+    /// first.
+    uint32_t mergePairs(uint32_t first) {
+        uint32_t pairs = kEmpty;  // the last one first, linked as siblings
+        while (first != kEmpty) {
+            const uint32_t second = all[first].sibling;
+            const uint32_t rest = second != kEmpty ? all[second].sibling : kEmpty;
+            const uint32_t pair = second != kEmpty ? merge(first, second) : first;
+            all[pair].sibling = pairs;
+            pairs = pair;
+            first = rest;
         }
-        *link = one != kEmpty ? one : other;
+        uint32_t root = kEmpty;
+        while (pairs != kEmpty) {
+            const uint32_t next = all[pairs].sibling;
+            root = root != kEmpty ? merge(root, pairs) : pairs;
+            pairs = next;
+        }
         return root;
     }
 

@@ -366,7 +366,7 @@ class AnchorCompiler {
     bool countsAtBegin(uint32_t unit) const {
         if (!isPart(unit)) return true;
         const PartTree::Use& use = tree.useOf(unit);
-        return use.root != kNoNode || use.isRare();
+        return use.countsFirst();
     }
 
     /// @return how often each gram of a width is in the set

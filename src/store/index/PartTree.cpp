@@ -4,6 +4,7 @@
 #include <limits>
 #include <optional>
 #include <tuple>
+#include <utility>
 
 namespace STREAMENGINE_SPACE {
 
@@ -154,9 +155,20 @@ class PartTreeBuilder {
             } else if (parent == kNoNode) {
                 use.root = number;
             } else if (tree.nodes[parent].childCount > PartTree::kFewChildren) {
-                rareUse(use).crowded.push_back(number);
+                addCrowded(use, number);
             }
         }
+    }
+
+    void addCrowded(PartTree::Use& use, uint32_t number) {
+        const bool hasSeveral = use.isRare() && !tree.rareUses[use.rare].crowded.empty();
+        if (use.crowded == kNoNode && !hasSeveral) {
+            use.crowded = number;
+            return;
+        }
+        std::vector<uint32_t>& several = rareUse(use).crowded;
+        if (!hasSeveral) several.push_back(std::exchange(use.crowded, kNoNode));
+        several.push_back(number);
     }
 
     PartTree::RareUse& rareUse(PartTree::Use& use) {

@@ -72,17 +72,20 @@ class PartTree {
 
     /// How a unit is used in the tree.
     struct Use {
-        uint32_t root = kNoNode;  // the node of first parts without an offset
-        uint32_t rare = kNoNode;  // number of its RareUse; kNoNode: none
+        uint32_t root = kNoNode;     // the node of first parts without an offset
+        uint32_t crowded = kNoNode;  // the node that is one of more than kFewChildren, if just one
+        uint32_t rare = kNoNode;     // number of its RareUse; kNoNode: none
 
         bool isRare() const { return rare != kNoNode; }
+        /// @return whether an occurrence may count when a stream begins
+        bool countsFirst() const { return root != kNoNode || crowded != kNoNode || isRare(); }
     };
     const Use& useOf(uint32_t unit) const { return uses[unit]; }
 
-    /// The nodes of a unit that are not woken when the part before them is accepted.
+    /// Other nodes of a unit that are not woken when the part before them is accepted.
     struct RareUse {
         std::vector<uint32_t> offsetRoots;  // of first parts with an offset, by the offset
-        std::vector<uint32_t> crowded;      // those whose parents have more than kFewChildren
+        std::vector<uint32_t> crowded;      // those that are one of many, if there are several
     };
     /// @param use  a rare one
     const RareUse& rareUseOf(const Use& use) const { return rareUses[use.rare]; }
