@@ -71,7 +71,7 @@ void StreamScanner::resetReport() {
 // The window lives on the stack for the length of the call. A stream that waits for its next chunk
 // keeps only the tail: of a million open streams each costs its tail and not a window of 16 KiB.
 int StreamScanner::scanBuffer(const char* data, unsigned int len, bool typePass) {
-    WorkBuffer<kInlineOverlap + kCycleLength + kSlack> work(capacity() + kSlack);
+    WorkBuffer<kInlineOverlap + kCycleLength + kShift + kSlack> work(capacity() + kShift + kSlack);
     Window window = {work.data(), work.data(), static_cast<uint32_t>(tail.size()), tailOffset,
                      tailDecidedTo};
     if (!tail.empty()) std::memcpy(window.text, tail.data(), tail.size());
@@ -115,7 +115,7 @@ int StreamScanner::runCycles(Window& window, const char* data, unsigned int len)
                       static_cast<int>(overlap));
             return count;
         }
-        if (len != 0) window.moveToFront();
+        if (len != 0) window.makeRoom();
         char* const added = window.text + window.used;
         const unsigned int produced = normaliser.getBuffer(data, len, added, room);
         if (produced == 0 && !isResumed) {
@@ -176,8 +176,8 @@ void StreamScanner::Window::dropFront(uint32_t count, uint32_t end) {
     streamOffset += count;
 }
 
-void StreamScanner::Window::moveToFront() {
-    if (text == buffer) return;
+void StreamScanner::Window::makeRoom() {
+    if (static_cast<size_t>(text - buffer) <= kShift) return;
     std::memmove(buffer, text, used);
     text = buffer;
 }

@@ -69,6 +69,9 @@ class StreamScanner {
 
   private:
     static constexpr size_t kInlineOverlap = 4096;  // bytes of a tail for which the stack has room
+    // So far a window may go on in its buffer before its bytes are moved to the front: a host that
+    // resumes after many detections in a large chunk moves the window by a few bytes each time.
+    static constexpr size_t kShift = 4096;
 
     /// What the host's answer to a detection makes of the cycle.
     enum class Outcome { GoOn, Resume, Stop };
@@ -86,8 +89,8 @@ class StreamScanner {
         }
         /// Drops the first count of the end bytes that it holds. The rest stays where it is.
         void dropFront(uint32_t count, uint32_t end);
-        /// Moves the bytes to the front of the buffer, so that others have room after them.
-        void moveToFront();
+        /// Moves the bytes to the front of the buffer if the window has not all its room there.
+        void makeRoom();
     };
 
     void reset();

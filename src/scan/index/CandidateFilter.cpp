@@ -37,8 +37,8 @@ void CandidateFilter::compare(uint32_t number, uint32_t start) {
 }
 
 void CandidateFilter::accept(uint32_t number, uint32_t start) {
+    if (number < index.tree.unitCount()) return acceptPart(number, start);
     const IndexUnit& unit = index.units[number];
-    if (unit.kind() == UnitKind::Part) return acceptPart(number, start);
     if (!unit.pattern->beginsAt(text.offsetOf(start))) return;
     if (unit.kind() == UnitKind::PlainString) {
         strings.push_back({text.offsetOf(start), number});

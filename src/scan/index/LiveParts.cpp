@@ -144,7 +144,7 @@ void LiveParts::wait(uint32_t number, uint32_t previousEnd) {
     const uint64_t earliest = node.earliest(previousEnd);
     if (isAccepted[number] != 0 || earliest > std::numeric_limits<uint32_t>::max()) return;
     const uint32_t unit = node.unit;
-    touched.push_back(unit);
+    if ((states[unit] & kWaiting) == 0) touched.push_back(unit);
     heaps[unit] = waiting.add(heaps[unit], static_cast<uint32_t>(earliest), number);
     if (states[unit] == 0) wake(unit);
     states[unit] |= kWaiting;
