@@ -182,7 +182,13 @@ void AnchorWalk::findRuns(const RunTable& table, RunAnchor kind, uint32_t at) {
     do {
         const RunTable::Line& line = table.line(number);
         uint32_t fit = line.withPrint(print) & lanes[number];
-        if (fit != 0) fit &= line.fitting(aroundGram(at, table.gramWidth()));
+        if ((fit & (fit - 1)) != 0) {
+            fit &= line.fitting(aroundGram(at, table.gramWidth()));
+        } else if (fit != 0) {
+            const auto lane = static_cast<uint32_t>(std::countr_zero(fit));
+            const uint32_t width = table.gramWidth();
+            if (!line.fits(lane, text.bytes, at, width, text.length - at - width)) fit = 0;
+        }
         for (; fit != 0; fit &= fit - 1) {
             const auto lane = static_cast<uint32_t>(std::countr_zero(fit));
             const RunAnchorEntry entry(line.values[lane]);

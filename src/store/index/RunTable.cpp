@@ -76,6 +76,17 @@ std::pair<uint32_t, uint32_t> RunTable::placeOf(uint64_t hash, uint32_t value) c
     }
 }
 
+bool RunTable::Line::fits(uint32_t lane, const uint8_t* text, uint32_t at, uint32_t width,
+                          uint32_t rest) const {
+    const auto has = [lane](uint8_t bits) { return (bits >> lane & 1) != 0; };
+    if (has(without)) return true;
+    const uint32_t known = has(areFour) ? 4 : has(isOne) ? 1 : 2;
+    if (has(isBefore) ? at < known : rest < 4) return !has(isBefore);
+    const uint8_t* const bytes = has(isBefore) ? text + at - known : text + at + width;
+    const uint16_t found = known == 4 ? fourOf(bytes) : known == 2 ? twoOf(bytes) : oneOf(bytes);
+    return checks[lane] == found;
+}
+
 uint32_t RunTable::Line::fitting(const Around& around) const {
     const uint32_t areTwo = ~(uint32_t{areFour} | isOne);
     const auto equalOn = [&](const std::array<uint16_t, 3>& side) {

@@ -93,6 +93,11 @@ class RunTable {
         uint32_t withPrint(uint16_t print) const { return equalLanes(prints.data(), print); }
         /// @return a bit for each gram that may have these bytes around it, likewise
         uint32_t fitting(const Around& around) const;
+        /// The same for one gram, which is at an index of a text.
+        /// @param text  readable for four bytes after the gram
+        /// @param rest  bytes of the text after the gram
+        bool fits(uint32_t lane, const uint8_t* text, uint32_t at, uint32_t width,
+                  uint32_t rest) const;
     };
     static_assert(sizeof(Line) == 64);
 
