@@ -32,7 +32,7 @@ class LiveFilter {
     void set(uint64_t hash, uint32_t value) {
         const uint32_t bit = table->bitOf(hash);
         change(words, changedWords, bit / 64, words[bit / 64] | uint64_t{1} << (bit % 64));
-        const auto [line, lane] = table->placeOf(hash, value);
+        const auto [line, lane] = table->placeOf(value);
         change(lanes, changedLines, line, static_cast<uint8_t>(lanes[line] | 1U << lane));
     }
     /// Clears the filter's bit of a hash.

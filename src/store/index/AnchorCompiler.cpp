@@ -54,8 +54,9 @@ class AnchorCompiler {
         const std::vector<uint32_t> others = enterLongAnchors();
         if (others.empty()) return;
         enterRunAnchors(others);
-        tables.wideAnchors.build(wideGrams);
-        tables.narrowAnchors.build(narrowGrams);
+        const uint32_t ofParts = tree.unitCount() * kWideStride;  // their values are the lowest
+        tables.wideAnchors.build(wideGrams, ofParts);
+        tables.narrowAnchors.build(narrowGrams, ofParts);
         tables.shapes.build(std::move(shapes));
         tables.runUnits.shrink_to_fit();
     }

@@ -22,7 +22,7 @@ int shiftFor(size_t slots) {
 
 }  // namespace
 
-void RunTable::build(const std::vector<Gram>& entries) {
+void RunTable::build(const std::vector<Gram>& entries, uint32_t placed) {
     if (entries.empty()) return;
     if (entries.size() > kMostGrams) throw std::bad_alloc();
     const size_t lineCount =
@@ -36,6 +36,7 @@ void RunTable::build(const std::vector<Gram>& entries) {
     base.assign(bits / 64, 0);
     lineShift = shiftFor(lineCount);
     filterShift = shiftFor(bits);
+    places.resize(placed);
     for (const Gram& gram : entries) enter(gram);
     lines.shrink_to_fit();
     lanes.shrink_to_fit();
@@ -62,18 +63,8 @@ void RunTable::enter(const Gram& gram) {
     if (gram.side == Side::FourAfter || gram.side == Side::FourBefore) line.areFour |= lane;
     if (gram.side == Side::OneAfter || gram.side == Side::OneBefore) line.isOne |= lane;
     if (gram.counts) lanes[number] |= lane;
+    if (gram.value < places.size()) places[gram.value] = number * kGramsPerLine + line.count;
     ++line.count;
-}
-
-std::pair<uint32_t, uint32_t> RunTable::placeOf(uint64_t hash, uint32_t value) const {
-    uint32_t number = lineOf(hash);
-    while (true) {
-        const auto& values = lines[number].values;
-        const auto found = std::find(values.begin(), values.begin() + lines[number].count, value);
-        const auto lane = static_cast<uint32_t>(found - values.begin());
-        if (lane != lines[number].count) return {number, lane};
-        number = lines[number].next;
-    }
 }
 
 bool RunTable::Line::fits(uint32_t lane, const uint8_t* text, uint32_t at, uint32_t width,

@@ -114,8 +114,9 @@ class RunTable {
     explicit RunTable(uint32_t gramWidth) : grams(gramWidth) {}
 
     /// Fills an empty table.
+    /// @param placed  values below are those of one gram each: placeOf() knows them
     /// @throws std::bad_alloc
-    void build(const std::vector<Gram>& entries);
+    void build(const std::vector<Gram>& entries, uint32_t placed);
 
     bool isEmpty() const {
         return lines.empty();
@@ -151,7 +152,9 @@ class RunTable {
         return lines[number];
     }
     /// @return the number of the line and the lane of a gram that is in the table
-    std::pair<uint32_t, uint32_t> placeOf(uint64_t hash, uint32_t value) const;
+    std::pair<uint32_t, uint32_t> placeOf(uint32_t value) const {
+        return {places[value] / kGramsPerLine, places[value] % kGramsPerLine};
+    }
     uint16_t printOf(uint64_t hash) const {
         return static_cast<uint16_t>(hash << (64 - lineShift) >> 48);
     }
@@ -167,6 +170,7 @@ class RunTable {
     std::vector<uint64_t> base;
     std::vector<uint8_t> lanes;
     std::vector<Line> lines;  // those by hash, then those that go on
+    std::vector<uint32_t> places;  // by value: kGramsPerLine times the line, plus the lane
     int filterShift = 63;
     int lineShift = 63;
 };
