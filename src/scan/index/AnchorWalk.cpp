@@ -87,13 +87,19 @@ void AnchorWalk::advance(uint32_t at, uint32_t stop) {
         if (text.length - blockAt < kProbeBlock + GramFilter::kReadLength) {
             cutAtEnd(bits[block], blockAt);
         }
-        followLong(bits[block].longAnchors, blockAt);
+    }
+    if (filters.hasLong) {
+        forEachLongMark([this](uint32_t, uint64_t hash) { anchors.longAnchors.prefetch(hash); });
     }
     prefetchRuns(0);
+    if (stretchBlocks > 1) prefetchRuns(1);
+    prefetchRunUnits(0);
     for (uint32_t block = 0; block < stretchBlocks; ++block) {
-        if (block + 1 < stretchBlocks) prefetchRuns(block + 1);
+        if (block + 2 < stretchBlocks) prefetchRuns(block + 2);
+        if (block + 1 < stretchBlocks) prefetchRunUnits(block + 1);
         followRuns(block, at + block * kProbeBlock);
     }
+    if (filters.hasLong) followLong();
 }
 
 /// Drops the marks of grams that reach beyond the end of the text.
@@ -108,17 +114,38 @@ void AnchorWalk::cutAtEnd(ProbeMarks& marks, uint32_t at) const {
     marks.pairs &= fitting(kPairGram);
 }
 
-void AnchorWalk::followLong(uint64_t marks, uint32_t at) {
-    for (; marks != 0; marks &= marks - 1) {
-        const uint32_t gramAt = at + static_cast<uint32_t>(std::countr_zero(marks));
-        const uint64_t hash = anchors.longAnchors.hash(text.bytes + gramAt);
+/// Calls action(index in the text, hash) for each mark of the stretch.
+template <class Action>
+void AnchorWalk::forEachLongMark(Action action) const {
+    for (uint32_t block = 0; block < stretchBlocks; ++block) {
+        for (uint64_t marks = bits[block].longAnchors; marks != 0; marks &= marks - 1) {
+            const uint32_t gramAt =
+                stretchAt + block * kProbeBlock + static_cast<uint32_t>(std::countr_zero(marks));
+            action(gramAt, anchors.longAnchors.hash(text.bytes + gramAt));
+        }
+    }
+}
+
+// Each mark leads to memory that is seldom in a cache, and from there on to more. So all marks go
+// the first step, then all of them the next one.
+void AnchorWalk::followLong() {
+    const auto& table = anchors.longAnchors;
+    forEachLongMark([&](uint32_t, uint64_t hash) {
         ZVK_COUNT(longMarks, 1);
-        for (const LongAnchorEntry entry : anchors.longAnchors.bucket(hash)) {
+        __builtin_prefetch(table.bucket(hash).data());
+    });
+    forEachLongMark([&](uint32_t, uint64_t hash) {
+        for (const LongAnchorEntry entry : table.bucket(hash)) {
+            __builtin_prefetch(&index.units[entry.unit()]);
+        }
+    });
+    forEachLongMark([&](uint32_t gramAt, uint64_t hash) {
+        for (const LongAnchorEntry entry : table.bucket(hash)) {
             ZVK_COUNT(longEntries, 1);
             const IndexUnit& unit = index.units[entry.unit()];
             filter.considerLong(entry.unit(), unit.anchor + entry.place(), gramAt);
         }
-    }
+    });
 }
 
 /// Loads the lines of a block's marks, while the block before is followed.
@@ -132,6 +159,25 @@ void AnchorWalk::prefetchRuns(uint32_t block) const {
     };
     load(anchors.wideAnchors, bits[block].wide);
     load(anchors.narrowAnchors, bits[block].narrow);
+}
+
+/// Loads the run units to which these lines lead.
+void AnchorWalk::prefetchRunUnits(uint32_t block) const {
+    const uint8_t* const from = text.bytes + stretchAt + size_t{block} * kProbeBlock;
+    const auto load = [&](const RunTable& table, uint64_t marks, const uint8_t* lanes) {
+        for (; marks != 0; marks &= marks - 1) {
+            const uint64_t hash = table.hash(from + std::countr_zero(marks));
+            const uint32_t number = table.lineOf(hash);
+            const RunTable::Line& line = table.line(number);
+            uint32_t fit = line.withPrint(table.printOf(hash)) & lanes[number];
+            if (fit == 0) continue;
+            const RunAnchorEntry entry(line.values[static_cast<uint32_t>(std::countr_zero(fit))]);
+            __builtin_prefetch(&anchors.runUnits[entry.unit()]);
+        }
+    };
+    load(anchors.wideAnchors, bits[block].wide, lanesOf(anchors.wideAnchors, RunAnchor::Wide));
+    load(anchors.narrowAnchors, bits[block].narrow,
+         lanesOf(anchors.narrowAnchors, RunAnchor::Narrow));
 }
 
 // The marks change while they are followed: a unit that is woken adds some ahead.

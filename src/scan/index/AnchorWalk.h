@@ -32,8 +32,11 @@ class AnchorWalk {
 
   private:
     void cutAtEnd(ProbeMarks& marks, uint32_t at) const;
-    void followLong(uint64_t marks, uint32_t at);
+    template <class Action>
+    void forEachLongMark(Action action) const;
+    void followLong();
     void prefetchRuns(uint32_t block) const;
+    void prefetchRunUnits(uint32_t block) const;
     void followRuns(uint32_t block, uint32_t at);
     [[gnu::always_inline]] inline void findRuns(const RunTable& table, RunAnchor kind, uint32_t at);
     [[gnu::always_inline]] inline RunTable::Around aroundGram(uint32_t at, uint32_t width) const;

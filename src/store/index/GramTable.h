@@ -37,6 +37,9 @@ class GramTable : public GramFilter {
         return {values.data() + first[0], values.data() + first[1]};
     }
 
+    /// Begins to load what bucket() reads.
+    void prefetch(uint64_t hash) const { __builtin_prefetch(&starts[hash >> bucketShift]); }
+
   private:
     static constexpr size_t kGramsPerBucket = 2;
 

@@ -169,7 +169,7 @@ class RunTable {
     GramFilter grams;  // gives the hash; holds nothing
     std::vector<uint64_t> base;
     std::vector<uint8_t> lanes;
-    std::vector<Line> lines;  // those by hash, then those that go on
+    std::vector<Line> lines;       // those by hash, then those that go on
     std::vector<uint32_t> places;  // by value: kGramsPerLine times the line, plus the lane
     int filterShift = 63;
     int lineShift = 63;
