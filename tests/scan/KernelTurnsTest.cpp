@@ -10,6 +10,7 @@
 #include <functional>
 #include <list>
 #include <optional>
+#include <ostream>
 #include <semaphore>
 #include <thread>
 
@@ -82,6 +83,10 @@ struct Variant {
     SetProfile profile;
     uint64_t seeds;
 };
+
+void PrintTo(const Variant& variant, std::ostream* out) {
+    *out << variant.name;
+}
 
 Stream randomStream(RandomSet& set) {
     Random& random = set.random;

@@ -4,8 +4,11 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <ctime>
 #include <memory>
+#include <span>
+#include <string>
 #include <vector>
 
 #include "command/Command.h"
@@ -32,7 +35,9 @@ Prints
 - the version of the set and its number of signatures,
 - for each file, how many lines were read and how many were refused,
 - for each refused line, FILE:LINE: reason. If the reason itself has a line number, ignore that: it
-  counts only the lines that were accepted before.
+  counts only the lines that were accepted before,
+- for each file, the signatures that make scanning slow: those with a part that has no four fixed bytes
+  in a row, as "aa??b??c".
 
 Exit status: 0 all lines were accepted, 1 some were refused, 2 an error.)";
 
@@ -71,6 +76,17 @@ std::string versionText(uint32_t version) {
                        fmt::gmtime(static_cast<std::time_t>(version)));
 }
 
+std::string slowText(const std::vector<std::string>& names) {
+    constexpr size_t kShown = 5;
+    const auto shown = std::span(names).first(std::min(kShown, names.size()));
+    const std::string more =
+        names.size() > kShown ? fmt::format(" and {} more", names.size() - kShown) : "";
+    return fmt::format(
+        "warning: {} without four fixed bytes in a row, which slows scanning: {}{}",
+        names.size() == 1 ? "1 signature" : fmt::format("{} signatures", names.size()),
+        printable(fmt::format("{}", fmt::join(shown, ", "))), more);
+}
+
 void writeText(const SetFacts& facts) {
     writeOutput(
         fmt::format("{}\n{}\nKernel           : {}\nPattern version  : {}\n"
@@ -85,6 +101,7 @@ void writeText(const SetFacts& facts) {
             const std::string number = line.number > 0 ? fmt::format("{}:", line.number) : "";
             writeOutput(fmt::format("{}:{} {}\n", path, number, printable(line.reason)));
         }
+        if (!file.slow.empty()) writeOutput(fmt::format("{}: {}\n", path, slowText(file.slow)));
     }
 }
 
@@ -105,6 +122,10 @@ void writeJson(const SetFacts& facts) {
             if (line.number > 0) object["line"] = line.number;
             object["reason"] = line.reason;
             writeOutput(jsonLine(object));
+        }
+        if (!file.slow.empty()) {
+            writeOutput(
+                jsonLine({{"type", "slowSignatures"}, {"path", file.path}, {"names", file.slow}}));
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <deque>
 #include <iterator>
@@ -14,15 +15,20 @@
 #include "set/ErrorLog.h"
 #include "set/PatternFile.h"
 #include "store/PatternContainer.h"
+#include "store/index/LiteralRows.h"
 #include "support/Exception.h"
+#include "support/ScrambledName.h"
 
 namespace zvk {
 
 namespace {
 
+using STREAMENGINE_SPACE::IndexUnit;
+using STREAMENGINE_SPACE::LiteralRows;
 using STREAMENGINE_SPACE::PatternContainer;
 using STREAMENGINE_SPACE::PatternLoader;
 using STREAMENGINE_SPACE::PlainLineReader;
+using STREAMENGINE_SPACE::SignatureIndex;
 
 // Numbers, in the file, of the lines that a container refuses. The loader's messages only have the
 // count of the lines accepted so far, but they come in the same order as these numbers.
@@ -41,14 +47,31 @@ std::vector<uint32_t> refusedNumbers(std::FILE* file, int type, uint64_t& readCo
     return numbers;
 }
 
-uint64_t load(const std::string& path, std::FILE* file) {
+void load(const std::string& path, std::FILE* file, PatternContainer& container,
+          uint64_t& readCount) {
     const StdoutSilencer silencer;
-    PatternContainer container;
     try {
-        return static_cast<uint64_t>(PatternLoader::loadVQPattern(path.c_str(), file, container));
+        const int count = PatternLoader::loadVQPattern(path.c_str(), file, container);
+        readCount = static_cast<uint64_t>(count);
+        PatternLoader::prepare(container);
     } catch (QLT_SPACE::Exception& error) {
         throw PatternError(fmt::format("cannot load {}: {}", path, error.getMessage()));
     }
+}
+
+std::vector<std::string> slowSignatures(const PatternContainer& container) {
+    SignatureIndex index;
+    index.build(container.trieTree, container.bmList, container.vectorUnit);
+    std::vector<std::string> names;
+    LiteralRows rows;
+    for (const IndexUnit& unit : index.units) {
+        rows.assign(unit);
+        if (rows.longest() >= STREAMENGINE_SPACE::kNarrowGram) continue;
+        names.push_back(STREAMENGINE_SPACE::scrambled(unit.pattern->virName));
+    }
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
 }
 
 }  // namespace
@@ -58,7 +81,9 @@ PatternFileCheck checkPatternFile(const std::string& path) {
     const ErrorLog log(ErrorLog::kAll);
     PatternFileCheck check;
     check.path = path;
-    check.readCount = load(path, file.get());
+    PatternContainer container;
+    load(path, file.get(), container, check.readCount);
+    check.slow = slowSignatures(container);
 
     std::vector<uint32_t> numbers;
     const int type = PatternLoader::getPatternType(path.c_str());
