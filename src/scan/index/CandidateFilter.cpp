@@ -41,13 +41,17 @@ void CandidateFilter::accept(uint32_t number, uint32_t start) {
     const IndexUnit& unit = index.units[number];
     if (!unit.pattern->beginsAt(text.offsetOf(start))) return;
     if (unit.kind() == UnitKind::PlainString) {
-        strings.push_back({text.offsetOf(start), number});
+        others.push_back({text.offsetOf(start), number});
     } else {
         complete({start, index.rankOfSingle(number), &unit.trie()});
     }
 }
 
 void CandidateFilter::acceptPart(uint32_t number, uint32_t start) {
+    if (live == nullptr) {
+        others.push_back({text.offsetOf(start), number});
+        return;
+    }
     const uint32_t node = live->occur(number, text.offsetOf(start));
     if (node == kNoNode) return;
     complete({start, index.tree.node(node).completedRank, &index.tree.completedBy(node)});

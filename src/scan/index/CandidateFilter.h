@@ -18,8 +18,8 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// A plain string in the text.
-struct FoundString {
+/// A plain string in the text, or another unit.
+struct FoundUnit {
     uint32_t start;  // stream offset
     uint32_t unit;
 };
@@ -36,14 +36,15 @@ struct Completion {
 class CandidateFilter {
   public:
     /// Borrows all for the search.
-    /// @param parts  the stream's; null if the index has no parts
-    /// @param found  the plain strings are added to it
+    /// @param parts  the stream's; null if the index has no parts or all of them are to be found
+    /// @param found  the plain strings are added to it, and parts if there is nothing to accept
+    /// them
     CandidateFilter(const SignatureIndex& searched, const SearchText& searchText, LiveParts* parts,
-                    std::vector<FoundString>& found)
+                    std::vector<FoundUnit>& found)
         : index(searched),
           text(searchText),
           live(parts),
-          strings(found),
+          others(found),
           undecided(searchText.decidedTo) {
         // A unit that begins in the last `hidden` bytes may have its anchor after the text.
         const uint32_t hidden = index.anchors.reach + GramFilter::kReadLength;
@@ -105,7 +106,7 @@ class CandidateFilter {
     const SignatureIndex& index;
     const SearchText& text;
     LiveParts* const live;
-    std::vector<FoundString>& strings;
+    std::vector<FoundUnit>& others;
     uint32_t undecided;
     Completion completed;
     uint32_t lastGram = std::numeric_limits<uint32_t>::max();  // index of the last that may matter

@@ -5,6 +5,7 @@
 #include <limits>
 #include <optional>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "scan/index/AnchorWalk.h"
@@ -31,6 +32,8 @@ void IndexScanner::reset() {
     log.clear();
     forgetLeast();
     areStringsKept = false;
+    isLogOver = false;
+    outlook.reset();
     offsetsCameAgain = false;
     continuedWithoutReset = false;
 }
@@ -41,24 +44,24 @@ void IndexScanner::forgetLeast() {
 }
 
 // The search went on to the end of the text, past the string, because a signature of the automaton
-// would have come before it. If all parts that it accepted begin after the string, a search from
-// there would accept the same and find the same strings. So a text that repeats a string costs no
-// search for each of them.
+// would have come before it. A search from the string's end finds the same strings. If all parts
+// that were accepted begin there or later, it accepts the same ones; otherwise a PartOutlook
+// decides whether a signature is complete. So a text that repeats a string costs no search for each
+// of them.
 uint32_t IndexScanner::resetAfterString(uint32_t end) {
-    const bool staysTrue = isWholeTextSearched && !ops.wantsDetail() && !offsetsCameAgain &&
-                           firstAccepted() >= lastOffset + end;
-    if (!staysTrue) {
+    if (!isWholeTextSearched || ops.wantsDetail() || offsetsCameAgain) {
         reset();
         return 0;
     }
-    const auto isOver = [&](const FoundString& found) { return found.start - lastOffset < end; };
+    const auto isOver = [&](const FoundUnit& found) { return found.start - lastOffset < end; };
     while (nextString < strings.size() && isOver(strings[nextString])) ++nextString;
     lastOffset += end;
     lastLength -= end;
     decidedEnd -= std::min(decidedEnd, end);
     continuedWithoutReset = false;
     areStringsKept = true;
-    return decidedEnd;
+    isLogOver = isLogOver || firstAccepted() < lastOffset;
+    return isLogOver ? 0 : decidedEnd;
 }
 
 /// @return the least stream offset at which an accepted part begins
@@ -75,7 +78,8 @@ StreamKey IndexScanner::key() {
     return {ownNumber, epoch};
 }
 
-bool IndexScanner::mustWalk(const SearchText& text) const {
+bool IndexScanner::mustWalk(const SearchText& text) {
+    if (isLogOver && continuedWithoutReset) takeLogOfOutlook();
     if (index.tree.unitCount() == 0) return false;
     if (text.offsetsWrap()) return true;
     return continuedWithoutReset &&
@@ -83,6 +87,16 @@ bool IndexScanner::mustWalk(const SearchText& text) const {
                return part.start == lastMatch.start &&
                       isSplitBy(index.tree, part.node, lastMatch.rank);
            });
+}
+
+/// Makes the log that of a search which began after the last plain string that was resumed.
+void IndexScanner::takeLogOfOutlook() {
+    log = outlook->accepted();
+    newestEntry = 0;
+    forgetLeast();
+    ++epoch;
+    isLogOver = false;
+    outlook.reset();
 }
 
 /// Drops what was accepted after the last match: the search had gone ahead.
@@ -101,21 +115,36 @@ void IndexScanner::goOnAfterMatch() {
 }
 
 BodyMatch IndexScanner::virusFound(const SearchText& text, DigestFeed& feed) {
-    // A text that only lost its beginning was searched to its end already.
-    const bool isSearched = areStringsKept && text.length == lastLength;
+    const bool isKept = std::exchange(areStringsKept, false);
+    const bool isSearched = isKept && text.length == lastLength && hasOnlyStrings(text);
+    if (!isSearched) prepareSearch(isKept);
     const BodyMatch match = isSearched ? firstString(text) : searchNew(text, feed);
-    areStringsKept = false;
     continuedWithoutReset = match.pattern != nullptr;
     return match;
 }
 
-BodyMatch IndexScanner::searchNew(const SearchText& text, DigestFeed& feed) {
-    if (areStringsKept) {
+/// @param text  one that only lost its beginning since it was searched to its end
+/// @return whether it is known to have no complete signature
+bool IndexScanner::hasOnlyStrings(const SearchText& text) {
+    if (!isLogOver) return true;
+    if (nextString == strings.size()) return false;  // the search is not repeated for each string
+    if (outlook == nullptr) outlook = std::make_unique<PartOutlook>(index, text);
+    return !outlook->mayComplete(text);
+}
+
+/// @param keepsStrings  the text has the end of the last one
+void IndexScanner::prepareSearch(bool keepsStrings) {
+    if (isLogOver) {
+        reset();
+        forgetStrings();
+    } else if (keepsStrings) {
         forgetUndecidedStrings();
     } else {
         forgetStrings();
     }
-    areStringsKept = false;  // whatever happens
+}
+
+BodyMatch IndexScanner::searchNew(const SearchText& text, DigestFeed& feed) {
     decidedEnd = text.length;
     lastOffset = text.streamOffset;
     lastLength = text.length;
@@ -163,14 +192,14 @@ BodyMatch IndexScanner::search(const SearchText& text, LiveParts* live, DigestFe
 }
 
 bool IndexScanner::hasStringBefore(const SearchText& text, uint32_t bound) const {
-    return std::any_of(strings.begin(), strings.end(), [&](const FoundString& found) {
+    return std::any_of(strings.begin(), strings.end(), [&](const FoundUnit& found) {
         return found.start - text.streamOffset < bound;
     });
 }
 
 /// Sorts the strings that a search added; they begin after all that were kept.
 void IndexScanner::sortStrings(const SearchText& text, size_t sorted) {
-    const auto placeOf = [&](const FoundString& found) {
+    const auto placeOf = [&](const FoundUnit& found) {
         return std::pair(found.start - text.streamOffset, found.unit);  // offsets may wrap
     };
     std::sort(strings.begin() + static_cast<std::ptrdiff_t>(sorted), strings.end(),
@@ -180,14 +209,14 @@ void IndexScanner::sortStrings(const SearchText& text, size_t sorted) {
 /// @return the first of the strings that were not reported yet
 BodyMatch IndexScanner::firstString(const SearchText& text) const {
     if (nextString == strings.size()) return {};
-    const FoundString& first = strings[nextString];
+    const FoundUnit& first = strings[nextString];
     const IndexUnit& unit = index.units[first.unit];
     return {unit.pattern, false, first.start - text.streamOffset + unit.length};
 }
 
 /// Drops the kept strings that a search of the new text finds again.
 void IndexScanner::forgetUndecidedStrings() {
-    const auto isDecided = [this](const FoundString& found) {
+    const auto isDecided = [this](const FoundUnit& found) {
         return found.start - lastOffset < decidedEnd;
     };
     while (strings.size() > nextString && !isDecided(strings.back())) strings.pop_back();

@@ -20,12 +20,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <vector>
 
 #include "scan/digest/DigestFeed.h"
 #include "scan/index/CandidateFilter.h"
 #include "scan/index/LiveParts.h"
 #include "scan/index/PartLog.h"
+#include "scan/index/PartOutlook.h"
 #include "scan/report/BodyMatch.h"
 #include "scan/report/ScanResult.h"
 #include "scan/text/SearchText.h"
@@ -49,7 +51,8 @@ class IndexScanner {
     uint32_t resetAfterString(uint32_t end);
 
     /// @return whether the text has to be searched by the loaded form: exportProgress() first
-    bool mustWalk(const SearchText& text) const;
+    /// @throws std::bad_alloc
+    bool mustWalk(const SearchText& text);
     /// Hands the progress over to a scanner of the loaded form.
     /// @throws std::bad_alloc
     void exportProgress(TrieScanner& scanner) const;
@@ -75,6 +78,9 @@ class IndexScanner {
     };
 
     BodyMatch search(const SearchText& text, LiveParts* live, DigestFeed& feed);
+    bool hasOnlyStrings(const SearchText& text);
+    void takeLogOfOutlook();
+    void prepareSearch(bool keepsStrings);
     BodyMatch searchNew(const SearchText& text, DigestFeed& feed);
     void sortStrings(const SearchText& text, size_t sorted);
     BodyMatch firstString(const SearchText& text) const;
@@ -93,10 +99,12 @@ class IndexScanner {
     uint64_t ownNumber = 0;  // of this scanner among all of the process; 0: not given yet
     uint64_t epoch = 0;      // counts what made the log shorter
     LastMatch lastMatch;
-    std::vector<FoundString> strings;  // of the last text; sorted after a search
-    size_t nextString = 0;             // the first of them that was not reported
-    bool areStringsKept = false;       // for the next text
-    size_t considered = 0;             // entries of the log of which leastStart is the first start
+    std::vector<FoundUnit> strings;        // of the last text; sorted after a search
+    size_t nextString = 0;                 // the first of them that was not reported
+    bool areStringsKept = false;           // for the next text
+    bool isLogOver = false;                // it has parts that begin before the kept strings' text
+    std::unique_ptr<PartOutlook> outlook;  // of this text, if the log is over
+    size_t considered = 0;  // entries of the log of which leastStart is the first start
     uint32_t leastStart = std::numeric_limits<uint32_t>::max();
     uint32_t lastOffset = 0;         // stream offset of the last text, without what was resumed
     uint32_t lastLength = 0;         // of it
