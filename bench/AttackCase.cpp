@@ -90,10 +90,14 @@ const Signature& shortestPlain(const std::vector<Signature>& signatures) {
 }
 
 /// An ordinary set, and as many detections in the text as there can be.
-AttackCase foundEverywhere(const std::string& name, TextSource& source, size_t count,
-                           uint64_t seed) {
+/// @param withPart  a first part comes before each of them
+AttackCase foundEverywhere(const std::string& name, TextSource& source, size_t count, uint64_t seed,
+                           bool withPart) {
     auto set = bodySignatures(source, count, seed);
     std::string text = textOf(shortestPlain(set));
+    const auto several = std::find_if(set.begin(), set.end(),
+                                      [](const auto& each) { return each.parts.size() > 1; });
+    if (withPart && several != set.end()) text.insert(0, textOf(several->parts[0]));
     return {name, kBound, std::move(set), "", {std::move(text)}};
 }
 
@@ -117,7 +121,10 @@ std::vector<AttackCase> attackCases(const Pages& pages, size_t signatures, uint6
     cases.push_back(commonHead(signatures, true, random));
     cases.push_back(commonHead(signatures, false, random));
     cases.push_back(singleBytes(signatures, random));
-    cases.push_back(foundEverywhere("found_everywhere_mixed", pageSource, signatures, seed));
-    cases.push_back(foundEverywhere("found_everywhere_script", scriptSource, signatures, seed));
+    for (const bool withPart : {false, true}) {
+        const std::string name = withPart ? "found_after_part_" : "found_everywhere_";
+        cases.push_back(foundEverywhere(name + "mixed", pageSource, signatures, seed, withPart));
+        cases.push_back(foundEverywhere(name + "script", scriptSource, signatures, seed, withPart));
+    }
     return cases;
 }

@@ -76,6 +76,81 @@ TEST_F(Kernels, AgreeInLargeSets) {
     EXPECT_GT(detections, kSets * 4 * kStreams);
 }
 
+/// @return the parts of the signatures that have several, and the plain strings
+std::vector<std::string> partsAndStrings(const std::vector<Signature>& signatures) {
+    std::vector<std::string> texts;
+    for (const Signature& signature : signatures) {
+        const bool isSingle = signature.parts.size() == 1;
+        if (isSingle && !signature.parts[0].isPlain()) continue;
+        for (const SignaturePart& part : signature.parts) texts.push_back(textOf(part));
+    }
+    return texts;
+}
+
+// A host that goes on after a plain string drops the parts that were found before it, but not what
+// the search found ahead.
+TEST_F(Kernels, AgreeWherePartsAndStringsTakeTurns) {
+    constexpr uint64_t kSets = 1000;
+    size_t detections = 0;
+    for (uint64_t seed = 0; seed < kSets && !HasFailure(); ++seed) {
+        SetProfile profile = kProfile;
+        profile.familyPercent = seed % 2 * 70;
+        profile.sparsePercent = seed % 3 * 40;
+        RandomSet set(profile, seed);
+        Random& random = set.random;
+        load(set.signatures);
+        const auto pieces = partsAndStrings(set.signatures);
+        for (int stream = 0; stream < kStreams && !pieces.empty(); ++stream) {
+            std::array<std::string, 4> some;
+            for (std::string& piece : some) piece = random.pick(pieces);
+            // Two that follow each other, in most cases of one signature.
+            const size_t first = random.between(0, pieces.size() - 1);
+            for (size_t i = 0; i < 2; ++i) some[i] = pieces[(first + i) % pieces.size()];
+            std::string text = "x<br>";
+            const size_t length = random.between(20, 1500);
+            while (text.size() < length) text += random.pick(some);
+            std::vector<int32_t> answers(random.between(0, 99));
+            for (int32_t& answer : answers) answer = random.chance(10) ? 2 : 0;
+            const auto chunks = random.chance(50) ? std::vector<std::string>{text}
+                                                  : cutIntoChunks(text, random);
+            const Stream scanned = {chunks, answers};
+            detections += expectEqual(
+                [&](Kernel& kernel) { return scanStream(*kernel.scanner, scanned); }, 'N', seed);
+        }
+    }
+    EXPECT_GT(detections, 5 * kSets * kStreams);
+}
+
+// The same where random sets seldom come: what is found only after a string, or in the next chunk.
+TEST_F(Kernels, AgreeAfterStrings) {
+    SignaturePart sparse = literalPart("ab", Gap::atMost(5));
+    for (const char* literal : {"c", "d"}) {
+        sparse.elements.emplace_back();
+        appendLiteral(sparse, literal);
+    }
+    Signature atOffset = {"N4", {literalPart("offsetpart"), literalPart("last")}};
+    atOffset.offset = 27;
+    load({{"N1", {literalPart("stringstring")}},
+          {"N2", {literalPart("first"), sparse}},
+          {"N3", {literalPart("first"), literalPart("later")}},
+          atOffset});
+    const struct {
+        std::vector<std::string> chunks;
+        std::vector<int32_t> answers;
+        size_t detections;
+    } cases[] = {
+        {{"x<br>first-.-.-.-.-.-abxcxdstringstring-firstabxcxd-stringstring"}, {}, 3},
+        {{"x<br>first-stringstringfirst-stringstring", "later"}, {0, 2}, 3},
+        {{"x<br>first-----stringstringoffsetpart-stringstring", "last"}, {0, 2}, 3},
+    };
+    for (const auto& [chunks, answers, detections] : cases) {
+        const Stream scanned = {chunks, answers};
+        const size_t found = expectEqual(
+            [&](Kernel& kernel) { return scanStream(*kernel.scanner, scanned); }, 'N', 0);
+        EXPECT_EQ(found, detections) << chunks[0];
+    }
+}
+
 /// Searches chunks as a stream does whose first byte has the offset base.
 /// @return the names, each with the offset of its end
 std::string searchFrom(uint32_t base, const PatternContainer& container,

@@ -28,14 +28,18 @@ bool isSplitBy(const PartTree& tree, uint32_t node, uint32_t rank) {
 }  // namespace
 
 void IndexScanner::reset() {
-    if (!log.empty()) ++epoch;
-    log.clear();
-    forgetLeast();
+    forgetParts();
     areStringsKept = false;
-    isLogOver = false;
+    needsOutlook = false;
     outlook.reset();
     offsetsCameAgain = false;
     continuedWithoutReset = false;
+}
+
+void IndexScanner::forgetParts() {
+    if (!log.empty()) ++epoch;
+    log.clear();
+    forgetLeast();
 }
 
 void IndexScanner::forgetLeast() {
@@ -60,8 +64,11 @@ uint32_t IndexScanner::resetAfterString(uint32_t end) {
     decidedEnd -= std::min(decidedEnd, end);
     continuedWithoutReset = false;
     areStringsKept = true;
-    isLogOver = isLogOver || firstAccepted() < lastOffset;
-    return isLogOver ? 0 : decidedEnd;
+    if (firstAccepted() < lastOffset) {
+        forgetParts();
+        needsOutlook = true;
+    }
+    return needsOutlook ? 0 : decidedEnd;
 }
 
 /// @return the least stream offset at which an accepted part begins
@@ -78,8 +85,7 @@ StreamKey IndexScanner::key() {
     return {ownNumber, epoch};
 }
 
-bool IndexScanner::mustWalk(const SearchText& text) {
-    if (isLogOver && continuedWithoutReset) takeLogOfOutlook();
+bool IndexScanner::mustWalk(const SearchText& text) const {
     if (index.tree.unitCount() == 0) return false;
     if (text.offsetsWrap()) return true;
     return continuedWithoutReset &&
@@ -87,16 +93,6 @@ bool IndexScanner::mustWalk(const SearchText& text) {
                return part.start == lastMatch.start &&
                       isSplitBy(index.tree, part.node, lastMatch.rank);
            });
-}
-
-/// Makes the log that of a search which began after the last plain string that was resumed.
-void IndexScanner::takeLogOfOutlook() {
-    log = outlook->accepted();
-    newestEntry = 0;
-    forgetLeast();
-    ++epoch;
-    isLogOver = false;
-    outlook.reset();
 }
 
 /// Drops what was accepted after the last match: the search had gone ahead.
@@ -126,7 +122,7 @@ BodyMatch IndexScanner::virusFound(const SearchText& text, DigestFeed& feed) {
 /// @param text  one that only lost its beginning since it was searched to its end
 /// @return whether it is known to have no complete signature
 bool IndexScanner::hasOnlyStrings(const SearchText& text) {
-    if (!isLogOver) return true;
+    if (!needsOutlook) return true;
     if (nextString == strings.size()) return false;  // the search is not repeated for each string
     if (outlook == nullptr) outlook = std::make_unique<PartOutlook>(index, text);
     return !outlook->mayComplete(text);
@@ -134,14 +130,13 @@ bool IndexScanner::hasOnlyStrings(const SearchText& text) {
 
 /// @param keepsStrings  the text has the end of the last one
 void IndexScanner::prepareSearch(bool keepsStrings) {
-    if (isLogOver) {
-        reset();
-        forgetStrings();
-    } else if (keepsStrings) {
+    if (keepsStrings && !needsOutlook) {
         forgetUndecidedStrings();
     } else {
         forgetStrings();
     }
+    needsOutlook = false;
+    outlook.reset();
 }
 
 BodyMatch IndexScanner::searchNew(const SearchText& text, DigestFeed& feed) {

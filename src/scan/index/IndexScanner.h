@@ -51,8 +51,7 @@ class IndexScanner {
     uint32_t resetAfterString(uint32_t end);
 
     /// @return whether the text has to be searched by the loaded form: exportProgress() first
-    /// @throws std::bad_alloc
-    bool mustWalk(const SearchText& text);
+    bool mustWalk(const SearchText& text) const;
     /// Hands the progress over to a scanner of the loaded form.
     /// @throws std::bad_alloc
     void exportProgress(TrieScanner& scanner) const;
@@ -79,7 +78,7 @@ class IndexScanner {
 
     BodyMatch search(const SearchText& text, LiveParts* live, DigestFeed& feed);
     bool hasOnlyStrings(const SearchText& text);
-    void takeLogOfOutlook();
+    void forgetParts();
     void prepareSearch(bool keepsStrings);
     BodyMatch searchNew(const SearchText& text, DigestFeed& feed);
     void sortStrings(const SearchText& text, size_t sorted);
@@ -99,11 +98,12 @@ class IndexScanner {
     uint64_t ownNumber = 0;  // of this scanner among all of the process; 0: not given yet
     uint64_t epoch = 0;      // counts what made the log shorter
     LastMatch lastMatch;
-    std::vector<FoundUnit> strings;        // of the last text; sorted after a search
-    size_t nextString = 0;                 // the first of them that was not reported
-    bool areStringsKept = false;           // for the next text
-    bool isLogOver = false;                // it has parts that begin before the kept strings' text
-    std::unique_ptr<PartOutlook> outlook;  // of this text, if the log is over
+    std::vector<FoundUnit> strings;  // of the last text; sorted after a search
+    size_t nextString = 0;           // the first of them that was not reported
+    bool areStringsKept = false;     // for the next text
+    // The log is forgotten, but the rest of the text was searched with it.
+    bool needsOutlook = false;
+    std::unique_ptr<PartOutlook> outlook;  // made when it is needed
     size_t considered = 0;  // entries of the log of which leastStart is the first start
     uint32_t leastStart = std::numeric_limits<uint32_t>::max();
     uint32_t lastOffset = 0;         // stream offset of the last text, without what was resumed

@@ -1,8 +1,6 @@
 #include "scan/index/PartOutlook.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <limits>
 
 #include "scan/index/AnchorWalk.h"
@@ -13,12 +11,6 @@ namespace {
 
 constexpr uint32_t kStepsOfCall = 256;  // as many as cost less than a search
 
-/// @return the first two bytes of a part: every part has them as literals
-std::array<uint8_t, 2> leadingBytes(const TriePattern& pattern) {
-    if (!pattern.isWildcard) return {pattern.sig[0], pattern.sig[1]};
-    return {static_cast<uint8_t>(pattern.symbols[0]), static_cast<uint8_t>(pattern.symbols[1])};
-}
-
 }  // namespace
 
 PartOutlook::PartOutlook(const SignatureIndex& searched, const SearchText& text)
@@ -26,7 +18,8 @@ PartOutlook::PartOutlook(const SignatureIndex& searched, const SearchText& text)
     collect(text);
 }
 
-// The walk without live parts hands over every occurrence of every unit that counts at first.
+// The walk without live parts hands over every occurrence of every unit that counts at first, and
+// of those that are found by their shape.
 void PartOutlook::collect(const SearchText& text) {
     SearchText whole = text;
     whole.decidedTo = 0;
@@ -52,25 +45,21 @@ void PartOutlook::collect(const SearchText& text) {
     }
 }
 
+// First parts with an offset have one place. What follows from it was decided by the search.
 void PartOutlook::addUnit(uint32_t unit, const Range& range) {
     ranges.insert(unit) = range;
-    const PartTree::Use& use = index.tree.useOf(unit);
-    if (use.root != kNoNode) roots.push_back({use.root, false, {}});
-    bool isCrowded = use.crowded != kNoNode;
-    if (use.isRare()) {
-        const PartTree::RareUse& rare = index.tree.rareUseOf(use);
-        for (const uint32_t node : rare.offsetRoots) roots.push_back({node, true, {}});
-        isCrowded |= !rare.crowded.empty();
-    }
-    if (isCrowded) crowdedUnits.push_back(unit);
+    const PartTree& tree = index.tree;
+    const PartTree::Use& use = tree.useOf(unit);
+    if (use.root != kNoNode) roots.push_back(use.root);
+    const bool isRareCrowded = use.isRare() && !tree.rareUseOf(use).crowded.empty();
+    if (use.crowded != kNoNode || isRareCrowded) crowdedUnits.push_back(unit);
 }
 
 bool PartOutlook::mayComplete(const SearchText& text) {
     stepsLeft += kStepsOfCall;
-    for (uint32_t root = 0; !isStarted && root < roots.size(); ++root) {
-        if (follow(root, text)) return true;
+    for (; !roots.empty(); roots.pop_back()) {
+        if (follow(roots.back(), text)) return true;
     }
-    isStarted = true;
     while (!occurrences.empty() && occurrences.top().first < text.streamOffset) {
         const uint32_t root = occurrences.top().second;
         occurrences.pop();
@@ -79,29 +68,23 @@ bool PartOutlook::mayComplete(const SearchText& text) {
     return false;
 }
 
-/// Takes the first occurrence of a root in the text.
+/// Takes the first occurrence of a first part in the text.
 /// @return whether a signature may be complete with it
-bool PartOutlook::follow(uint32_t number, const SearchText& text) {
-    Root& root = roots[number];
-    const PartNode& node = index.tree.node(root.node);
-    root.accepted.clear();
-    const uint32_t from = root.hasOffset ? node.minDistance : text.streamOffset;
-    if (from < text.streamOffset) return false;
-    const std::optional<uint32_t> start = next(node.unit, from, text);
-    if (!start || (root.hasOffset && *start != from)) return false;
-    occurrences.emplace(*start, number);
+bool PartOutlook::follow(uint32_t root, const SearchText& text) {
+    const auto start = next(index.tree.node(root).unit, text.streamOffset, text);
+    if (!start) return false;
+    occurrences.emplace(*start, root);
     return completesBelow(root, *start, text);
 }
 
-bool PartOutlook::completesBelow(Root& root, uint32_t start, const SearchText& text) {
-    pending.assign(1, {root.node, start});
+bool PartOutlook::completesBelow(uint32_t root, uint32_t start, const SearchText& text) {
+    pending.assign(1, {root, start});
     while (!pending.empty()) {
         const AcceptedPart part = pending.back();
         pending.pop_back();
         const bool isComplete = index.tree.node(part.node).completedRank != kNoRank;
         if (isComplete || stepsLeft == 0) return true;
         --stepsLeft;
-        root.accepted.push_back(part);
         addChildren(part, text);
     }
     return false;
@@ -136,7 +119,9 @@ void PartOutlook::addChild(uint32_t number, uint32_t previousEnd, const SearchTe
 std::optional<uint32_t> PartOutlook::next(uint32_t unit, uint32_t from, const SearchText& text) {
     const Range* known = ranges.find(unit);
     if (known == nullptr) {
-        if (index.tree.useOf(unit).countsFirst()) return std::nullopt;
+        const bool wasSought = index.tree.useOf(unit).countsFirst() ||
+                               index.anchors.runUnits[unit].table == RunAnchor::Shape;
+        if (wasSought) return std::nullopt;
         const Range found = find(unit, text);
         known = &(ranges.insert(unit) = found);
     }
@@ -145,45 +130,25 @@ std::optional<uint32_t> PartOutlook::next(uint32_t unit, uint32_t from, const Se
     return start != end ? std::optional(*start) : std::nullopt;
 }
 
-/// Looks for all occurrences of a unit.
+/// Looks for all occurrences of a unit that has a gram.
 PartOutlook::Range PartOutlook::find(uint32_t unit, const SearchText& text) {
+    if (!gramPlaces) {
+        gramPlaces.emplace(text);
+        placesOffset = text.streamOffset;
+    }
     const auto begin = static_cast<uint32_t>(starts.size());
     const RunUnit& runUnit = index.anchors.runUnits[unit];
-    if (runUnit.table == RunAnchor::Shape) {
-        const auto [first, second] = leadingBytes(index.units[unit].trie());
-        for (uint32_t at = 0; at + 1 < text.length; ++at) {
-            const auto* const place = static_cast<const uint8_t*>(
-                std::memchr(text.bytes + at, first, text.length - at - 1));
-            if (place == nullptr) break;
-            at = static_cast<uint32_t>(place - text.bytes);
-            if (place[1] == second) addIfThere(unit, at, text);
-        }
-    } else {
-        if (!gramPlaces) {
-            gramPlaces.emplace(text);
-            placesOffset = text.streamOffset;
-        }
-        const uint32_t dropped = text.streamOffset - placesOffset;
-        for (const uint32_t place : gramPlaces->of(runUnit.gram())) {
-            if (place >= dropped + runUnit.anchor) {
-                addIfThere(unit, place - dropped - runUnit.anchor, text);
-            }
-        }
+    const uint32_t dropped = text.streamOffset - placesOffset;
+    for (const uint32_t place : gramPlaces->of(runUnit.gram())) {
+        if (place < dropped + runUnit.anchor) continue;
+        const uint32_t at = place - dropped - runUnit.anchor;
+        const uint32_t rest = text.length - at;
+        const IndexUnit& sought = index.units[unit];
+        const bool isThere =
+            sought.length <= rest && matchesAt(sought, text.bytes + at, sought.length);
+        if (isThere) starts.push_back(text.offsetOf(at));
     }
     return {begin, static_cast<uint32_t>(starts.size())};
-}
-
-void PartOutlook::addIfThere(uint32_t unit, uint32_t at, const SearchText& text) {
-    const uint32_t length = index.units[unit].length;
-    if (length > text.length - at || !matchesAt(index.units[unit], text.bytes + at, length)) return;
-    starts.push_back(text.offsetOf(at));
-}
-
-PartLog PartOutlook::accepted() const {
-    PartLog all;
-    for (const Root& root : roots)
-        all.insert(all.end(), root.accepted.begin(), root.accepted.end());
-    return all;
 }
 
 }  // namespace STREAMENGINE_SPACE

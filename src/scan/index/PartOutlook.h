@@ -27,7 +27,7 @@ namespace STREAMENGINE_SPACE {
 
 class PartOutlook {
   public:
-    /// Collects the occurrences of all units that may count when a stream begins.
+    /// Collects the occurrences of the units that a search looks for when a stream begins.
     /// @param searched  borrowed
     /// @param text      of which a search found no complete signature
     /// @throws std::bad_alloc
@@ -38,45 +38,31 @@ class PartOutlook {
     /// @throws std::bad_alloc
     bool mayComplete(const SearchText& text);
 
-    /// @return the parts that a search of the text of the last mayComplete(), which was false,
-    /// would
-    ///         accept
-    /// @throws std::bad_alloc
-    PartLog accepted() const;
-
   private:
-    /// A first part that is in the text.
-    struct Root {
-        uint32_t node;
-        bool hasOffset;
-        PartLog accepted;  // what follows from its first occurrence, itself included
-    };
     struct Range {
         uint32_t begin = 0;  // in starts
         uint32_t end = 0;
     };
-    /// The stream offset of a root's occurrence, and the root's number.
+    /// The stream offset of the first occurrence of a first part, and its node.
     using Occurrence = std::pair<uint32_t, uint32_t>;
 
     void collect(const SearchText& text);
     void addUnit(uint32_t unit, const Range& occurrences);
     bool follow(uint32_t root, const SearchText& text);
-    bool completesBelow(Root& root, uint32_t start, const SearchText& text);
+    bool completesBelow(uint32_t root, uint32_t start, const SearchText& text);
     void addChildren(const AcceptedPart& part, const SearchText& text);
     void addChild(uint32_t number, uint32_t previousEnd, const SearchText& text);
     std::optional<uint32_t> next(uint32_t unit, uint32_t from, const SearchText& text);
     Range find(uint32_t unit, const SearchText& text);
-    void addIfThere(uint32_t unit, uint32_t index, const SearchText& text);
 
     const SignatureIndex& index;
-    std::vector<Root> roots;
+    std::vector<uint32_t> roots;           // first parts in the text that were not followed yet
     std::vector<uint32_t> crowdedUnits;    // present ones whose parts are one of many children
     QLT_SPACE::FlatMap<Range> ranges;      // by unit
     std::vector<uint32_t> starts;          // stream offsets; those of a unit together, ascending
     std::optional<GramPlaces> gramPlaces;  // made when the first unit is looked for
     uint32_t placesOffset = 0;             // stream offset of the text of gramPlaces
     std::vector<AcceptedPart> pending;     // of a walk through the tree
-    bool isStarted = false;
     uint32_t stepsLeft;
     std::priority_queue<Occurrence, std::vector<Occurrence>, std::greater<>> occurrences;
 };
