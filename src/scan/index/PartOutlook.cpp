@@ -117,7 +117,7 @@ void PartOutlook::addChild(uint32_t number, uint32_t previousEnd, const SearchTe
 
 /// @return the first occurrence of a unit at a stream offset or after it
 std::optional<uint32_t> PartOutlook::next(uint32_t unit, uint32_t from, const SearchText& text) {
-    const Range* known = ranges.find(unit);
+    Range* known = ranges.find(unit);
     if (known == nullptr) {
         const bool wasSought = index.tree.useOf(unit).countsFirst() ||
                                index.anchors.runUnits[unit].table == RunAnchor::Shape;
@@ -125,9 +125,15 @@ std::optional<uint32_t> PartOutlook::next(uint32_t unit, uint32_t from, const Se
         const Range found = find(unit, text);
         known = &(ranges.insert(unit) = found);
     }
-    const auto end = starts.begin() + known->end;
-    const auto start = std::lower_bound(starts.begin() + known->begin, end, from);
-    return start != end ? std::optional(*start) : std::nullopt;
+    uint32_t at = known->last;
+    if (at != known->begin && starts[at - 1] >= from) {
+        const auto begin = starts.begin() + known->begin;
+        at = static_cast<uint32_t>(std::lower_bound(begin, starts.begin() + at, from) -
+                                   starts.begin());
+    }
+    while (at != known->end && starts[at] < from) ++at;
+    known->last = at;
+    return at != known->end ? std::optional(starts[at]) : std::nullopt;
 }
 
 /// Looks for all occurrences of a unit that has a gram.

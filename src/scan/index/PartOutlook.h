@@ -42,6 +42,8 @@ class PartOutlook {
     struct Range {
         uint32_t begin = 0;  // in starts
         uint32_t end = 0;
+        uint32_t last =
+            begin;  // what was found last: as a rule, the next is there or soon after it
     };
     /// The stream offset of the first occurrence of a first part, and its node.
     using Occurrence = std::pair<uint32_t, uint32_t>;
