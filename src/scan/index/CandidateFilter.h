@@ -12,17 +12,12 @@
 #include <limits>
 #include <vector>
 
+#include "scan/index/FoundStrings.h"
 #include "scan/index/LiveParts.h"
 #include "scan/text/SearchText.h"
 #include "store/index/SignatureIndex.h"
 
 namespace STREAMENGINE_SPACE {
-
-/// A plain string in the text, or another unit.
-struct FoundUnit {
-    uint32_t start;  // stream offset
-    uint32_t unit;
-};
 
 /// A signature of the automaton that is complete; nothing after it counts.
 struct Completion {

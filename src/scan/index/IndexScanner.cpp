@@ -39,6 +39,7 @@ void IndexScanner::reset() {
 void IndexScanner::forgetParts() {
     if (!log.empty()) ++epoch;
     log.clear();
+    newestEntry = 0;
     forgetLeast();
 }
 
@@ -57,8 +58,7 @@ uint32_t IndexScanner::resetAfterString(uint32_t end) {
         reset();
         return 0;
     }
-    const auto isOver = [&](const FoundUnit& found) { return found.start - lastOffset < end; };
-    while (nextString < strings.size() && isOver(strings[nextString])) ++nextString;
+    strings.skipBefore(end, lastOffset);
     lastOffset += end;
     lastLength -= end;
     decidedEnd -= std::min(decidedEnd, end);
@@ -123,7 +123,7 @@ BodyMatch IndexScanner::virusFound(const SearchText& text, DigestFeed& feed) {
 /// @return whether it is known to have no complete signature
 bool IndexScanner::hasOnlyStrings(const SearchText& text) {
     if (!needsOutlook) return true;
-    if (nextString == strings.size()) return false;  // the search is not repeated for each string
+    if (strings.next() == nullptr) return false;  // the last search of these bytes
     if (outlook == nullptr) outlook = std::make_unique<PartOutlook>(index, text);
     return !outlook->mayComplete(text);
 }
@@ -131,9 +131,9 @@ bool IndexScanner::hasOnlyStrings(const SearchText& text) {
 /// @param keepsStrings  the text has the end of the last one
 void IndexScanner::prepareSearch(bool keepsStrings) {
     if (keepsStrings && !needsOutlook) {
-        forgetUndecidedStrings();
+        strings.dropFrom(decidedEnd, lastOffset);  // they are found again
     } else {
-        forgetStrings();
+        strings.clear();
     }
     needsOutlook = false;
     outlook.reset();
@@ -158,8 +158,8 @@ BodyMatch IndexScanner::searchNew(const SearchText& text, DigestFeed& feed) {
 // completed signature is the first one as soon as the walk is that far past its start.
 BodyMatch IndexScanner::search(const SearchText& text, LiveParts* live, DigestFeed& feed) {
     newestEntry = static_cast<std::ptrdiff_t>(log.size());
-    const size_t sorted = strings.size();
-    CandidateFilter filter(index, text, live, strings);
+    const size_t kept = strings.all().size();
+    CandidateFilter filter(index, text, live, strings.all());
     AnchorWalk walk(index, text, live, filter, feed);
     const uint32_t reach = index.anchors.reach;
     uint32_t stretch = kProbeBlock;
@@ -171,7 +171,7 @@ BodyMatch IndexScanner::search(const SearchText& text, LiveParts* live, DigestFe
         stretch = std::min(2 * stretch, AnchorWalk::kLongestStretch);
         const uint32_t bound = at < text.length ? at - std::min(at, reach) : text.length;
         if (filter.completion().start < bound) break;
-        if (!index.hasTrieUnits() && hasStringBefore(text, bound)) break;
+        if (!index.hasTrieUnits() && strings.hasBefore(bound, text.streamOffset)) break;
     }
     const Completion& found = filter.completion();
     addDetails(text, found);
@@ -179,49 +179,19 @@ BodyMatch IndexScanner::search(const SearchText& text, LiveParts* live, DigestFe
     isWholeTextSearched = at == text.length;
     if (found.pattern == nullptr) {
         lastMatch = {text.offsetOf(text.length), kNoRank};
-        sortStrings(text, sorted);
+        strings.sortFrom(kept, text.streamOffset);
         return firstString(text);
     }
     lastMatch = {text.offsetOf(found.start), found.rank};
     return {found.pattern, true, found.start + found.pattern->length};
 }
 
-bool IndexScanner::hasStringBefore(const SearchText& text, uint32_t bound) const {
-    return std::any_of(strings.begin(), strings.end(), [&](const FoundUnit& found) {
-        return found.start - text.streamOffset < bound;
-    });
-}
-
-/// Sorts the strings that a search added; they begin after all that were kept.
-void IndexScanner::sortStrings(const SearchText& text, size_t sorted) {
-    const auto placeOf = [&](const FoundUnit& found) {
-        return std::pair(found.start - text.streamOffset, found.unit);  // offsets may wrap
-    };
-    std::sort(strings.begin() + static_cast<std::ptrdiff_t>(sorted), strings.end(),
-              [&](const auto& a, const auto& b) { return placeOf(a) < placeOf(b); });
-}
-
 /// @return the first of the strings that were not reported yet
 BodyMatch IndexScanner::firstString(const SearchText& text) const {
-    if (nextString == strings.size()) return {};
-    const FoundUnit& first = strings[nextString];
-    const IndexUnit& unit = index.units[first.unit];
-    return {unit.pattern, false, first.start - text.streamOffset + unit.length};
-}
-
-/// Drops the kept strings that a search of the new text finds again.
-void IndexScanner::forgetUndecidedStrings() {
-    const auto isDecided = [this](const FoundUnit& found) {
-        return found.start - lastOffset < decidedEnd;
-    };
-    while (strings.size() > nextString && !isDecided(strings.back())) strings.pop_back();
-}
-
-void IndexScanner::forgetStrings() {
-    constexpr size_t kKept = 64;  // an idle stream keeps no more room
-    if (strings.capacity() > kKept) strings = {};
-    strings.clear();
-    nextString = 0;
+    const FoundUnit* const found = strings.next();
+    if (found == nullptr) return {};
+    const IndexUnit& unit = index.units[found->unit];
+    return {unit.pattern, false, found->start - text.streamOffset + unit.length};
 }
 
 /// Records the parts that the search accepted, up to the match, as the loaded form does: each part

@@ -9,8 +9,8 @@
 //   LiveParts        accepts parts, and knows which parts count             (accept)
 //
 // From one search to the next a stream keeps its PartLog, and the index up to which the last text
-// is decided: each position is decided once. After a plain string it may also keep the strings that
-// it found ahead.
+// is decided: each position is decided once. After a plain string it also keeps the FoundStrings
+// ahead, and a PartOutlook says whether a signature is complete before these count.
 //
 // Two things that are rare are left to the loaded form (mustWalk): a text in which stream offsets
 // pass 4 GiB, where "later" is not "greater"; and a stream that goes on after a match without a
@@ -25,6 +25,7 @@
 
 #include "scan/digest/DigestFeed.h"
 #include "scan/index/CandidateFilter.h"
+#include "scan/index/FoundStrings.h"
 #include "scan/index/LiveParts.h"
 #include "scan/index/PartLog.h"
 #include "scan/index/PartOutlook.h"
@@ -81,11 +82,7 @@ class IndexScanner {
     void forgetParts();
     void prepareSearch(bool keepsStrings);
     BodyMatch searchNew(const SearchText& text, DigestFeed& feed);
-    void sortStrings(const SearchText& text, size_t sorted);
     BodyMatch firstString(const SearchText& text) const;
-    bool hasStringBefore(const SearchText& text, uint32_t bound) const;
-    void forgetUndecidedStrings();
-    void forgetStrings();
     uint32_t firstAccepted();
     void forgetLeast();
     void goOnAfterMatch();
@@ -98,9 +95,8 @@ class IndexScanner {
     uint64_t ownNumber = 0;  // of this scanner among all of the process; 0: not given yet
     uint64_t epoch = 0;      // counts what made the log shorter
     LastMatch lastMatch;
-    std::vector<FoundUnit> strings;  // of the last text; sorted after a search
-    size_t nextString = 0;           // the first of them that was not reported
-    bool areStringsKept = false;     // for the next text
+    FoundStrings strings;         // of the last text
+    bool areStringsKept = false;  // for the next text
     // The log is forgotten, but the rest of the text was searched with it.
     bool needsOutlook = false;
     std::unique_ptr<PartOutlook> outlook;  // made when it is needed
