@@ -111,8 +111,8 @@ TEST_F(Kernels, AgreeWherePartsAndStringsTakeTurns) {
             while (text.size() < length) text += random.pick(some);
             std::vector<int32_t> answers(random.between(0, 99));
             for (int32_t& answer : answers) answer = random.chance(10) ? 2 : 0;
-            const auto chunks = random.chance(50) ? std::vector<std::string>{text}
-                                                  : cutIntoChunks(text, random);
+            const auto chunks =
+                random.chance(50) ? std::vector<std::string>{text} : cutIntoChunks(text, random);
             const Stream scanned = {chunks, answers};
             detections += expectEqual(
                 [&](Kernel& kernel) { return scanStream(*kernel.scanner, scanned); }, 'N', seed);

@@ -54,14 +54,9 @@ class CandidateFilter {
     /// @param gramInText  index in the text at which it begins
     [[gnu::always_inline]] void considerLong(uint32_t number, uint32_t gramInUnit,
                                              uint32_t gramInText) {
-        const IndexUnit& unit = index.units[number];
         const uint32_t start = gramInText - gramInUnit;
         if (gramInUnit > gramInText || !canMatter(start)) return;
-        const uint32_t rest = text.length - start;
-        if (unit.checkOffset < rest && text.bytes[start + unit.checkOffset] != unit.checkByte) {
-            return;
-        }
-        compare(number, start);
+        if (checkByteFits(index.units[number], start)) compare(number, start);
     }
 
     /// The same for a run unit, whose anchor's first gram is at an index of the text.
@@ -72,10 +67,10 @@ class CandidateFilter {
         if (unit.length > text.length - start) {
             compare(unit.unit, start);
         } else if (windowFits(unit, text.bytes + start + unit.windowAt)) {
-            if (!unit.isWhole) {
-                compare(unit.unit, start);
-            } else {
+            if (unit.isWhole) {
                 accept(unit.unit, start);
+            } else if (checkByteFits(index.units[unit.unit], start)) {
+                compare(unit.unit, start);
             }
         }
     }
@@ -91,6 +86,10 @@ class CandidateFilter {
   private:
     bool canMatter(uint32_t start) const {
         return start >= text.decidedTo && start <= completed.start;
+    }
+    bool checkByteFits(const IndexUnit& unit, uint32_t start) const {
+        return unit.checkOffset >= text.length - start ||
+               text.bytes[start + unit.checkOffset] == unit.checkByte;
     }
     static bool windowFits(const RunUnit& unit, const uint8_t* at);
     void compare(uint32_t number, uint32_t start);
