@@ -7,7 +7,8 @@
 //
 // Making a matcher allocates nothing, so one may live on the stack for the length of a call. With
 // the detail options off a search allocates only room for parts that were accepted and for plain
-// strings that were found, which is kept, and once for each thread its LiveParts.
+// strings that were found, which is kept, once for each thread its LiveParts, and after a plain
+// string perhaps a PartOutlook.
 //
 // Threads: one at a time; the set is shared and only read.
 #pragma once
@@ -37,6 +38,9 @@ class BodyMatcher {
     /// Does the same after a match in the last text.
     /// @return decidedTo of the next text, which begins just after the match
     uint32_t resetAfter(const BodyMatch& match);
+
+    /// Forgets what it knows about the last text, but not the progress: an idle stream keeps less.
+    void forgetText() { indexScanner.forgetText(); }
 
     /// @param feed  part of it may be digested on the way
     /// @return the first match, or none

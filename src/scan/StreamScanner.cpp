@@ -77,6 +77,7 @@ int StreamScanner::scanBuffer(const char* data, unsigned int len, bool typePass)
     if (!tail.empty()) std::memcpy(window.text, tail.data(), tail.size());
     if (typePass) return findType(window, data, len);
     const int count = runCycles(window, data, len);
+    matcher.forgetText();
     tail.assign(window.text, window.text + window.used);
     tailOffset = window.streamOffset;
     tailDecidedTo = window.decidedTo;

@@ -191,12 +191,13 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(run("info", "-p", self.patterns)[0], 0)
         slow = b"".join(b"S%d:0:*:6161??%02x??62\n" % (i, 0x61 + i) for i in range(7))
         slow += b"Fast:0:*:6161??61626364\nParts:0:*:61626364*6162??63\n"
+        slow += b"Same:0:*:6162??63*61626364\n"
         rows = self.lines("slow.ndb", slow, "info", "-p")
-        names = ["Parts", *(f"S{i}" for i in range(7))]
+        names = ["Parts", *(f"S{i}" for i in range(7)), "Same"]
         self.assertEqual((rows[-1]["type"], rows[-1]["names"]), ("slowSignatures", names))
         status, out, _ = run("info", "-p", self.folder / "slow.ndb")
         self.assertEqual((status, out.splitlines()[-1].split(": ")[-1]),
-                         (0, "Parts, S0, S1, S2, S3 and 3 more"))
+                         (0, "Parts, S0, S1, S2, S3 and 4 more"))
         status, out, err = run("scan", "-p", patterns, self.write("a.html", PAGE))
         self.assertEqual((status, len(out.splitlines())), (0, 1))
         self.assertIn("3 lines refused", err)

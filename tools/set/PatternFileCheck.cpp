@@ -23,12 +23,13 @@ namespace zvk {
 
 namespace {
 
-using STREAMENGINE_SPACE::IndexUnit;
 using STREAMENGINE_SPACE::LiteralRows;
 using STREAMENGINE_SPACE::PatternContainer;
 using STREAMENGINE_SPACE::PatternLoader;
 using STREAMENGINE_SPACE::PlainLineReader;
+using STREAMENGINE_SPACE::SearchForm;
 using STREAMENGINE_SPACE::SignatureIndex;
+using STREAMENGINE_SPACE::VQPattern;
 
 // Numbers, in the file, of the lines that a container refuses. The loader's messages only have the
 // count of the lines accepted so far, but they come in the same order as these numbers.
@@ -59,15 +60,32 @@ void load(const std::string& path, std::FILE* file, PatternContainer& container,
     }
 }
 
+/// @return the names of the signatures with a part that has no row of literals for a table
 std::vector<std::string> slowSignatures(const PatternContainer& container) {
-    SignatureIndex index;
-    index.build(container.trieTree, container.bmList, container.vectorUnit);
+    SignatureIndex made;
+    const bool isMade = container.searchForm == SearchForm::Compiled;
+    if (!isMade) made.build(container.trieTree, container.bmList, container.vectorUnit);
+    const SignatureIndex& index = isMade ? container.index : made;
+
     std::vector<std::string> names;
+    const auto add = [&](const VQPattern& pattern) {
+        names.push_back(STREAMENGINE_SPACE::scrambled(pattern.virName));
+    };
     LiteralRows rows;
-    for (const IndexUnit& unit : index.units) {
-        rows.assign(unit);
-        if (rows.longest() >= STREAMENGINE_SPACE::kNarrowGram) continue;
-        names.push_back(STREAMENGINE_SPACE::scrambled(unit.pattern->virName));
+    const auto isSlow = [&](uint32_t unit) {
+        rows.assign(index.units[unit]);
+        return rows.longest() < STREAMENGINE_SPACE::kNarrowGram;
+    };
+    for (uint32_t number = 0; number < index.tree.nodeCount(); ++number) {
+        const auto& node = index.tree.node(number);
+        if (!isSlow(node.unit)) continue;
+        const uint32_t depth = index.tree.depthOf(number);
+        for (uint32_t i = node.firstSignature; i < node.endSignature; ++i) {
+            add(*index.tree.partOf(i, depth).pattern);
+        }
+    }
+    for (uint32_t unit = index.tree.unitCount(); unit < index.units.size(); ++unit) {
+        if (isSlow(unit)) add(*index.units[unit].pattern);
     }
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());

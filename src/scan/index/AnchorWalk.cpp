@@ -169,7 +169,7 @@ void AnchorWalk::prefetchRunUnits(uint32_t block) const {
             const uint64_t hash = table.hash(from + std::countr_zero(marks));
             const uint32_t number = table.lineOf(hash);
             const RunTable::Line& line = table.line(number);
-            uint32_t fit = line.withPrint(table.printOf(hash)) & lanes[number];
+            const uint32_t fit = line.withPrint(table.printOf(hash)) & lanes[number];
             if (fit == 0) continue;
             const RunAnchorEntry entry(line.values[static_cast<uint32_t>(std::countr_zero(fit))]);
             __builtin_prefetch(&anchors.runUnits[entry.unit()]);

@@ -9,7 +9,6 @@
 
 namespace STREAMENGINE_SPACE {
 
-/// @param at  kWindow readable bytes
 bool CandidateFilter::windowFits(const RunUnit& unit, const uint8_t* at) {
 #ifdef __SSE2__
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));

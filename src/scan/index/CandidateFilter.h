@@ -75,6 +75,10 @@ class CandidateFilter {
         }
     }
 
+    /// @param at  kWindow readable bytes
+    /// @return whether they may be the window of the unit
+    static bool windowFits(const RunUnit& unit, const uint8_t* at);
+
     /// @return index before which every match that begins was found
     uint32_t undecidedFrom() const { return undecided; }
 
@@ -91,7 +95,6 @@ class CandidateFilter {
         return unit.checkOffset >= text.length - start ||
                text.bytes[start + unit.checkOffset] == unit.checkByte;
     }
-    static bool windowFits(const RunUnit& unit, const uint8_t* at);
     void compare(uint32_t number, uint32_t start);
     void accept(uint32_t number, uint32_t start);
     void acceptPart(uint32_t number, uint32_t start);

@@ -36,7 +36,7 @@ class FoundStrings {
 
     /// @return whether there is one that begins before an index
     bool hasBefore(uint32_t index, uint32_t base) const {
-        return std::any_of(found.begin(), found.end(),
+        return std::any_of(found.begin() + static_cast<std::ptrdiff_t>(nextIndex), found.end(),
                            [&](const FoundUnit& each) { return each.start - base < index; });
     }
 
@@ -48,9 +48,12 @@ class FoundStrings {
         while (nextIndex < found.size() && found[nextIndex].start - base < index) ++nextIndex;
     }
 
-    /// Drops those that begin at an index or later and were not skipped.
+    /// Drops those that begin at an index or later, and those that were skipped.
     void dropFrom(uint32_t index, uint32_t base) {
         while (found.size() > nextIndex && found.back().start - base >= index) found.pop_back();
+        if (nextIndex <= found.size() / 2) return;  // so that each is moved once, on average
+        found.erase(found.begin(), found.begin() + static_cast<std::ptrdiff_t>(nextIndex));
+        nextIndex = 0;
     }
 
     void clear() {

@@ -29,11 +29,15 @@ bool isSplitBy(const PartTree& tree, uint32_t node, uint32_t rank) {
 
 void IndexScanner::reset() {
     forgetParts();
+    forgetText();
+    offsetsCameAgain = false;
+    continuedWithoutReset = false;
+}
+
+void IndexScanner::forgetText() {
     areStringsKept = false;
     needsOutlook = false;
     outlook.reset();
-    offsetsCameAgain = false;
-    continuedWithoutReset = false;
 }
 
 void IndexScanner::forgetParts() {
@@ -111,7 +115,7 @@ void IndexScanner::goOnAfterMatch() {
 }
 
 BodyMatch IndexScanner::virusFound(const SearchText& text, DigestFeed& feed) {
-    const bool isKept = std::exchange(areStringsKept, false);
+    const bool isKept = std::exchange(areStringsKept, false) && text.streamOffset == lastOffset;
     const bool isSearched = isKept && text.length == lastLength && hasOnlyStrings(text);
     if (!isSearched) prepareSearch(isKept);
     const BodyMatch match = isSearched ? firstString(text) : searchNew(text, feed);
@@ -148,7 +152,9 @@ BodyMatch IndexScanner::searchNew(const SearchText& text, DigestFeed& feed) {
     if (continuedWithoutReset) goOnAfterMatch();
     LiveParts& live = LiveParts::ofThread(index);
     live.adopt(index, key(), log);
+    const bool cameAgain = std::exchange(offsetsCameAgain, true);  // if the search throws
     const BodyMatch match = search(text, &live, feed);
+    offsetsCameAgain = cameAgain;
     live.release(key());
     return match;
 }
@@ -262,6 +268,7 @@ bool IndexScanner::importProgress(const TrieScanner& scanner) {
         taken.push_back({number, end ? *end - index.units[node.unit].length : 0});
     }
     log = std::move(taken);
+    forgetText();
     forgetLeast();
     offsetsCameAgain = true;
     ++epoch;

@@ -66,6 +66,9 @@ class IndexScanner {
     /// @throws QLT_SPACE::Exception or std::bad_alloc if memory runs out
     BodyMatch virusFound(const SearchText& text, DigestFeed& feed);
 
+    /// Forgets what it knows about the last text, but not the progress.
+    void forgetText();
+
     /// @return index in the last text before which no match begins, whatever bytes follow the text.
     ///         Without meaning if a match was found.
     uint32_t decidedTo() const { return decidedEnd; }

@@ -9,12 +9,14 @@
 namespace STREAMENGINE_SPACE {
 namespace {
 
-constexpr uint32_t kStepsOfCall = 256;  // as many as cost less than a search
+// A step costs about as much as the search of ten bytes.
+constexpr uint32_t kBytesOfStep = 4;
+constexpr uint32_t kStepsOfCall = 256;
 
 }  // namespace
 
 PartOutlook::PartOutlook(const SignatureIndex& searched, const SearchText& text)
-    : index(searched), stepsLeft(text.length) {
+    : index(searched), stepsLeft(text.length / kBytesOfStep) {
     collect(text);
 }
 
@@ -82,12 +84,10 @@ bool PartOutlook::completesBelow(uint32_t root, uint32_t start, const SearchText
     while (!pending.empty()) {
         const AcceptedPart part = pending.back();
         pending.pop_back();
-        const bool isComplete = index.tree.node(part.node).completedRank != kNoRank;
-        if (isComplete || stepsLeft == 0) return true;
-        --stepsLeft;
+        if (index.tree.node(part.node).completedRank != kNoRank) return true;
         addChildren(part, text);
     }
-    return false;
+    return stepsLeft == 0;
 }
 
 /// Adds the children of a part that are in the text after it to those that are accepted.
@@ -100,13 +100,14 @@ void PartOutlook::addChildren(const AcceptedPart& part, const SearchText& text) 
         return;
     }
     for (const uint32_t unit : crowdedUnits) {
-        stepsLeft -= std::min(stepsLeft, 1U);
+        if (!mayStep()) return;
         const auto [first, last] = tree.childrenWith(node, unit);
         for (uint32_t child = first; child != last; ++child) addChild(child, end, text);
     }
 }
 
 void PartOutlook::addChild(uint32_t number, uint32_t previousEnd, const SearchText& text) {
+    if (!mayStep()) return;
     const PartNode& node = index.tree.node(number);
     const uint64_t earliest = node.earliest(previousEnd);
     if (earliest > std::numeric_limits<uint32_t>::max()) return;
@@ -131,7 +132,11 @@ std::optional<uint32_t> PartOutlook::next(uint32_t unit, uint32_t from, const Se
         at = static_cast<uint32_t>(std::lower_bound(begin, starts.begin() + at, from) -
                                    starts.begin());
     }
-    while (at != known->end && starts[at] < from) ++at;
+    if (at != known->end && starts[at] < from) {
+        const auto end = starts.begin() + known->end;
+        at = static_cast<uint32_t>(std::lower_bound(starts.begin() + at, end, from) -
+                                   starts.begin());
+    }
     known->last = at;
     return at != known->end ? std::optional(starts[at]) : std::nullopt;
 }
@@ -151,7 +156,9 @@ PartOutlook::Range PartOutlook::find(uint32_t unit, const SearchText& text) {
         const uint32_t rest = text.length - at;
         const IndexUnit& sought = index.units[unit];
         const bool isThere =
-            sought.length <= rest && matchesAt(sought, text.bytes + at, sought.length);
+            sought.length <= rest &&
+            CandidateFilter::windowFits(runUnit, text.bytes + at + runUnit.windowAt) &&
+            matchesAt(sought, text.bytes + at, sought.length);
         if (isThere) starts.push_back(text.offsetOf(at));
     }
     return {begin, static_cast<uint32_t>(starts.size())};

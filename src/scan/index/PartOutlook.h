@@ -9,12 +9,14 @@
 // lies before the place are looked at again, with what is below them in the tree: each occurrence
 // once.
 //
-// The work is bounded: what takes too many steps is left to a search.
+// What takes too many steps is left to a search, so an attempt costs a few times as much as one.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <queue>
+#include <utility>
 #include <vector>
 
 #include "scan/index/GramPlaces.h"
@@ -42,8 +44,8 @@ class PartOutlook {
     struct Range {
         uint32_t begin = 0;  // in starts
         uint32_t end = 0;
-        uint32_t last =
-            begin;  // what was found last: as a rule, the next is there or soon after it
+        // What was found last: as a rule, the next one is there or soon after it.
+        uint32_t last = begin;
     };
     /// The stream offset of the first occurrence of a first part, and its node.
     using Occurrence = std::pair<uint32_t, uint32_t>;
@@ -55,6 +57,9 @@ class PartOutlook {
     void addChildren(const AcceptedPart& part, const SearchText& text);
     void addChild(uint32_t number, uint32_t previousEnd, const SearchText& text);
     std::optional<uint32_t> next(uint32_t unit, uint32_t from, const SearchText& text);
+    /// Counts a step.
+    /// @return false: there were too many
+    bool mayStep() { return stepsLeft != 0 && --stepsLeft != 0; }
     Range find(uint32_t unit, const SearchText& text);
 
     const SignatureIndex& index;
@@ -65,7 +70,7 @@ class PartOutlook {
     std::optional<GramPlaces> gramPlaces;  // made when the first unit is looked for
     uint32_t placesOffset = 0;             // stream offset of the text of gramPlaces
     std::vector<AcceptedPart> pending;     // of a walk through the tree
-    uint32_t stepsLeft;
+    uint32_t stepsLeft;                    // parts that may be looked at
     std::priority_queue<Occurrence, std::vector<Occurrence>, std::greater<>> occurrences;
 };
 
