@@ -38,7 +38,9 @@ class GramTable : public GramFilter {
     }
 
     /// Begins to load what bucket() reads.
-    void prefetch(uint64_t hash) const { __builtin_prefetch(&starts[hash >> bucketShift]); }
+    void prefetch(uint64_t hash) const {
+        __builtin_prefetch(starts.data() + (hash >> bucketShift));
+    }
 
   private:
     static constexpr size_t kGramsPerBucket = 2;
